@@ -1,0 +1,27 @@
+# One interface target carries what all of our code is compiled with.
+set(QV_SANITIZE "" CACHE STRING "Sanitizers, as -fsanitize= takes them")
+
+add_library(qv_options INTERFACE)
+target_compile_features(qv_options INTERFACE cxx_std_17 c_std_99)
+target_include_directories(qv_options INTERFACE "${PROJECT_SOURCE_DIR}")
+target_compile_options(qv_options INTERFACE
+  -Wall -Wextra -Wpedantic -Wconversion -Werror
+  $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Woverloaded-virtual>
+  # Exceptions carry __FILE__: relative to the root, builds are the same wherever they are made.
+  "-fmacro-prefix-map=${PROJECT_SOURCE_DIR}/="
+  -fstack-protector-strong)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_C_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_C_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+
+find_package(Threads REQUIRED)
+target_link_libraries(qv_options INTERFACE Threads::Threads)
+
+if(QV_SANITIZE)
+  target_compile_options(qv_options INTERFACE
+    "-fsanitize=${QV_SANITIZE}" -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(qv_options INTERFACE "-fsanitize=${QV_SANITIZE}")
+endif()

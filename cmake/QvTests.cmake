@@ -1,0 +1,27 @@
+find_package(GTest REQUIRED)
+include(GoogleTest)
+
+# Precompiled once, for it is most of what compiling a test costs.
+add_library(qv_test_main STATIC "${PROJECT_SOURCE_DIR}/tests/main.cpp")
+target_link_libraries(qv_test_main PUBLIC qv_options GTest::gmock)
+# Tests are compiled without optimization: they are many, and what they test is optimized. Library
+# and programs must agree on position-independent code to share the precompiled header.
+target_compile_options(qv_test_main PUBLIC -O0 -fPIC)
+target_precompile_headers(qv_test_main PRIVATE <gmock/gmock.h> <gtest/gtest.h>)
+
+# qv_add_tests(NAME LABEL label DIRECTORIES dir... LIBRARIES library... [EXTRA_SOURCES file...])
+# Builds every *_test.cpp of the directories (relative to tests/) into one program and registers
+# each TEST as a ctest test of its own.
+function(qv_add_tests name)
+  cmake_parse_arguments(ARG "" "LABEL" "DIRECTORIES;LIBRARIES;EXTRA_SOURCES" ${ARGN})
+  set(sources)
+  foreach(directory IN LISTS ARG_DIRECTORIES)
+    file(GLOB found CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/tests/${directory}/*_test.cpp")
+    list(APPEND sources ${found})
+  endforeach()
+  add_executable(${name} ${sources} ${ARG_EXTRA_SOURCES})
+  target_link_libraries(${name} PRIVATE ${ARG_LIBRARIES} qv_test_main)
+  target_precompile_headers(${name} REUSE_FROM qv_test_main)
+  gtest_discover_tests(${name} TEST_PREFIX "${name}." DISCOVERY_TIMEOUT 60
+    PROPERTIES LABELS ${ARG_LABEL})
+endfunction()

@@ -1,0 +1,56 @@
+/*
+ * qvsslinit: makes OpenSSL ready for a web server, and leaves a default certificate behind.
+ *
+ * Both functions may be called from any thread, at any time, concurrently. Neither lets an exception
+ * out, prints, or ends the process. What they have to say goes to the trace engine, where one is
+ * installed.
+ *
+ * Example:
+ *     struct QvSslInitHandle* handle = QVSSLINIT_Init();
+ *     if (handle == NULL) { ... OpenSSL is not ready, and there is nothing to give back ... }
+ *     ... serve ...
+ *     QVSSLINIT_Uninit(handle);
+ */
+#ifndef QVSSLINIT_H
+#define QVSSLINIT_H
+
+#if defined(__GNUC__)
+#define QVSSLINIT_API __attribute__((visibility("default")))
+#else
+#define QVSSLINIT_API
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* One component's claim that OpenSSL be ready. Opaque. */
+struct QvSslInitHandle;
+
+/*
+ * Makes OpenSSL ready and returns a handle that says so, or null.
+ *
+ * The first call that succeeds loads "libeay32.dylib" and "libssleay32.dylib" from the directory of
+ * this library and starts OpenSSL; later calls only count. The first call of a process that makes
+ * OpenSSL ready at once also sees to it that a default key and certificate exist; that they could
+ * not be made does not fail the call.
+ *
+ * A null result means that OpenSSL is not ready for this caller and that the caller owns nothing.
+ * Calling again is allowed and tries everything again, so a repaired installation is noticed.
+ *
+ * The caller owns the handle and gives it back exactly once, with QVSSLINIT_Uninit.
+ */
+QVSSLINIT_API struct QvSslInitHandle* QVSSLINIT_Init(void);
+
+/*
+ * Gives a handle back. The last handle to go unloads OpenSSL: by then no thread may be using it any
+ * more. Null is allowed and does nothing. The handle is gone afterwards, whatever happened; passing
+ * it a second time is an error that cannot be detected.
+ */
+QVSSLINIT_API void QVSSLINIT_Uninit(struct QvSslInitHandle* handle);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif
