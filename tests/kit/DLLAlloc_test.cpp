@@ -17,6 +17,8 @@ TEST(DLLRealloc, NullAndSizeZeroDoesNotThrow) {
   DLLFree(block);
 }
 
-TEST(DLLFree, NullIsIgnored) { DLLFree(nullptr); }
+TEST(DLLFree, NullIsIgnored) {
+  DLLFree(nullptr);
+}
 
 }  // namespace

@@ -1,0 +1,50 @@
+#include "kit/osdep/AtomicInt.h"
+
+#include <utility>
+
+#include "kit/NumericCast.h"
+
+namespace qv::kit::osdep {
+
+AtomicInt::AtomicInt(int initial) : value_(initial) {}
+
+std::int32_t AtomicInt::compareExchange(long comparand, long exchange) {
+  const std::int32_t expected = LongToInt32(comparand);
+  const std::int32_t replacement = LongToInt32(exchange);
+  const CriticalSection::Guard guard(section_);
+  const std::int32_t previous = value_;
+  if (previous == expected) value_ = replacement;
+  return previous;
+}
+
+std::int32_t AtomicInt::replaceAndReturn(long value) {
+  const std::int32_t replacement = LongToInt32(value);
+  const CriticalSection::Guard guard(section_);
+  return std::exchange(value_, replacement);
+}
+
+void AtomicInt::replace(long value) {
+  replaceAndReturn(value);
+}
+
+std::int32_t AtomicInt::getCount() const {
+  const CriticalSection::Guard guard(section_);
+  return value_;
+}
+
+std::int32_t AtomicInt::increment() {
+  return add(1);
+}
+
+std::int32_t AtomicInt::decrement() {
+  return add(0xFFFFFFFFU);
+}
+
+// In unsigned arithmetic, which is defined to wrap.
+std::int32_t AtomicInt::add(std::uint32_t difference) {
+  const CriticalSection::Guard guard(section_);
+  value_ = static_cast<std::int32_t>(static_cast<std::uint32_t>(value_) + difference);
+  return value_;
+}
+
+}  // namespace qv::kit::osdep

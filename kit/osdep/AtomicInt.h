@@ -1,0 +1,45 @@
+#pragma once
+
+#include <cstdint>
+
+#include "kit/osdep/CriticalSection.h"
+
+namespace qv::kit::osdep {
+
+/// A signed 32-bit integer whose every operation is done under a lock of its own. Any thread may
+/// call. Not copyable.
+///
+/// Arguments of type long must fit in 32 bits: OutOfRange is thrown otherwise, and nothing changes.
+class AtomicInt {
+ public:
+  explicit AtomicInt(int initial);
+
+  /// Becomes exchange if the value equals comparand. Returns the value from before the call.
+  std::int32_t compareExchange(long comparand, long exchange);
+
+  /// Becomes value and returns the previous value.
+  std::int32_t replaceAndReturn(long value);
+
+  void replace(long value);
+
+  std::int32_t getCount() const;
+
+  /// Adds 1 and returns the new value. The largest value is followed by the smallest.
+  std::int32_t increment();
+
+  /// Subtracts 1 and returns the new value. The smallest value is followed by the largest.
+  std::int32_t decrement();
+
+  bool operator>=(int other) const { return getCount() >= other; }
+  bool operator>(int other) const { return getCount() > other; }
+  bool operator!=(int other) const { return getCount() != other; }
+  bool operator==(int other) const { return getCount() == other; }
+
+ private:
+  std::int32_t add(std::uint32_t difference);
+
+  std::int32_t value_;
+  CriticalSection section_;
+};
+
+}  // namespace qv::kit::osdep

@@ -1,0 +1,55 @@
+#pragma once
+
+#include <memory>
+
+namespace qv::kit::osdep {
+
+class IValidator;
+class UnixCriticalSection;
+
+/// A recursive mutex that knows its owner. Any thread may call any operation; the object must
+/// outlive them all. Not copyable.
+class CriticalSection {
+ public:
+  class Guard;
+
+  /// Throws std::bad_alloc when the system has no memory for another mutex.
+  CriticalSection();
+
+  /// The validator is ignored: the same as CriticalSection().
+  explicit CriticalSection(IValidator* validator);
+
+  CriticalSection(const CriticalSection&) = delete;
+  CriticalSection& operator=(const CriticalSection&) = delete;
+  ~CriticalSection();
+
+  /// Waits until no other thread holds the section. A thread that holds it enters again at once and
+  /// must leave as often as it entered.
+  void enter() const;
+
+  /// Enters if no other thread holds the section; true means entered, to be matched by a leave().
+  bool tryEnter() const;
+
+  /// Takes back one enter(). Does nothing in a thread that does not hold the section.
+  void leave() const;
+
+  /// Whether the calling thread holds the section.
+  bool inOwningThread() const;
+
+ private:
+  std::unique_ptr<UnixCriticalSection> implementation_;
+};
+
+/// Holds a critical section, which must outlive it, for the length of a scope.
+class CriticalSection::Guard {
+ public:
+  explicit Guard(const CriticalSection& section) : section_(section) { section_.enter(); }
+  Guard(const Guard&) = delete;
+  Guard& operator=(const Guard&) = delete;
+  ~Guard() { section_.leave(); }
+
+ private:
+  const CriticalSection& section_;
+};
+
+}  // namespace qv::kit::osdep

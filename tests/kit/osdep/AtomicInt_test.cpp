@@ -1,0 +1,137 @@
+#include "kit/osdep/AtomicInt.h"
+
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <cstdint>
+#include <thread>
+#include <type_traits>
+#include <vector>
+
+#include "kit/exception/OutOfRange.h"
+
+namespace {
+
+using qv::kit::exception::OutOfRange;
+using qv::kit::osdep::AtomicInt;
+
+constexpr std::int32_t kSmallest = INT32_MIN;
+constexpr std::int32_t kLargest = INT32_MAX;
+
+TEST(AtomicInt, StartsAtItsInitialValue) {
+  EXPECT_EQ(AtomicInt(0).getCount(), 0);
+  EXPECT_EQ(AtomicInt(-7).getCount(), -7);
+}
+
+TEST(AtomicInt, IsNotCopyable) {
+  EXPECT_FALSE(std::is_copy_constructible_v<AtomicInt>);
+}
+
+TEST(AtomicIntCompareExchange, OfTheExpectedValueExchangesAndReturnsTheValueBefore) {
+  AtomicInt value(5);
+  EXPECT_EQ(value.compareExchange(5, 9), 5);
+  EXPECT_EQ(value.getCount(), 9);
+}
+
+TEST(AtomicIntCompareExchange, OfAnotherValueLeavesItAndReturnsIt) {
+  AtomicInt value(4);
+  EXPECT_EQ(value.compareExchange(5, 9), 4);
+  EXPECT_EQ(value.getCount(), 4);
+}
+
+TEST(AtomicIntCompareExchange, TakesThirtyTwoBitIntegersToTheirLimits) {
+  AtomicInt value(kSmallest);
+  const std::int32_t comparand = kSmallest;
+  const std::int32_t exchange = kLargest;
+  EXPECT_EQ(value.compareExchange(comparand, exchange), kSmallest);
+  EXPECT_EQ(value.getCount(), kLargest);
+}
+
+TEST(AtomicInt, ComparesWithIntegers) {
+  const AtomicInt value(3);
+  EXPECT_TRUE(value >= 3);
+  EXPECT_TRUE(value >= 2);
+  EXPECT_FALSE(value >= 4);
+  EXPECT_TRUE(value > 2);
+  EXPECT_FALSE(value > 3);
+  EXPECT_TRUE(value != 4);
+  EXPECT_FALSE(value != 3);
+  EXPECT_TRUE(value == 3);
+  EXPECT_FALSE(value == 4);
+}
+
+TEST(AtomicInt, ComparesAsASignedValue) {
+  const AtomicInt value(-1);
+  EXPECT_FALSE(value >= 0);
+  EXPECT_TRUE(value > -2);
+}
+
+TEST(AtomicInt, ReplaceAndReturnGivesThePreviousValue) {
+  AtomicInt value(3);
+  EXPECT_EQ(value.replaceAndReturn(-8L), 3);
+  EXPECT_EQ(value.getCount(), -8);
+}
+
+TEST(AtomicInt, ReplaceSetsTheValue) {
+  AtomicInt value(3);
+  value.replace(11);
+  EXPECT_EQ(value.getCount(), 11);
+}
+
+TEST(AtomicInt, IncrementAndDecrementReturnTheNewValue) {
+  AtomicInt value(-1);
+  EXPECT_EQ(value.increment(), 0);
+  EXPECT_EQ(value.increment(), 1);
+  EXPECT_EQ(value.decrement(), 0);
+  EXPECT_EQ(value.decrement(), -1);
+  EXPECT_EQ(value.getCount(), -1);
+}
+
+TEST(AtomicInt, CountingPastALimitGoesOnAtTheOther) {
+  AtomicInt value(kLargest);
+  EXPECT_EQ(value.increment(), kSmallest);
+  EXPECT_EQ(value.decrement(), kLargest);
+}
+
+#if LONG_MAX > 0x7FFFFFFF
+TEST(AtomicInt, ALongThatNeedsMoreThanThirtyTwoBitsIsRefusedAndNothingChanges) {
+  AtomicInt value(0);
+  EXPECT_THROW(value.compareExchange(0, 0x80000000L), OutOfRange);
+  EXPECT_THROW(value.compareExchange(0x100000000L, 5), OutOfRange);
+  EXPECT_THROW(value.replaceAndReturn(-0x80000001L), OutOfRange);
+  EXPECT_THROW(value.replace(0x100000000L), OutOfRange);
+  EXPECT_EQ(value.getCount(), 0);
+}
+#endif
+
+template <typename Action>
+void InManyThreads(int count, Action action) {
+  std::vector<std::thread> threads;
+  for (int i = 0; i != count; ++i)
+    threads.emplace_back(action);
+  for (std::thread& thread : threads)
+    thread.join();
+}
+
+TEST(AtomicInt, NoChangeIsLostBetweenThreads) {
+  AtomicInt value(0);
+  InManyThreads(8, [&] {
+    for (int i = 0; i != 1000; ++i) {
+      value.increment();
+      value.increment();
+      value.decrement();
+    }
+  });
+  EXPECT_EQ(value.getCount(), 8000);
+}
+
+TEST(AtomicIntCompareExchange, IsWonByOneThreadOnly) {
+  AtomicInt value(0);
+  AtomicInt winners(0);
+  InManyThreads(8, [&] {
+    if (value.compareExchange(0, 1) == 0) winners.increment();
+  });
+  EXPECT_EQ(winners.getCount(), 1);
+}
+
+}  // namespace
