@@ -1,0 +1,145 @@
+#include "kit/Utf8ToWide.h"
+
+#include <cstddef>
+#include <cstring>
+
+#include "kit/AddFileAndLineInfo.h"
+#include "kit/RangeLength.h"
+#include "kit/SafeInteger.h"
+#include "kit/exception/BufferOverflow.h"
+#include "kit/exception/InvalidSequence.h"
+
+namespace qv::kit {
+namespace {
+
+// What a lead byte of 0x80 or above says about its sequence.
+struct Sequence {
+  std::ptrdiff_t length;        // in bytes, 0 for a byte that leads nothing
+  std::uint32_t leadBits;       // the part of the value that the lead byte carries
+  unsigned char secondAtLeast;  // a smaller second byte would spell a value that is due fewer bytes
+};
+
+Sequence SequenceOf(unsigned char lead) {
+  if (lead < 0xC2) {
+    return {0, 0, 0};  // a stray continuation byte, or two bytes for what one can hold
+  }
+  if (lead < 0xE0) {
+    return {2, lead & 0x1FU, 0x80};
+  }
+  if (lead < 0xF0) {
+    return {3, lead & 0x0FU, static_cast<unsigned char>(lead == 0xE0 ? 0xA0 : 0x80)};
+  }
+  if (lead < 0xF8) {
+    return {4, lead & 0x07U, static_cast<unsigned char>(lead == 0xF0 ? 0x90 : 0x80)};
+  }
+  if (lead < 0xFE) {
+    // There are no five-byte sequences on this side: 0xF8 to 0xFB lead six bytes as well, and give
+    // their lowest bit only.
+    return {6, lead & 0x01U, static_cast<unsigned char>(lead == 0xFD ? 0x80 : 0x84)};
+  }
+  return {0, 0, 0};
+}
+
+constexpr std::size_t k_RUN = sizeof(std::uint64_t);
+
+// Whether the k_RUN bytes at p are ASCII.
+bool IsAsciiRun(const unsigned char* p) {
+  std::uint64_t bytes = 0;
+  std::memcpy(&bytes, p, k_RUN);
+  return (bytes & 0x8080808080808080U) == 0;
+}
+
+std::size_t Remaining(const void* p, const void* end) {
+  return static_cast<std::size_t>(static_cast<const unsigned char*>(end) -
+                                  static_cast<const unsigned char*>(p));
+}
+
+// Decodes while both input and output remain and moves the two cursors.
+void Decode(const unsigned char*& p, const unsigned char* end, wchar_t*& out,
+            const wchar_t* outEnd) {
+  while (p < end && out < outEnd) {
+    while (Remaining(p, end) >= k_RUN && Remaining(out, outEnd) >= k_RUN * sizeof(wchar_t) &&
+           IsAsciiRun(p)) {
+      for (std::size_t i = 0; i < k_RUN; ++i) {
+        out[i] = static_cast<wchar_t>(p[i]);
+      }
+      p += k_RUN;
+      out += k_RUN;
+    }
+    if (p < end && out < outEnd) {
+      p = ConvertNextUtf8Character(p, end, *out);
+      ++out;
+    }
+  }
+}
+
+}  // namespace
+
+const unsigned char* ConvertNextUtf8Character(const unsigned char* p, const unsigned char* end,
+                                              wchar_t& out) {
+  if (p == nullptr || p == end) {
+    out = 0;
+    return p;
+  }
+  if (*p < 0x80) {
+    out = static_cast<wchar_t>(*p);
+    return p + 1;
+  }
+  const Sequence sequence = SequenceOf(*p);
+  if (sequence.length == 0 || end - p < sequence.length || p[1] < sequence.secondAtLeast) {
+    QV_THROW(exception::InvalidSequence());
+  }
+  std::uint32_t value = sequence.leadBits;
+  for (std::ptrdiff_t i = 1; i < sequence.length; ++i) {
+    if ((p[i] & 0xC0U) != 0x80) {
+      QV_THROW(exception::InvalidSequence());
+    }
+    value = (value << 6) | (p[i] & 0x3FU);
+  }
+  out = static_cast<wchar_t>(value);
+  return p + sequence.length;
+}
+
+std::uint32_t Utf8ToWide(const unsigned char* begin, const unsigned char* end, wchar_t* out,
+                         wchar_t* outEnd) {
+  wchar_t* written = out;
+  Decode(begin, end, written, outEnd);
+  if (begin < end) {
+    QV_THROW(exception::BufferOverflow());
+  }
+  return RangeLength(out, written);
+}
+
+std::unique_ptr<wchar_t[]> Utf8ToWide(const unsigned char* text, std::uint32_t length) {
+  const unsigned char* end = text == nullptr ? nullptr : text + length;
+  const std::size_t count = GetUtf8StringLength(text, end);
+  std::unique_ptr<wchar_t[]> wide(new wchar_t[count + 1]);
+  Utf8ToWide(text, end, wide.get(), wide.get() + count);
+  wide[count] = L'\0';
+  return wide;
+}
+
+std::uint32_t Utf8ToWideNoOverflow(const unsigned char* begin, const unsigned char* end,
+                                   wchar_t* out, wchar_t* outEnd) {
+  wchar_t* written = out;
+  Decode(begin, end, written, outEnd);
+  return RangeLength(out, written);
+}
+
+std::uint32_t GetUtf8StringLength(const unsigned char* begin, const unsigned char* end) {
+  std::uint64_t count = 0;
+  const unsigned char* p = begin;
+  while (p < end) {
+    if (Remaining(p, end) >= k_RUN && IsAsciiRun(p)) {
+      p += k_RUN;
+      count += k_RUN;
+      continue;
+    }
+    wchar_t character = 0;
+    p = ConvertNextUtf8Character(p, end, character);
+    ++count;
+  }
+  return SafeInteger<unsigned long>(count).value();
+}
+
+}  // namespace qv::kit

@@ -1,0 +1,125 @@
+#include "kit/WideToUtf8.h"
+
+#include <cstddef>
+#include <cwchar>
+#include <limits>
+
+#include "kit/RangeLength.h"
+#include "kit/SafeInteger.h"
+
+namespace qv::kit {
+namespace {
+
+constexpr std::ptrdiff_t k_RUN = 8;
+
+// Whether the k_RUN characters at p are ASCII.
+bool IsAsciiRun(const wchar_t* p) {
+  std::uint32_t bits = 0;
+  for (std::ptrdiff_t i = 0; i < k_RUN; ++i) {
+    bits |= static_cast<std::uint32_t>(p[i]);
+  }
+  return bits < 0x80;
+}
+
+// The value that is written for character: itself, or "?" for one that has no bytes.
+std::uint32_t EncodableValue(wchar_t character) {
+  const auto value = static_cast<std::uint32_t>(character);
+  return value > 0x7FFFFFFF ? std::uint32_t{'?'} : value;
+}
+
+std::ptrdiff_t EncodedLength(std::uint32_t value) {
+  if (value <= 0x7F) {
+    return 1;
+  }
+  if (value <= 0x7FF) {
+    return 2;
+  }
+  if (value <= 0xFFFF) {
+    return 3;
+  }
+  if (value <= 0x1FFFFF) {
+    return 4;
+  }
+  return value <= 0x3FFFFFF ? 5 : 6;
+}
+
+// Writes the length bytes of value, the last one first.
+void EncodeValue(std::uint32_t value, std::ptrdiff_t length, unsigned char* out) {
+  constexpr unsigned char k_LEAD[] = {0, 0x00, 0xC0, 0xE0, 0xF0, 0xF8, 0xFC};
+  for (std::ptrdiff_t i = length - 1; i > 0; --i) {
+    out[i] = static_cast<unsigned char>(0x80U | (value & 0x3FU));
+    value >>= 6;
+  }
+  out[0] = static_cast<unsigned char>(k_LEAD[length] | value);
+}
+
+// Bytes of the first characters that stay within limit together.
+std::uint64_t CountBytes(const wchar_t* p, const wchar_t* end, std::uint64_t limit) {
+  std::uint64_t count = 0;
+  while (p < end) {
+    if (end - p >= k_RUN && limit - count >= k_RUN && IsAsciiRun(p)) {
+      count += k_RUN;
+      p += k_RUN;
+      continue;
+    }
+    const auto length = static_cast<std::uint64_t>(EncodedLength(EncodableValue(*p)));
+    if (limit - count < length) {
+      break;
+    }
+    count += length;
+    ++p;
+  }
+  return count;
+}
+
+}  // namespace
+
+std::uint32_t WideToUtf8(const wchar_t* begin, const wchar_t* end, unsigned char* out,
+                         unsigned char* outEnd) {
+  unsigned char* written = out;
+  while (begin < end) {
+    if (end - begin >= k_RUN && outEnd - written >= k_RUN && IsAsciiRun(begin)) {
+      for (std::ptrdiff_t i = 0; i < k_RUN; ++i) {
+        written[i] = static_cast<unsigned char>(begin[i]);
+      }
+      begin += k_RUN;
+      written += k_RUN;
+      continue;
+    }
+    const std::uint32_t value = EncodableValue(*begin);
+    const std::ptrdiff_t length = EncodedLength(value);
+    if (outEnd - written < length) {
+      break;
+    }
+    EncodeValue(value, length, written);
+    written += length;
+    ++begin;
+  }
+  return RangeLength(out, written);
+}
+
+std::unique_ptr<unsigned char[]> WideToUtf8(const wchar_t* text) {
+  const wchar_t* end = text == nullptr ? nullptr : text + std::wcslen(text);
+  const std::size_t count = GetUtf8EncodingBytes(text, end);
+  std::unique_ptr<unsigned char[]> utf8(new unsigned char[count + 1]);
+  WideToUtf8(text, end, utf8.get(), utf8.get() + count);
+  utf8[count] = 0;
+  return utf8;
+}
+
+std::uint32_t WideToUtf8NoOverflow(const wchar_t* begin, const wchar_t* end, unsigned char* out,
+                                   unsigned char* outEnd) {
+  return WideToUtf8(begin, end, out, outEnd);
+}
+
+std::uint32_t GetUtf8EncodingBytes(const wchar_t* begin, const wchar_t* end) {
+  const std::uint64_t count = CountBytes(begin, end, std::numeric_limits<std::uint64_t>::max());
+  return SafeInteger<unsigned long>(count).value();
+}
+
+std::uint32_t GetUtf8EncodingBytesWithBufferLimit(const wchar_t* begin, const wchar_t* end,
+                                                  std::uint32_t limit) {
+  return static_cast<std::uint32_t>(CountBytes(begin, end, limit));
+}
+
+}  // namespace qv::kit
