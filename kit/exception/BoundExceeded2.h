@@ -1,0 +1,19 @@
+#pragma once
+
+#include "kit/StringBase.h"
+#include "kit/exception/BoundExceeded.h"
+
+namespace qv::kit::exception {
+
+/// BoundExceeded that says in its message which bound.
+class BoundExceeded2 : public BoundExceeded {
+ public:
+  explicit BoundExceeded2(const String& detail);
+
+  const char* what() const noexcept override { return message_.c_str(); }
+
+ private:
+  String message_;
+};
+
+}  // namespace qv::kit::exception

@@ -1,0 +1,19 @@
+#pragma once
+
+#include "kit/StringBase.h"
+#include "kit/exception/InvalidArgument.h"
+
+namespace qv::kit::exception {
+
+/// InvalidArgument that says in its message what is wrong with the argument.
+class InvalidArgument2 : public InvalidArgument {
+ public:
+  explicit InvalidArgument2(const String& detail);
+
+  const char* what() const noexcept override { return message_.c_str(); }
+
+ private:
+  String message_;
+};
+
+}  // namespace qv::kit::exception

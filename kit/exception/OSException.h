@@ -1,0 +1,38 @@
+#pragma once
+
+#include <cstdint>
+
+#include "kit/StringBase.h"
+#include "kit/exception/Exception.h"
+
+namespace qv::kit::osdep {
+
+/// The operating system refused something. Carries the system's own code and a text for it.
+///
+/// The one virtual operation that the base does not have, whatcode(), comes last: modules built
+/// apart rely on the order.
+class OSException : public exception::Exception {
+ public:
+  OSException();
+  OSException(const String& message, std::uint32_t code);
+
+  const char* what() const noexcept override { return message_.c_str(); }
+  /// A status for the failure, not the code of the system.
+  std::int32_t getErrorCode() const noexcept override { return k_GENERIC_FAILURE; }
+  /// The code of the operating system.
+  virtual std::uint32_t whatcode() const noexcept { return code_; }
+
+ protected:
+  /// 0 when the code is 0, 7 when it is the one that the system has for a file that is not found,
+  /// else 42.
+  std::int32_t StatusWith(std::uint32_t fileNotFound) const noexcept;
+
+ private:
+  static constexpr std::int32_t k_FILE_NOT_FOUND = 7;
+  static constexpr std::int32_t k_GENERIC_FAILURE = 42;
+
+  String message_;
+  std::uint32_t code_;
+};
+
+}  // namespace qv::kit::osdep
