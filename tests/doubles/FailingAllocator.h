@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace qv::test {
+
+/// Stands between the code under test and malloc and realloc as long as the object lives: lets
+/// chosen calls fail and keeps the sizes that were asked for. Programs that use it link with
+/// --wrap=malloc and --wrap=realloc; only calls from code linked into the program itself pass here,
+/// those of shared libraries (operator new among them) do not. One object at a time, one thread.
+class FailingAllocator {
+ public:
+  FailingAllocator();
+  ~FailingAllocator();
+  FailingAllocator(const FailingAllocator&) = delete;
+  FailingAllocator& operator=(const FailingAllocator&) = delete;
+
+  /// Only the nth call from now fails; 1 is the next.
+  void FailCall(std::uint32_t n);
+  /// The nth call from now and all that follow fail.
+  void FailFrom(std::uint32_t n);
+  /// Every call for this many bytes or more fails, so that huge requests cost nothing.
+  void FailSizesFrom(std::size_t bytes);
+  /// All of the above is over.
+  void Relent();
+
+  /// Bytes asked for since the object was made, call by call, failed ones included.
+  std::vector<std::size_t> sizes() const;
+};
+
+}  // namespace qv::test
