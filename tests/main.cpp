@@ -2,11 +2,13 @@
 
 // Absurd sizes must give null, as they do without a sanitizer, rather than end the program. The
 // sanitizers' run-time libraries look for these functions by name; nothing else calls them.
-extern "C" const char* __asan_default_options() {
+extern "C" {
+__attribute__((visibility("default"))) const char* __asan_default_options() {
   return "allocator_may_return_null=1";
 }
-extern "C" const char* __tsan_default_options() {
+__attribute__((visibility("default"))) const char* __tsan_default_options() {
   return "allocator_may_return_null=1";
+}
 }
 
 int main(int argc, char** argv) {
