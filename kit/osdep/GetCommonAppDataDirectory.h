@@ -1,0 +1,12 @@
+#pragma once
+
+#include "kit/StringBase.h"
+
+namespace qv::kit::osdep {
+
+/// The directory in which the data shared by all users lies; nothing is created. That is the value
+/// of the environment variable "QVPUBAPPDATADIR", as it is, when it is an absolute path, otherwise
+/// "kestrix" in the system's folder for such data.
+WString GetCommonAppDataDirectory();
+
+}  // namespace qv::kit::osdep

@@ -1,0 +1,26 @@
+#include "kit/osdep/GetHostName.h"
+
+#include <string.h>
+#include <unistd.h>
+
+namespace qv::kit::osdep {
+
+WString GetHostName(bool forceFqdn) {
+  WString configured;
+  if (GetConfiguredHostName(configured)) return forceFqdn ? ForceFQDN(configured) : configured;
+
+  char name[256];
+  if (::gethostname(name, sizeof name) != 0) return L"localhost";
+  // A name that fills the buffer may come without a terminator.
+  return WString(name, name + ::strnlen(name, sizeof name));
+}
+
+bool GetConfiguredHostName(WString& /*name*/) {
+  return false;
+}
+
+WString ForceFQDN(const WString& name) {
+  return name;
+}
+
+}  // namespace qv::kit::osdep

@@ -1,0 +1,11 @@
+#pragma once
+
+#include "kit/StringBase.h"
+
+namespace qv::kit::osdep::platform {
+
+/// Path of the running executable, or of the bundle that it comes from. Throws the system's error,
+/// PosixError or CarbonError, when the system cannot tell.
+WString FindRunningExecutable();
+
+}  // namespace qv::kit::osdep::platform
