@@ -5,7 +5,9 @@
 
 namespace qv::kit {
 
-void* DLLMallocNoThrow(unsigned long size) noexcept { return std::malloc(size); }
+void* DLLMallocNoThrow(unsigned long size) noexcept {
+  return std::malloc(size);
+}
 
 void* DLLMalloc(unsigned long size) {
   void* block = DLLMallocNoThrow(size);
@@ -27,6 +29,8 @@ void* DLLRealloc(void* block, unsigned long size) {
   return moved;
 }
 
-void DLLFree(void* block) noexcept { std::free(block); }
+void DLLFree(void* block) noexcept {
+  std::free(block);
+}
 
 }  // namespace qv::kit
