@@ -1,9 +1,9 @@
 /*
  * qvsslinit: makes OpenSSL ready for a web server, and leaves a default certificate behind.
  *
- * Both functions may be called from any thread, at any time, concurrently. Neither lets an exception
- * out, prints, or ends the process. What they have to say goes to the trace engine, where one is
- * installed.
+ * Both functions may be called from any thread, at any time, concurrently. Neither lets an
+ * exception out, prints, or ends the process. What they have to say goes to the trace engine, where
+ * one is installed.
  *
  * Example:
  *     struct QvSslInitHandle* handle = QVSSLINIT_Init();

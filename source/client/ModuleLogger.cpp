@@ -1,0 +1,7 @@
+#include "source/client/ModuleLogger.h"
+
+namespace qvsslinit {
+
+qv::traceengine::MyTraceLogger* g_pGLogger = nullptr;
+
+}  // namespace qvsslinit

@@ -1,0 +1,69 @@
+#include "tests/doubles/RecordingTraceLogger.h"
+
+#include <cstdarg>
+#include <cstdio>
+#include <mutex>
+#include <string>
+
+#include "source/client/MyTraceLogger.h"
+
+namespace {
+
+std::mutex g_Mutex;
+QvTestTraceSink g_Sink = nullptr;
+void* g_Context = nullptr;
+
+__attribute__((format(printf, 3, 0))) void Record(const std::string& origin,
+                                                  const char* functionName, const char* format,
+                                                  std::va_list arguments) {
+  char message[4096];
+  std::vsnprintf(message, sizeof message, format, arguments);
+  const std::string record = origin + " | " + functionName + " | " + message;
+  const std::lock_guard<std::mutex> guard(g_Mutex);
+  if (g_Sink != nullptr) g_Sink(record.c_str(), g_Context);
+}
+
+}  // namespace
+
+void QVTEST_SetTraceSink(QvTestTraceSink sink, void* context) {
+  const std::lock_guard<std::mutex> guard(g_Mutex);
+  g_Sink = sink;
+  g_Context = context;
+}
+
+namespace qv::traceengine {
+
+MyTraceLogger::MyTraceLogger(const kit::String& moduleName) : moduleName_(moduleName) {}
+
+MyTraceLogger::~MyTraceLogger() = default;
+
+bool MyTraceLogger::XTraceTagIsEnabled(int tagId) const noexcept {
+  return tagId >= 0 && tagId <= 255;
+}
+
+void MyTraceLogger::XTraceLogV(int tagId, const char* functionName, const char* format,
+                               std::va_list arguments) noexcept {
+  Record(std::to_string(tagId), functionName, format, arguments);
+}
+
+void MyTraceLogger::XTraceLog(int tagId, const char* functionName, const char* format,
+                              ...) noexcept {
+  std::va_list arguments;
+  va_start(arguments, format);
+  XTraceLogV(tagId, functionName, format, arguments);
+  va_end(arguments);
+}
+
+void MyTraceLogger::XTraceErrorV(const char* functionName, const char* format,
+                                 std::va_list arguments) noexcept {
+  Record("ERROR", functionName, format, arguments);
+}
+
+void MyTraceLogger::XTraceError(const char* functionName, const char* format, ...) noexcept {
+  std::va_list arguments;
+  va_start(arguments, format);
+  XTraceErrorV(functionName, format, arguments);
+  va_end(arguments);
+}
+
+}  // namespace qv::traceengine
