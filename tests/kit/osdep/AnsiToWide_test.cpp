@@ -12,21 +12,13 @@
 #include "kit/exception/OutOfRange.h"
 #include "tests/ExactBuffer.h"
 #include "tests/ReservedRange.h"
+#include "tests/kit/osdep/Converted.h"
 
 namespace {
 
 using namespace qv::kit;
 using namespace qv::kit::osdep;
-
-// Through the allocating form.
-std::wstring Wide(const std::string& text, const char* locale) {
-  wchar_t* begin = nullptr;
-  wchar_t* end = nullptr;
-  AnsiToWide(text.data(), text.data() + text.size(), locale, begin, end);
-  const std::unique_ptr<wchar_t[]> owner(begin);
-  EXPECT_EQ(*end, L'\0');
-  return {begin, end};
-}
+using qv::tests::Wide;
 
 // Into a buffer of room characters.
 std::wstring WideInto(std::size_t room, const std::string& text, const char* locale) {

@@ -12,24 +12,16 @@
 #include "kit/exception/OutOfRange.h"
 #include "tests/ExactBuffer.h"
 #include "tests/ReservedRange.h"
+#include "tests/kit/osdep/Converted.h"
 
 namespace {
 
 using namespace qv::kit;
 using namespace qv::kit::osdep;
+using qv::tests::Narrow;
 
 std::wstring Single(std::uint32_t value) {
   return {static_cast<wchar_t>(value)};
-}
-
-// Through the allocating form.
-std::string Narrow(const std::wstring& text, const char* locale) {
-  char* begin = nullptr;
-  char* end = nullptr;
-  WideToAnsi(text.data(), text.data() + text.size(), locale, begin, end);
-  const std::unique_ptr<char[]> owner(begin);
-  EXPECT_EQ(*end, '\0');
-  return {begin, end};
 }
 
 // Into a buffer of room bytes.

@@ -1,0 +1,135 @@
+#include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <new>
+#include <vector>
+
+#include "kit/Utf8ToWide.h"
+#include "kit/WideToUtf8.h"
+#include "kit/exception/InvalidSequence.h"
+#include "kit/exception/OutOfRange.h"
+#include "tests/reference/Utf8.h"
+
+namespace {
+
+using namespace qv::kit;
+using reference::Bytes;
+
+// Many gibibytes of text that take the memory of one block: the block mapped over and over.
+template <typename CharT>
+class RepeatedText {
+ public:
+  RepeatedText(std::size_t length, CharT character)
+      : length_(length), bytes_((length * sizeof(CharT) + k_BLOCK - 1) / k_BLOCK * k_BLOCK) {
+    const int file = ::memfd_create("text", 0);
+    const bool sized = file >= 0 && ::ftruncate(file, k_BLOCK) == 0;
+    begin_ = static_cast<char*>(
+        ::mmap(nullptr, bytes_, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0));
+    if (!sized || begin_ == MAP_FAILED) throw std::bad_alloc();
+    for (std::size_t place = 0; place < bytes_; place += k_BLOCK) {
+      if (::mmap(begin_ + place, k_BLOCK, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_FIXED, file,
+                 0) == MAP_FAILED) {
+        throw std::bad_alloc();
+      }
+    }
+    ::close(file);
+    std::fill_n(reinterpret_cast<CharT*>(begin_), k_BLOCK / sizeof(CharT), character);
+  }
+  RepeatedText(const RepeatedText&) = delete;
+  RepeatedText& operator=(const RepeatedText&) = delete;
+  ~RepeatedText() { ::munmap(begin_, bytes_); }
+
+  const CharT* begin() const { return reinterpret_cast<const CharT*>(begin_); }
+  const CharT* end() const { return begin() + length_; }
+
+ private:
+  static constexpr std::size_t k_BLOCK = std::size_t{1} << 21;
+
+  std::size_t length_;
+  std::size_t bytes_;
+  char* begin_;
+};
+
+// The first character of all sequences of three bytes whose first byte lies in the range.
+void ExpectAgreementOnThreeBytes(unsigned firstLead, unsigned lastLead) {
+  Bytes bytes(3);
+  const unsigned char* begin = bytes.data();
+  for (unsigned lead = firstLead; lead <= lastLead; ++lead) {
+    for (unsigned rest = 0; rest < 0x10000; ++rest) {
+      bytes[0] = static_cast<unsigned char>(lead);
+      bytes[1] = static_cast<unsigned char>(rest >> 8);
+      bytes[2] = static_cast<unsigned char>(rest & 0xFF);
+      const auto expected = reference::DecodeOne(bytes, 0);
+      wchar_t character = 0;
+      const unsigned char* past = nullptr;
+      try {
+        past = ConvertNextUtf8Character(begin, begin + 3, character);
+      } catch (const exception::InvalidSequence&) {
+      }
+      ASSERT_EQ(past != nullptr, expected.has_value()) << lead << ' ' << rest;
+      if (expected) {
+        ASSERT_EQ(past, begin + expected->length) << lead << ' ' << rest;
+        ASSERT_EQ(static_cast<std::uint32_t>(character), expected->value) << lead << ' ' << rest;
+      }
+    }
+  }
+}
+
+TEST(ConvertNextUtf8Character, AgreesWithTheReferenceOnThreeBytesThatBeginWith00To7F) {
+  ExpectAgreementOnThreeBytes(0x00, 0x7F);
+}
+
+TEST(ConvertNextUtf8Character, AgreesWithTheReferenceOnThreeBytesThatBeginWith80ToBF) {
+  ExpectAgreementOnThreeBytes(0x80, 0xBF);
+}
+
+TEST(ConvertNextUtf8Character, AgreesWithTheReferenceOnThreeBytesThatBeginWithC0ToDF) {
+  ExpectAgreementOnThreeBytes(0xC0, 0xDF);
+}
+
+TEST(ConvertNextUtf8Character, AgreesWithTheReferenceOnThreeBytesThatBeginWithE0ToFF) {
+  ExpectAgreementOnThreeBytes(0xE0, 0xFF);
+}
+
+TEST(WideToUtf8, AgreesWithTheReferenceOnEveryCodePointOfUnicode) {
+  for (std::uint32_t value = 0; value <= 0x110000; ++value) {
+    const auto character = static_cast<wchar_t>(value);
+    std::array<unsigned char, 6> out{};
+    const std::uint32_t length =
+        WideToUtf8(&character, &character + 1, out.data(), out.data() + out.size());
+    const Bytes expected = reference::EncodeOne(value);
+    ASSERT_EQ(length, expected.size()) << value;
+    ASSERT_TRUE(std::equal(expected.begin(), expected.end(), out.begin())) << value;
+    wchar_t decoded = 0;
+    ASSERT_EQ(ConvertNextUtf8Character(out.data(), out.data() + length, decoded),
+              out.data() + length)
+        << value;
+    ASSERT_EQ(decoded, character);
+  }
+}
+
+TEST(GetUtf8StringLength, RefusesANumberOfCharactersThatDoesNotFitIn32Bits) {
+  const RepeatedText<unsigned char> text(0x100000000, 'a');
+  EXPECT_EQ(GetUtf8StringLength(text.begin(), text.end() - 1), 0xFFFFFFFFU);
+  EXPECT_THROW(GetUtf8StringLength(text.begin(), text.end()), exception::OutOfRange);
+}
+
+TEST(GetUtf8EncodingBytes, RefusesANumberOfBytesThatDoesNotFitIn32Bits) {
+  // Six bytes a character: 0xFFFFFFFC for all but the last.
+  const RepeatedText<wchar_t> text(715827883, 0x7FFFFFFF);
+  EXPECT_EQ(GetUtf8EncodingBytes(text.begin(), text.end() - 1), 4294967292U);
+  EXPECT_THROW(GetUtf8EncodingBytes(text.begin(), text.end()), exception::OutOfRange);
+}
+
+TEST(GetUtf8EncodingBytesWithBufferLimit, StopsBeforeTheCountPassesTheLimitOrWraps) {
+  const RepeatedText<wchar_t> text(715827883, 0x7FFFFFFF);
+  EXPECT_EQ(GetUtf8EncodingBytesWithBufferLimit(text.begin(), text.end(), 0xFFFFFFFB), 4294967286U);
+  EXPECT_EQ(GetUtf8EncodingBytesWithBufferLimit(text.begin(), text.end(), 0xFFFFFFFF), 4294967292U);
+}
+
+}  // namespace

@@ -1,0 +1,165 @@
+// How iconv is called, and what becomes of its failures. All three functions of iconv go through
+// this file.
+#include "kit/osdep/IConv.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "kit/osdep/AnsiToWide.h"
+#include "kit/osdep/WideToAnsi.h"
+
+namespace {
+
+using namespace qv::kit;
+using namespace qv::kit::osdep;
+using testing::ElementsAre;
+
+struct Step {
+  int error;             // errno of the failure, 0 for success
+  std::size_t consumed;  // bytes of input that are gone then
+  std::string written;   // bytes of output that are there then
+};
+
+struct {
+  std::vector<std::string> opened;
+  int openError = 0;
+  int closed = 0;
+  bool scripted = false;
+  std::vector<Step> steps;
+  std::vector<std::pair<std::size_t, std::size_t>> calls;  // input and output bytes left
+} g_iconv;
+
+}  // namespace
+
+extern "C" {
+
+iconv_t __real_iconv_open(const char* to, const char* from);
+std::size_t __real_iconv(iconv_t, char** in, std::size_t* inLeft, char** out, std::size_t* outLeft);
+int __real_iconv_close(iconv_t);
+
+iconv_t __wrap_iconv_open(const char* to, const char* from) {
+  g_iconv.opened.push_back(std::string(from) + " > " + to);
+  if (g_iconv.openError != 0) {
+    errno = g_iconv.openError;
+    return reinterpret_cast<iconv_t>(-1);
+  }
+  return __real_iconv_open(to, from);
+}
+
+std::size_t __wrap_iconv(iconv_t descriptor, char** in, std::size_t* inLeft, char** out,
+                         std::size_t* outLeft) {
+  g_iconv.calls.emplace_back(*inLeft, *outLeft);
+  if (!g_iconv.scripted) return __real_iconv(descriptor, in, inLeft, out, outLeft);
+  const Step step = g_iconv.steps.at(g_iconv.calls.size() - 1);
+  *out = std::copy(step.written.begin(), step.written.end(), *out);
+  *outLeft -= step.written.size();
+  *in += step.consumed;
+  *inLeft -= step.consumed;
+  errno = step.error;
+  return step.error == 0 ? 0 : static_cast<std::size_t>(-1);
+}
+
+int __wrap_iconv_close(iconv_t descriptor) {
+  ++g_iconv.closed;
+  return __real_iconv_close(descriptor);
+}
+
+}  // extern "C"
+
+namespace {
+
+std::string NarrowInto(std::size_t room, const std::wstring& text, const std::vector<Step>& steps) {
+  g_iconv.scripted = true;
+  g_iconv.steps = steps;
+  std::vector<char> out(room);
+  char* end = out.data() + room;
+  IConv(text.data(), text.data() + text.size(), k_WIDE_ENCODING, out.data(), end, "UTF-8");
+  return {out.data(), end};
+}
+
+std::wstring WideInto(std::size_t room, const std::string& text, const std::vector<Step>& steps) {
+  g_iconv.scripted = true;
+  g_iconv.steps = steps;
+  std::vector<wchar_t> out(room);
+  wchar_t* end = out.data() + room;
+  IConv(text.data(), text.data() + text.size(), "UTF-8", out.data(), end, k_WIDE_ENCODING);
+  return {out.data(), end};
+}
+
+TEST(IConv, EachConversionOpensAndClosesADescriptorOfItsOwn) {
+  const std::unique_ptr<wchar_t[]> wide(AnsiToWide("a", "a" + 1, "KOI8-R"));
+  const std::unique_ptr<char[]> narrow(WideToAnsi(L"a", "SHIFT_JIS"));
+  EXPECT_THAT(g_iconv.opened, ElementsAre("KOI8-R > UTF-32LE", "UTF-32LE > SHIFT_JIS"));
+  EXPECT_EQ(g_iconv.closed, 2);
+}
+
+TEST(IConv, WhateverIconvOpenFailsForIsInvalidLocaleAndNothingIsClosed) {
+  for (const int error : {EINVAL, ENOMEM, EMFILE, ENFILE}) {
+    g_iconv.openError = error;
+    EXPECT_THROW(NarrowInto(4, L"a", {}), exception::InvalidLocale);
+    EXPECT_THROW(WideInto(4, "a", {}), exception::InvalidLocale);
+  }
+  EXPECT_EQ(g_iconv.closed, 0);
+  EXPECT_TRUE(g_iconv.calls.empty());
+}
+
+TEST(IConv, StopsAtTheFirstSuccess) {
+  EXPECT_EQ(NarrowInto(8, L"ab", {{0, 4, "a"}}), "a");
+  EXPECT_THAT(g_iconv.calls, ElementsAre(std::pair(8, 8)));
+  EXPECT_EQ(g_iconv.closed, 1);
+}
+
+TEST(IConv, ANumberOfLossyConversionsIsSuccess) {
+  EXPECT_EQ(NarrowInto(8, L"ab", {{0, 8, "xy"}}), "xy");
+}
+
+TEST(IConv, NoInputAndNoRoomCallNothing) {
+  EXPECT_EQ(NarrowInto(8, L"", {}), "");
+  EXPECT_EQ(NarrowInto(0, L"a", {}), "");
+  EXPECT_EQ(WideInto(0, "a", {}), L"");
+  EXPECT_TRUE(g_iconv.calls.empty());
+  EXPECT_EQ(g_iconv.closed, 3);
+}
+
+TEST(IConv, AFailureSkipsFourBytesOfWideTextAndOneByteOfRoom) {
+  EXPECT_EQ(NarrowInto(8, L"abc", {{EILSEQ, 4, "a"}, {0, 4, "c"}}), "a?c");
+  EXPECT_THAT(g_iconv.calls, ElementsAre(std::pair(12, 8), std::pair(4, 6)));
+}
+
+TEST(IConv, AFailureSkipsOneByteOfNarrowTextAndFourBytesOfRoom) {
+  const std::string c("c\0\0\0", 4);
+  EXPECT_EQ(WideInto(4, "abc", {{EILSEQ, 1, ""}, {0, 1, c}}), L"?c");
+  EXPECT_THAT(g_iconv.calls, ElementsAre(std::pair(3, 16), std::pair(1, 12)));
+}
+
+TEST(IConv, EveryKindOfFailureIsTreatedAlike) {
+  for (const int error : {EILSEQ, EINVAL, E2BIG, EBADF}) {
+    g_iconv.calls.clear();
+    EXPECT_EQ(NarrowInto(8, L"ab", {{error, 0, ""}, {0, 4, "b"}}), "?b") << error;
+  }
+}
+
+TEST(IConv, AFailureWithAllInputUsedStops) {
+  EXPECT_EQ(NarrowInto(8, L"ab", {{EINVAL, 8, "ab"}}), "ab");
+}
+
+TEST(IConv, AFailureWithAllRoomUsedStops) {
+  EXPECT_EQ(NarrowInto(2, L"abc", {{E2BIG, 8, "ab"}}), "ab");
+}
+
+TEST(IConv, AQuestionMarkThatTakesTheLastOfTheRoomEndsTheConversion) {
+  EXPECT_EQ(NarrowInto(2, L"abc", {{EILSEQ, 4, "a"}}), "a?");
+  EXPECT_EQ(g_iconv.calls.size(), 1U);
+}
+
+TEST(IConv, AQuestionMarkForTheLastOfTheInputEndsTheConversion) {
+  EXPECT_EQ(NarrowInto(8, L"ab", {{EILSEQ, 4, "a"}}), "a?");
+  EXPECT_EQ(g_iconv.calls.size(), 1U);
+}
+
+}  // namespace
