@@ -20,7 +20,8 @@ void* DLLReallocNoThrow(void* block, unsigned long size) noexcept {
     std::free(block);
     return nullptr;
   }
-  return std::realloc(block, size);
+  // Null and a size of 0 are left to the C library, whose answers differ and are all fine here.
+  return std::realloc(block, size);  // NOLINT(clang-analyzer-optin.portability.UnixAPI)
 }
 
 void* DLLRealloc(void* block, unsigned long size) {

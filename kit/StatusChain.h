@@ -31,7 +31,7 @@ class StatusChain {
     explicit Element(std::int32_t code) noexcept : code_(code) {}
     Element(const Element& other) { copy(other); }
     Element& operator=(const Element& other) {
-      copy(other);
+      if (this != &other) copy(other);
       return *this;
     }
     ~Element() = default;

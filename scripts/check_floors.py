@@ -8,11 +8,12 @@ root = pathlib.Path(__file__).resolve().parent.parent
 
 FLOORS = {
     1: """kit/exception/Exception kit/AddFileAndLineInfo kit/SafeInteger kit/NumericCast
-          kit/CharactersToBytes kit/DLLAlloc kit/little_endian kit/big_endian
+          kit/CharactersToBytes kit/RangeLength kit/DLLAlloc kit/little_endian kit/big_endian
           kit/osdep/CriticalSection kit/osdep/UnixCriticalSection kit/osdep/AtomicInt""",
     2: """kit/Vector kit/Utf8ToWide kit/WideToUtf8 kit/StringCompare kit/osdep/IConv
-          kit/osdep/AnsiToWide kit/osdep/WideToAnsi kit/osdep/platform/SystemEncoding""",
-    3: "kit/StringBase",
+          kit/osdep/AnsiToWide kit/osdep/WideToAnsi kit/osdep/AllocateConverted
+          kit/osdep/platform/SystemEncoding""",
+    3: "kit/StringBase kit/StringForms kit/BufferStrategy",
     4: """kit/exception/InvalidArgument2 kit/exception/OutOfRange2 kit/exception/BoundExceeded2
           kit/exception/AccessDenied kit/exception/OSException kit/exception/PosixError
           kit/exception/CarbonError kit/osdep/IntegerToString kit/osdep/ThreadID

@@ -8,7 +8,7 @@
 namespace qv::kit::osdep {
 
 WString GetCommonAppDataDirectory() {
-  const WString chosen(std::getenv("QVPUBAPPDATADIR"));
+  WString chosen(std::getenv("QVPUBAPPDATADIR"));
   if (path::IsAbs(chosen)) return chosen;
 
   const WString preferences = platform::FindPreferencesFolder();
