@@ -1,0 +1,45 @@
+#pragma once
+
+#include <cstdint>
+
+#include "kit/BufferWrapper.h"
+#include "kit/osdep/AtomicInt.h"
+
+namespace qv::kit {
+
+/// The storage that copies of an AutoBuffer share, with the number of them. Any thread may take and
+/// give back references; everything else belongs to whoever holds the only one.
+class AutoBufferGuts {
+ public:
+  /// No used bytes, storage for capacity, one reference. Throws std::bad_alloc.
+  explicit AutoBufferGuts(std::uint32_t capacity);
+  AutoBufferGuts(const AutoBufferGuts&) = delete;
+  AutoBufferGuts& operator=(const AutoBufferGuts&) = delete;
+
+  void addReference() { references_.increment(); }
+  /// Gives a reference back; the last one takes the object with it.
+  void release();
+  bool isShared() const { return references_ > 1; }
+
+  /// Null when the capacity is 0.
+  unsigned char* begin() const noexcept { return begin_; }
+  std::uint32_t capacity() const noexcept { return capacity_; }
+  std::uint32_t length() const noexcept { return static_cast<std::uint32_t>(end_ - begin_); }
+
+  /// length must be within the capacity; bytes that it adds have whatever value they have.
+  void setLength(std::uint32_t length) noexcept { end_ = begin_ + length; }
+
+  /// Moves to storage of exactly capacity bytes, no less than before. Throws std::bad_alloc and
+  /// changes nothing when they cannot be had.
+  void grow(std::uint32_t capacity);
+
+ private:
+  ~AutoBufferGuts();
+
+  osdep::AtomicInt references_{1};
+  unsigned char* begin_ = nullptr;
+  std::uint32_t capacity_ = 0;
+  unsigned char* end_ = nullptr;
+};
+
+}  // namespace qv::kit
