@@ -1,23 +1,15 @@
-#include <stdlib.h>
 #include <unistd.h>
 
 #include <cstdlib>
-#include <memory>
 
 #include "kit/AddFileAndLineInfo.h"
 #include "kit/exception/PosixError.h"
 #include "kit/osdep/RepeatWhileInterrupted.h"
 #include "kit/osdep/SystemPath.h"
+#include "kit/osdep/SystemText.h"
 #include "kit/osdep/path.h"
 
 namespace qv::kit::osdep::path {
-namespace {
-
-struct FreeText {
-  void operator()(char* text) const noexcept { std::free(text); }
-};
-
-}  // namespace
 
 WString AbsPath(const WString& path) {
   if (IsAbs(path)) return path;
@@ -26,7 +18,7 @@ WString AbsPath(const WString& path) {
 
 WString GetCWD() {
   // The C library allocates as much as the name takes.
-  const std::unique_ptr<char, FreeText> directory(::getcwd(nullptr, 0));
+  const SystemText directory(::getcwd(nullptr, 0));
   if (directory == nullptr) QV_THROW(PosixError());
   return WString(directory.get());
 }

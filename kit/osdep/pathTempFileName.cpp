@@ -1,26 +1,16 @@
 #include <stdio.h>
-#include <stdlib.h>
-
-#include <cstdlib>
-#include <memory>
 
 #include "kit/AddFileAndLineInfo.h"
 #include "kit/exception/InvalidArgument.h"
 #include "kit/exception/NonexistentException.h"
 #include "kit/exception/PosixError.h"
 #include "kit/osdep/SystemPath.h"
+#include "kit/osdep/SystemText.h"
 #include "kit/osdep/path.h"
 
 // A source of its own, so that only programs that ask for temporary names hear the linker warn
 // about tempnam.
 namespace qv::kit::osdep::path {
-namespace {
-
-struct FreeText {
-  void operator()(char* text) const noexcept { std::free(text); }
-};
-
-}  // namespace
 
 WString TempFileName(const WString& prefix, const WString& directory) {
   if (prefix.empty()) QV_THROW(exception::InvalidArgument());
@@ -30,7 +20,7 @@ WString TempFileName(const WString& prefix, const WString& directory) {
 
   const String narrowWhere = ToSystemPath(where);
   const String narrowPrefix = ToSystemPath(prefix);
-  const std::unique_ptr<char, FreeText> name(::tempnam(narrowWhere.c_str(), narrowPrefix.c_str()));
+  const SystemText name(::tempnam(narrowWhere.c_str(), narrowPrefix.c_str()));
   if (name == nullptr) QV_THROW(PosixError());
   return WString(name.get());
 }
