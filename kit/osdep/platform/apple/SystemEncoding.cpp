@@ -1,0 +1,73 @@
+// The encoding that the system is set to, converted by Core Foundation.
+#include "kit/osdep/platform/SystemEncoding.h"
+
+#include <CoreFoundation/CoreFoundation.h>
+
+#include <cstdint>
+
+#include "kit/AddFileAndLineInfo.h"
+#include "kit/RangeLength.h"
+#include "kit/SafeInteger.h"
+#include "kit/exception/InvalidLocale.h"
+#include "kit/osdep/platform/apple/CFOwner.h"
+
+namespace qv::kit::osdep::platform {
+namespace {
+
+/// The bytes from begin to end, which are text in the given encoding.
+template <typename CharT>
+CFOwner<CFStringRef> CreateString(const CharT* begin, const CharT* end, CFStringEncoding encoding) {
+  const auto bytes = static_cast<CFIndex>((end - begin) * sizeof(CharT));
+  CFOwner<CFStringRef> string(CFStringCreateWithBytes(
+      kCFAllocatorDefault, reinterpret_cast<const UInt8*>(begin), bytes, encoding, false));
+  if (string == nullptr) QV_THROW(exception::InvalidLocale());
+  return string;
+}
+
+/// Writes as much of string as the output has room for. Returns the number of characters written
+/// and moves outEnd behind the last of them.
+template <typename CharT>
+std::uint32_t GetText(CFStringRef string, CFStringEncoding encoding, CharT* outBegin,
+                      CharT*& outEnd) {
+  const CFRange all = CFRangeMake(0, CFStringGetLength(string));
+  const auto room = static_cast<CFIndex>((outEnd - outBegin) * sizeof(CharT));
+  CFIndex bytes = 0;
+  CFStringGetBytes(string, all, encoding, '?', false, reinterpret_cast<UInt8*>(outBegin), room,
+                   &bytes);
+  outEnd = outBegin + bytes / static_cast<CFIndex>(sizeof(CharT));
+  return RangeLength<CharT>(outBegin, outEnd);
+}
+
+template <typename FromT, typename ToT>
+std::uint32_t Convert(const FromT* begin, const FromT* end, CFStringEncoding from, ToT* outBegin,
+                      ToT*& outEnd, CFStringEncoding to) {
+  if (begin == end) {
+    outEnd = outBegin;
+    return 0;
+  }
+  return GetText(CreateString(begin, end, from).get(), to, outBegin, outEnd);
+}
+
+}  // namespace
+
+std::uint32_t CarbonAnsiToWide(const char* begin, const char* end, wchar_t* outBegin,
+                               wchar_t*& outEnd) {
+  return Convert(begin, end, CFStringGetSystemEncoding(), outBegin, outEnd,
+                 kCFStringEncodingUTF32LE);
+}
+
+std::uint32_t CarbonWideToAnsi(const wchar_t* begin, const wchar_t* end, char* outBegin,
+                               char*& outEnd) {
+  return Convert(begin, end, kCFStringEncodingUTF32LE, outBegin, outEnd,
+                 CFStringGetSystemEncoding());
+}
+
+std::uint32_t GetCarbonWideToAnsiRequiredBufferLength(const wchar_t* begin, const wchar_t* end) {
+  const auto length = static_cast<CFIndex>(RangeLength(begin, end));
+  // Negative when the system itself cannot count them.
+  return SafeInteger<unsigned long>(
+             CFStringGetMaximumSizeForEncoding(length, CFStringGetSystemEncoding()))
+      .value();
+}
+
+}  // namespace qv::kit::osdep::platform
