@@ -1,0 +1,99 @@
+#include "tests/doubles/FailingMutexes.h"
+
+#include <pthread.h>
+
+#include <array>
+#include <cstddef>
+#include <cstdlib>
+
+namespace {
+
+struct State {
+  bool watching = false;
+  std::array<int, 4> errors{};
+  int attributesAlive = 0;
+  int mutexesAlive = 0;
+};
+
+State g_state;
+
+using Call = qv::test::FailingMutexes::Call;
+
+int ErrorOf(Call call) {
+  return g_state.watching ? g_state.errors[static_cast<std::size_t>(call)] : 0;
+}
+
+template <typename Real>
+int Make(Call call, int& alive, Real real) {
+  if (const int error = ErrorOf(call); error != 0) return error;
+  const int result = real();
+  if (result == 0) ++alive;
+  return result;
+}
+
+}  // namespace
+
+extern "C" {
+int __real_pthread_mutexattr_init(pthread_mutexattr_t* attributes);
+int __real_pthread_mutexattr_settype(pthread_mutexattr_t* attributes, int type);
+int __real_pthread_mutexattr_destroy(pthread_mutexattr_t* attributes);
+int __real_pthread_mutex_init(pthread_mutex_t* mutex, const pthread_mutexattr_t* attributes);
+int __real_pthread_mutex_destroy(pthread_mutex_t* mutex);
+int __real_pthread_mutex_trylock(pthread_mutex_t* mutex);
+
+int __wrap_pthread_mutexattr_init(pthread_mutexattr_t* attributes) {
+  return Make(Call::kAttributeInit, g_state.attributesAlive,
+              [=] { return __real_pthread_mutexattr_init(attributes); });
+}
+
+int __wrap_pthread_mutexattr_settype(pthread_mutexattr_t* attributes, int type) {
+  const int error = ErrorOf(Call::kAttributeType);
+  return error != 0 ? error : __real_pthread_mutexattr_settype(attributes, type);
+}
+
+int __wrap_pthread_mutexattr_destroy(pthread_mutexattr_t* attributes) {
+  --g_state.attributesAlive;
+  return __real_pthread_mutexattr_destroy(attributes);
+}
+
+int __wrap_pthread_mutex_init(pthread_mutex_t* mutex, const pthread_mutexattr_t* attributes) {
+  return Make(Call::kMutexInit, g_state.mutexesAlive,
+              [=] { return __real_pthread_mutex_init(mutex, attributes); });
+}
+
+int __wrap_pthread_mutex_destroy(pthread_mutex_t* mutex) {
+  --g_state.mutexesAlive;
+  return __real_pthread_mutex_destroy(mutex);
+}
+
+int __wrap_pthread_mutex_trylock(pthread_mutex_t* mutex) {
+  const int error = ErrorOf(Call::kTryLock);
+  return error != 0 ? error : __real_pthread_mutex_trylock(mutex);
+}
+}
+
+namespace qv::test {
+
+FailingMutexes::FailingMutexes() {
+  if (g_state.watching) std::abort();
+  g_state = State();
+  g_state.watching = true;
+}
+
+FailingMutexes::~FailingMutexes() {
+  g_state.watching = false;
+}
+
+void FailingMutexes::Fail(Call call, int error) {
+  g_state.errors[static_cast<std::size_t>(call)] = error;
+}
+
+int FailingMutexes::attributesAlive() const {
+  return g_state.attributesAlive;
+}
+
+int FailingMutexes::mutexesAlive() const {
+  return g_state.mutexesAlive;
+}
+
+}  // namespace qv::test

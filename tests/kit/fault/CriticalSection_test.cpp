@@ -1,0 +1,66 @@
+#include "kit/osdep/CriticalSection.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <new>
+
+#include "kit/osdep/AtomicInt.h"
+#include "tests/doubles/FailingMutexes.h"
+
+namespace {
+
+using qv::kit::osdep::AtomicInt;
+using qv::kit::osdep::CriticalSection;
+using qv::test::FailingMutexes;
+using Call = FailingMutexes::Call;
+
+TEST(CriticalSectionWithoutResources, MakesAndDestroysOneMutexAndItsAttributes) {
+  const FailingMutexes mutexes;
+  {
+    const CriticalSection section;
+    EXPECT_EQ(mutexes.mutexesAlive(), 1);
+    EXPECT_EQ(mutexes.attributesAlive(), 0);
+  }
+  EXPECT_EQ(mutexes.mutexesAlive(), 0);
+}
+
+TEST(CriticalSectionWithoutResources, ThrowsBadAllocAtEachStepOfItsConstructionAndLosesNothing) {
+  for (const Call call : {Call::kAttributeInit, Call::kAttributeType, Call::kMutexInit}) {
+    for (const int error : {ENOMEM, EAGAIN}) {
+      FailingMutexes mutexes;
+      mutexes.Fail(call, error);
+      EXPECT_THROW(CriticalSection{}, std::bad_alloc);
+      EXPECT_THROW(AtomicInt(1), std::bad_alloc);
+      EXPECT_EQ(mutexes.attributesAlive(), 0);
+      EXPECT_EQ(mutexes.mutexesAlive(), 0);
+    }
+  }
+}
+
+TEST(CriticalSectionTryEnter, IsFalseForBusyAndInvalid) {
+  for (const int error : {EBUSY, EINVAL}) {
+    const CriticalSection section;
+    FailingMutexes mutexes;
+    mutexes.Fail(Call::kTryLock, error);
+    EXPECT_FALSE(section.tryEnter());
+    EXPECT_FALSE(section.inOwningThread());
+  }
+}
+
+TEST(CriticalSectionTryEnter, CountsEveryOtherErrorAsEntered) {
+  for (const int error : {EAGAIN, EPERM, EDEADLK}) {
+    const CriticalSection section;
+    // Held, so that the leave() that matches the failed attempt finds a locked mutex.
+    section.enter();
+    FailingMutexes mutexes;
+    mutexes.Fail(Call::kTryLock, error);
+    EXPECT_TRUE(section.tryEnter());
+    section.leave();
+    EXPECT_TRUE(section.inOwningThread());
+    section.leave();
+    EXPECT_FALSE(section.inOwningThread());
+  }
+}
+
+}  // namespace
