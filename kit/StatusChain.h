@@ -72,7 +72,7 @@ class StatusChain {
   /// The same as copy().
   StatusChain(const StatusChain& other) : StatusChain() { copy(other); }
   StatusChain& operator=(const StatusChain& other) {
-    copy(other);
+    if (this != &other) copy(other);
     return *this;
   }
   ~StatusChain() { cleanupHistory(); }
