@@ -23,6 +23,7 @@ bool IsAsciiRun(const wchar_t* p) {
 
 // The value that is written for character: itself, or "?" for one that has no bytes.
 std::uint32_t EncodableValue(wchar_t character) {
+  // NOLINTNEXTLINE(bugprone-signed-char-misuse): all 32 bits of a wchar_t are its value.
   const auto value = static_cast<std::uint32_t>(character);
   return value > 0x7FFFFFFF ? std::uint32_t{'?'} : value;
 }

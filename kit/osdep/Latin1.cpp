@@ -11,6 +11,7 @@ namespace qv::kit::osdep {
 namespace {
 
 char ToLatin1(wchar_t character) {
+  // NOLINTNEXTLINE(bugprone-signed-char-misuse): all 32 bits of a wchar_t are its value.
   const auto value = static_cast<std::uint32_t>(character);
   return value < 256 ? static_cast<char>(value) : '?';
 }
