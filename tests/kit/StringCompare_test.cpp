@@ -3,13 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <cctype>
-#include <clocale>
 #include <cwctype>
 #include <limits>
 #include <string>
 
 #include "kit/exception/InvalidSequence.h"
 #include "tests/ReservedRange.h"
+#include "tests/ScopedLocale.h"
 
 namespace {
 
@@ -127,12 +127,13 @@ TEST(StringCaseCompare, NarrowCharactersAreOrderedAsUnsignedBytes) {
 }
 
 TEST(StringCaseCompare, OnlyTheLettersAToZHaveAnUpperCaseWhateverTheLocale) {
-  ASSERT_NE(std::setlocale(LC_ALL, "C.UTF-8"), nullptr);
+  const ScopedLocale utf8("C.UTF-8");
   EXPECT_NE(CaseCompare<wchar_t>(L"\u00E9", L"\u00C9"), 0);
   EXPECT_NE(CaseCompare<char>("\xE9", "\xC9"), 0);
 }
 
 TEST(StringCaseCompare, OrdersWideCharactersByWhatTheCLibraryMapsThemToInTheCLocale) {
+  const ScopedLocale c("C");
   const auto upper = [](std::uint32_t value) {
     return static_cast<std::uint32_t>(std::towupper(static_cast<wint_t>(value)));
   };
@@ -144,6 +145,7 @@ TEST(StringCaseCompare, OrdersWideCharactersByWhatTheCLibraryMapsThemToInTheCLoc
 }
 
 TEST(StringCaseCompare, NarrowCharactersMapAsTheCLibraryMapsThemInTheCLocale) {
+  const ScopedLocale c("C");
   for (int value = 0; value < 256; ++value) {
     const std::string character(1, static_cast<char>(value));
     for (int other = 0; other < 256; ++other) {

@@ -4,7 +4,6 @@
 #include <iconv.h>
 
 #include <algorithm>
-#include <clocale>
 #include <memory>
 #include <string>
 
@@ -12,6 +11,7 @@
 #include "kit/exception/OutOfRange.h"
 #include "tests/ExactBuffer.h"
 #include "tests/ReservedRange.h"
+#include "tests/ScopedLocale.h"
 #include "tests/kit/osdep/Converted.h"
 
 namespace {
@@ -116,15 +116,17 @@ TEST(AnsiToWide, AnUnknownEncodingThrowsInvalidLocaleAndChangesNothing) {
 }
 
 TEST(AnsiToWide, TheEmptyNameIsTheEncodingOfTheCurrentLocale) {
+  const ScopedLocale c("C");
   EXPECT_EQ(Wide("a\xC3\xA9", ""), L"a??");
-  ASSERT_NE(std::setlocale(LC_ALL, "C.UTF-8"), nullptr);
+  const ScopedLocale utf8("C.UTF-8");
   EXPECT_EQ(Wide("a\xC3\xA9", ""), L"a\u00E9");
 }
 
 TEST(AnsiToWide, CarbonIsTheEncodingOfTheCurrentLocaleAndNoNameForIconv) {
+  const ScopedLocale c("C");
   ASSERT_EQ(::iconv_open("UTF-32LE", "carbon"), reinterpret_cast<iconv_t>(-1));
   EXPECT_EQ(Wide("a\xC3\xA9", "carbon"), L"a??");
-  ASSERT_NE(std::setlocale(LC_ALL, "C.UTF-8"), nullptr);
+  const ScopedLocale utf8("C.UTF-8");
   EXPECT_EQ(Wide("a\xC3\xA9\xFF", "carbon"), L"a\u00E9?");
   EXPECT_EQ(WideInto(1, "ab", "carbon"), L"a");
   EXPECT_EQ(WideInto(2, "", "carbon"), L"");

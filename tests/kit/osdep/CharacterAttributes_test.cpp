@@ -2,12 +2,12 @@
 
 #include <gtest/gtest.h>
 
-#include <clocale>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "kit/exception/InvalidArgument2.h"
+#include "tests/ScopedLocale.h"
 
 namespace {
 
@@ -76,10 +76,11 @@ TEST(CharacterAttributes, WideCharactersHaveTheClassesOfTheCLocale) {
 }
 
 TEST(CharacterAttributes, TheDefaultIsTheCLocaleWhateverTheLocaleOfTheProcess) {
-  ASSERT_NE(std::setlocale(LC_ALL, "C.UTF-8"), nullptr);
-  std::locale::global(std::locale("C.UTF-8"));
+  const ScopedLocale utf8("C.UTF-8");
+  const std::locale previous = std::locale::global(std::locale("C.UTF-8"));
   ExpectClassesOfTheCLocale(CharacterAttributes<char>(), 0xFF);
   ExpectClassesOfTheCLocale(CharacterAttributes<wchar_t>(), 0x2FF);
+  std::locale::global(previous);
 }
 
 TEST(CharacterAttributes, ALocaleOfTheGivenNameDecides) {

@@ -4,7 +4,6 @@
 #include <iconv.h>
 
 #include <algorithm>
-#include <clocale>
 #include <memory>
 #include <string>
 
@@ -12,6 +11,7 @@
 #include "kit/exception/OutOfRange.h"
 #include "tests/ExactBuffer.h"
 #include "tests/ReservedRange.h"
+#include "tests/ScopedLocale.h"
 #include "tests/kit/osdep/Converted.h"
 
 namespace {
@@ -122,15 +122,17 @@ TEST(WideToAnsi, AnUnknownEncodingThrowsInvalidLocaleAndChangesNothing) {
 }
 
 TEST(WideToAnsi, TheEmptyNameIsTheEncodingOfTheCurrentLocale) {
+  const ScopedLocale c("C");
   EXPECT_EQ(Narrow(L"a\u00E9", ""), "a?");
-  ASSERT_NE(std::setlocale(LC_ALL, "C.UTF-8"), nullptr);
+  const ScopedLocale utf8("C.UTF-8");
   EXPECT_EQ(Narrow(L"a\u00E9", ""), "a\xC3\xA9");
 }
 
 TEST(WideToAnsi, CarbonIsTheEncodingOfTheCurrentLocaleAndNoNameForIconv) {
+  const ScopedLocale c("C");
   ASSERT_EQ(::iconv_open("carbon", "UTF-32LE"), reinterpret_cast<iconv_t>(-1));
   EXPECT_EQ(Narrow(L"a\u00E9", "carbon"), "a?");
-  ASSERT_NE(std::setlocale(LC_ALL, "C.UTF-8"), nullptr);
+  const ScopedLocale utf8("C.UTF-8");
   EXPECT_EQ(Narrow(L"a\u00E9\U0001F600", "carbon"), "a\xC3\xA9\xF0\x9F\x98\x80");
   EXPECT_EQ(NarrowInto(0, L"", "carbon"), "");
 }
@@ -180,9 +182,10 @@ TEST(GetWideToAnsiRequiredBufferLength, IsFourBytesForEachCharacter) {
 }
 
 TEST(GetWideToAnsiRequiredBufferLength, OfTheSystemEncodingIsWhatTheCLibraryMayNeed) {
+  const ScopedLocale c("C");
   const std::wstring text = L"abc";
   EXPECT_EQ(GetWideToAnsiRequiredBufferLength(text.data(), text.data() + 3, "carbon"), 3U);
-  ASSERT_NE(std::setlocale(LC_ALL, "C.UTF-8"), nullptr);
+  const ScopedLocale utf8("C.UTF-8");
   EXPECT_EQ(GetWideToAnsiRequiredBufferLength(text.data(), text.data() + 3, "carbon"),
             3 * MB_CUR_MAX);
 }
@@ -193,7 +196,7 @@ TEST(GetWideToAnsiRequiredBufferLength, RefusesWhatDoesNotFitIn32Bits) {
             0xFFFFFFFCU);
   EXPECT_THROW(GetWideToAnsiRequiredBufferLength(range.begin(), range.end(), "UTF-8"),
                exception::OutOfRange);
-  ASSERT_NE(std::setlocale(LC_ALL, "C.UTF-8"), nullptr);
+  const ScopedLocale utf8("C.UTF-8");
   EXPECT_THROW(GetWideToAnsiRequiredBufferLength(range.begin(), range.end(), "carbon"),
                exception::OutOfRange);
 }

@@ -21,26 +21,32 @@ using qv::tests::Wide;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-TEST(LocaleDispatch, CarbonAsksTheSystemEncodingForWideText) {
+// The script is of the whole program.
+class LocaleDispatch : public testing::Test {
+ protected:
+  void SetUp() override { SystemEncoding() = {}; }
+};
+
+TEST_F(LocaleDispatch, CarbonAsksTheSystemEncodingForWideText) {
   SystemEncoding().wide = L"\u65E5";
   EXPECT_EQ(Wide("abc", "carbon"), L"\u65E5");
   EXPECT_THAT(SystemEncoding().calls, ElementsAre("CarbonAnsiToWide abc"));
 }
 
-TEST(LocaleDispatch, CarbonAsksTheSystemEncodingForTheRoomAndTheNarrowText) {
+TEST_F(LocaleDispatch, CarbonAsksTheSystemEncodingForTheRoomAndTheNarrowText) {
   SystemEncoding().required = 5;
   SystemEncoding().narrow = "12345";
   EXPECT_EQ(Narrow(L"ab", "carbon"), "12345");
   EXPECT_THAT(SystemEncoding().calls, ElementsAre("required 2", "CarbonWideToAnsi 2"));
 }
 
-TEST(LocaleDispatch, NarrowTextGetsNoMoreRoomThanTheSystemEncodingAskedFor) {
+TEST_F(LocaleDispatch, NarrowTextGetsNoMoreRoomThanTheSystemEncodingAskedFor) {
   SystemEncoding().required = 3;
   SystemEncoding().narrow = "12345";
   EXPECT_EQ(Narrow(L"ab", "carbon"), "123");
 }
 
-TEST(LocaleDispatch, TheNumberOfCharactersWrittenIsTheSystemEncodings) {
+TEST_F(LocaleDispatch, TheNumberOfCharactersWrittenIsTheSystemEncodings) {
   const char narrow[] = "abc";
   const wchar_t wide[] = L"abc";
   wchar_t wideOut[8];
@@ -55,20 +61,20 @@ TEST(LocaleDispatch, TheNumberOfCharactersWrittenIsTheSystemEncodings) {
   EXPECT_EQ(narrowEnd, narrowOut + 4);
 }
 
-TEST(LocaleDispatch, AnInputThatTheSystemEncodingRefusesThrowsInvalidLocale) {
+TEST_F(LocaleDispatch, AnInputThatTheSystemEncodingRefusesThrowsInvalidLocale) {
   SystemEncoding().throwsInvalidLocale = true;
   SystemEncoding().required = 5;
   EXPECT_THROW(Wide("abc", "carbon"), exception::InvalidLocale);
   EXPECT_THROW(Narrow(L"abc", "carbon"), exception::InvalidLocale);
 }
 
-TEST(LocaleDispatch, AnEmptyInputAsksNobody) {
+TEST_F(LocaleDispatch, AnEmptyInputAsksNobody) {
   EXPECT_EQ(Wide("", "carbon"), L"");
   EXPECT_EQ(Narrow(L"", "carbon"), "");
   EXPECT_THAT(SystemEncoding().calls, IsEmpty());
 }
 
-TEST(LocaleDispatch, EveryOtherNameGoesToIconv) {
+TEST_F(LocaleDispatch, EveryOtherNameGoesToIconv) {
   EXPECT_EQ(Wide("a", "UTF-8"), L"a");
   EXPECT_EQ(Narrow(L"a", ""), "a");
   EXPECT_THROW(Wide("a", "Carbon"), exception::InvalidLocale);

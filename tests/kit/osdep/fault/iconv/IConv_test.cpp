@@ -25,14 +25,16 @@ struct Step {
   std::string written;   // bytes of output that are there then
 };
 
-struct {
+struct Calls {
   std::vector<std::string> opened;
   int openError = 0;
   int closed = 0;
   bool scripted = false;
   std::vector<Step> steps;
   std::vector<std::pair<std::size_t, std::size_t>> calls;  // input and output bytes left
-} g_iconv;
+};
+
+Calls g_iconv;
 
 }  // namespace
 
@@ -91,14 +93,19 @@ std::wstring WideInto(std::size_t room, const std::string& text, const std::vect
   return {out.data(), end};
 }
 
-TEST(IConv, EachConversionOpensAndClosesADescriptorOfItsOwn) {
+class IConvCalls : public testing::Test {
+ protected:
+  void SetUp() override { g_iconv = {}; }
+};
+
+TEST_F(IConvCalls, EachConversionOpensAndClosesADescriptorOfItsOwn) {
   const std::unique_ptr<wchar_t[]> wide(AnsiToWide("a", "a" + 1, "KOI8-R"));
   const std::unique_ptr<char[]> narrow(WideToAnsi(L"a", "SHIFT_JIS"));
   EXPECT_THAT(g_iconv.opened, ElementsAre("KOI8-R > UTF-32LE", "UTF-32LE > SHIFT_JIS"));
   EXPECT_EQ(g_iconv.closed, 2);
 }
 
-TEST(IConv, WhateverIconvOpenFailsForIsInvalidLocaleAndNothingIsClosed) {
+TEST_F(IConvCalls, WhateverIconvOpenFailsForIsInvalidLocaleAndNothingIsClosed) {
   for (const int error : {EINVAL, ENOMEM, EMFILE, ENFILE}) {
     g_iconv.openError = error;
     EXPECT_THROW(NarrowInto(4, L"a", {}), exception::InvalidLocale);
@@ -108,17 +115,17 @@ TEST(IConv, WhateverIconvOpenFailsForIsInvalidLocaleAndNothingIsClosed) {
   EXPECT_TRUE(g_iconv.calls.empty());
 }
 
-TEST(IConv, StopsAtTheFirstSuccess) {
+TEST_F(IConvCalls, StopsAtTheFirstSuccess) {
   EXPECT_EQ(NarrowInto(8, L"ab", {{0, 4, "a"}}), "a");
   EXPECT_THAT(g_iconv.calls, ElementsAre(std::pair(8, 8)));
   EXPECT_EQ(g_iconv.closed, 1);
 }
 
-TEST(IConv, ANumberOfLossyConversionsIsSuccess) {
+TEST_F(IConvCalls, ANumberOfLossyConversionsIsSuccess) {
   EXPECT_EQ(NarrowInto(8, L"ab", {{0, 8, "xy"}}), "xy");
 }
 
-TEST(IConv, NoInputAndNoRoomCallNothing) {
+TEST_F(IConvCalls, NoInputAndNoRoomCallNothing) {
   EXPECT_EQ(NarrowInto(8, L"", {}), "");
   EXPECT_EQ(NarrowInto(0, L"a", {}), "");
   EXPECT_EQ(WideInto(0, "a", {}), L"");
@@ -126,38 +133,38 @@ TEST(IConv, NoInputAndNoRoomCallNothing) {
   EXPECT_EQ(g_iconv.closed, 3);
 }
 
-TEST(IConv, AFailureSkipsFourBytesOfWideTextAndOneByteOfRoom) {
+TEST_F(IConvCalls, AFailureSkipsFourBytesOfWideTextAndOneByteOfRoom) {
   EXPECT_EQ(NarrowInto(8, L"abc", {{EILSEQ, 4, "a"}, {0, 4, "c"}}), "a?c");
   EXPECT_THAT(g_iconv.calls, ElementsAre(std::pair(12, 8), std::pair(4, 6)));
 }
 
-TEST(IConv, AFailureSkipsOneByteOfNarrowTextAndFourBytesOfRoom) {
+TEST_F(IConvCalls, AFailureSkipsOneByteOfNarrowTextAndFourBytesOfRoom) {
   const std::string c("c\0\0\0", 4);
   EXPECT_EQ(WideInto(4, "abc", {{EILSEQ, 1, ""}, {0, 1, c}}), L"?c");
   EXPECT_THAT(g_iconv.calls, ElementsAre(std::pair(3, 16), std::pair(1, 12)));
 }
 
-TEST(IConv, EveryKindOfFailureIsTreatedAlike) {
+TEST_F(IConvCalls, EveryKindOfFailureIsTreatedAlike) {
   for (const int error : {EILSEQ, EINVAL, E2BIG, EBADF}) {
     g_iconv.calls.clear();
     EXPECT_EQ(NarrowInto(8, L"ab", {{error, 0, ""}, {0, 4, "b"}}), "?b") << error;
   }
 }
 
-TEST(IConv, AFailureWithAllInputUsedStops) {
+TEST_F(IConvCalls, AFailureWithAllInputUsedStops) {
   EXPECT_EQ(NarrowInto(8, L"ab", {{EINVAL, 8, "ab"}}), "ab");
 }
 
-TEST(IConv, AFailureWithAllRoomUsedStops) {
+TEST_F(IConvCalls, AFailureWithAllRoomUsedStops) {
   EXPECT_EQ(NarrowInto(2, L"abc", {{E2BIG, 8, "ab"}}), "ab");
 }
 
-TEST(IConv, AQuestionMarkThatTakesTheLastOfTheRoomEndsTheConversion) {
+TEST_F(IConvCalls, AQuestionMarkThatTakesTheLastOfTheRoomEndsTheConversion) {
   EXPECT_EQ(NarrowInto(2, L"abc", {{EILSEQ, 4, "a"}}), "a?");
   EXPECT_EQ(g_iconv.calls.size(), 1U);
 }
 
-TEST(IConv, AQuestionMarkForTheLastOfTheInputEndsTheConversion) {
+TEST_F(IConvCalls, AQuestionMarkForTheLastOfTheInputEndsTheConversion) {
   EXPECT_EQ(NarrowInto(8, L"ab", {{EILSEQ, 4, "a"}}), "a?");
   EXPECT_EQ(g_iconv.calls.size(), 1U);
 }
