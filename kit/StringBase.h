@@ -23,9 +23,10 @@ namespace qv::kit {
 /// end. Embedded zero characters are ordinary characters: the length bounds every operation.
 ///
 /// A failed operation leaves the string as it was (deserialize() may have resized its storage).
-/// Arguments may point into the string itself and behave as if they had been copied first. Every
-/// operation that needs more room may throw exception::OutOfRange, when the size cannot be counted
-/// in 32 bits, and std::bad_alloc. A null pointer to zero-terminated text is the empty text.
+/// Text arguments may point into the string itself and behave as if they had been copied first.
+/// Every operation that needs more room may throw exception::OutOfRange, when the size cannot be
+/// counted in 32 bits, and std::bad_alloc. A null pointer to zero-terminated text is the empty
+/// text.
 ///
 /// A string belongs to one thread at a time. Its storage comes from DLLMalloc, so that another
 /// module may let go of it; its three pointers are its whole layout.
@@ -54,8 +55,8 @@ class StringBase {
   StringBase(const CharT* begin, const CharT* end);
   StringBase(std::uint32_t count, CharT character);
   StringBase(const StringBase& other);
-  /// Leaves other empty. Throws std::bad_alloc, for an empty string owns storage too.
-  StringBase(StringBase&& other);
+  /// Leaves other empty. May throw std::bad_alloc, for an empty string owns storage too.
+  StringBase(StringBase&& other);  // NOLINT(performance-noexcept-move-constructor)
   /// Throws OutOfRange2 when position lies past the end of other.
   StringBase(const StringBase& other, std::uint32_t position, std::uint32_t count = npos);
   /// a followed by b.
@@ -78,7 +79,7 @@ class StringBase {
   ~StringBase();
 
   StringBase& operator=(const StringBase& other);
-  StringBase& operator=(StringBase&& other);
+  StringBase& operator=(StringBase&& other);  // NOLINT(performance-noexcept-move-constructor)
   StringBase& operator=(const CharT* text);
   StringBase& operator=(const OtherT* text);
   template <typename O, typename T>

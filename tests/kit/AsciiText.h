@@ -1,8 +1,8 @@
 #pragma once
 
-#include <cstdint>
 #include <string>
 #include <string_view>
+#include <type_traits>
 
 namespace qv::test {
 

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <string_view>
 
 #include "kit/StringBase.h"
 #include "kit/exception/InvalidSequence.h"

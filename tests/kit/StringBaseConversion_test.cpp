@@ -2,10 +2,8 @@
 
 #include <clocale>
 #include <string>
-#include <type_traits>
 
 #include "kit/StringBase.h"
-#include "kit/exception/OutOfRange.h"
 #include "tests/kit/AsciiText.h"
 
 namespace {

@@ -155,7 +155,7 @@ TYPED_TEST(StringReference, RandomEditsAgree) {
         break;
       case 3:
         string = string + other.c_str();
-        expected = expected + text;
+        expected.append(text);
         break;
       case 4:
         string.append(below(5), character);
@@ -171,7 +171,7 @@ TYPED_TEST(StringReference, RandomEditsAgree) {
         break;
       case 7:
         string = TypeParam(other, string);
-        expected = text + expected;
+        expected.insert(0, text);
         break;
       case 8:
         string.append(string.c_str() + position, static_cast<std::uint32_t>(size) - position);

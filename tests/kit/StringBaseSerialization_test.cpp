@@ -1,7 +1,9 @@
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <string>
-#include <type_traits>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "kit/StringBase.h"
@@ -22,13 +24,12 @@ using qv::kit::exception::InvalidSequence;
 using qv::test::FromAscii;
 using qv::test::ToAscii;
 using testing::ElementsAre;
-using testing::ElementsAreArray;
 
 using Bytes = std::vector<unsigned char>;
 
 template <typename S>
 Bytes Serialized(const S& string) {
-  Bytes bytes(string.serializationSize());
+  Bytes bytes(string.serializationSize(), 0xEE);
   unsigned char* cursor = bytes.data();
   string.serialize(cursor, bytes.data() + bytes.size());
   EXPECT_EQ(cursor, bytes.data() + bytes.size());

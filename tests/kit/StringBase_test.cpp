@@ -1,5 +1,6 @@
 #include "kit/StringBase.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <string>
@@ -7,7 +8,6 @@
 #include <utility>
 #include <vector>
 
-#include "kit/exception/BoundExceeded2.h"
 #include "kit/exception/OutOfRange.h"
 #include "kit/exception/OutOfRange2.h"
 #include "tests/kit/AsciiText.h"
@@ -22,7 +22,6 @@ using qv::kit::Utf8String;
 using qv::kit::WString;
 using qv::kit::exception::OutOfRange;
 using qv::kit::exception::OutOfRange2;
-using qv::test::FromAscii;
 using qv::test::ToAscii;
 
 constexpr std::uint32_t npos = 0xFFFFFFFFU;

@@ -1,5 +1,6 @@
 #include "kit/StringBase.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/mman.h>
 
@@ -109,6 +110,15 @@ TYPED_TEST(StringWithoutMemory, MovingFromAStringFailsWithBothAsTheyWere) {
   EXPECT_THROW(target = std::move(source), std::bad_alloc);
   EXPECT_EQ(ToAscii(source), "delta");  // NOLINT(bugprone-use-after-move): it was not moved.
   EXPECT_EQ(ToAscii(target), "old");
+}
+
+TYPED_TEST(StringWithoutMemory, AssigningToItselfNeedsNone) {
+  TypeParam string = FromAscii<TypeParam>("delta");
+  FailingAllocator allocator;
+  TypeParam& same = string;
+  string = same;
+  EXPECT_THAT(allocator.sizes(), IsEmpty());
+  EXPECT_EQ(ToAscii(string), "delta");
 }
 
 TYPED_TEST(StringWithoutMemory, ShrinkingThatCannotBeHadKeepsTheLargerStorage) {
