@@ -3,9 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <new>
 #include <string>
 
 #include "kit/exception/PosixError.h"
+#include "tests/doubles/FailingAllocator.h"
 #include "tests/doubles/StagedSystemCalls.h"
 #include "tests/doubles/TemporaryDirectory.h"
 
@@ -13,6 +15,7 @@ namespace {
 
 using namespace qv::kit;
 using namespace qv::kit::osdep;
+using qv::test::FailingAllocator;
 using qv::tests::StagedSystemCalls;
 using qv::tests::SystemCall;
 using qv::tests::TemporaryDirectory;
@@ -203,6 +206,48 @@ TEST_F(BinaryFileFault, ThereIsNoWayBackForABlockHalfWritten) {
   EXPECT_EQ(file_.writeByteVector(BufferWrapper("abc", 3U), Endianness::LittleEndian), -1);
   EXPECT_EQ(errno, ENOSPC);
   EXPECT_EQ(directory_.read("file"), std::string("\3\0\0\0", 4));
+}
+
+TEST_F(BinaryFileFault, ABlockThatFindsNoMemoryLeavesThePositionWhereItWas) {
+  fileWith(std::string("x\0\0\1\0abc", 8));
+  file_.seek(1, Origin::Start);
+  AutoBuffer buffer;
+  std::int32_t result = 0;
+  int error = 0;
+  {
+    FailingAllocator allocator;
+    allocator.FailSizesFrom(0x10000);
+    result = file_.readByteVector(buffer, Endianness::LittleEndian);
+    error = errno;
+  }
+  EXPECT_EQ(result, -1);
+  EXPECT_EQ(error, ENOMEM);
+  EXPECT_EQ(file_.seek(0, Origin::Current), 1);
+}
+
+TEST_F(BinaryFileFault, AnExactReadThatFindsNoMemoryThrowsAndReadsNothing) {
+  fileWith("abc");
+  AutoBuffer buffer;
+  FailingAllocator allocator;
+  allocator.FailSizesFrom(0x10000);
+  EXPECT_THROW(file_.readExactSize(buffer, 0x10000), std::bad_alloc);
+  EXPECT_THROW(file_.read(buffer, 0x10000), std::bad_alloc);
+  EXPECT_EQ(staged_.calls(SystemCall::Read), 0U);
+}
+
+TEST_F(BinaryFileFault, OpenWithoutLeaveToThrowTellsThatMemoryRanOut) {
+  const WString path = directory_.wide("file");
+  std::int32_t result = 0;
+  int error = 0;
+  {
+    FailingAllocator allocator;
+    allocator.FailFrom(1);
+    result = file_.openNoThrow(path, Mode::Write | Mode::Create);
+    error = errno;
+  }
+  EXPECT_EQ(result, -1);
+  EXPECT_EQ(error, ENOMEM);
+  EXPECT_FALSE(directory_.has("file"));
 }
 
 TEST_F(BinaryFileFault, SeekTellsWhatTheSystemSays) {
