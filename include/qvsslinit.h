@@ -2,8 +2,8 @@
  * qvsslinit: makes OpenSSL ready for a web server, and leaves a default certificate behind.
  *
  * Both functions may be called from any thread, at any time, concurrently. Neither lets an
- * exception out, prints, or ends the process. What they have to say goes to the trace engine, where
- * one is installed.
+ * exception out, prints, or ends the process, and a thread that is cancelled meanwhile finishes the
+ * call first. What they have to say goes to the trace engine, where one is installed.
  *
  * Example:
  *     struct QvSslInitHandle* handle = QVSSLINIT_Init();
@@ -46,6 +46,9 @@ QVSSLINIT_API struct QvSslInitHandle* QVSSLINIT_Init(void);
  * Gives a handle back. The last handle to go unloads OpenSSL: by then no thread may be using it any
  * more. Null is allowed and does nothing. The handle is gone afterwards, whatever happened; passing
  * it a second time is an error that cannot be detected.
+ *
+ * Exit handlers and static objects of the host may call either function even after the library's
+ * own have been destroyed: Init gives null then, and Uninit does nothing.
  */
 QVSSLINIT_API void QVSSLINIT_Uninit(struct QvSslInitHandle* handle);
 

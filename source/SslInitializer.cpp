@@ -8,7 +8,8 @@ namespace qvsslinit {
 
 using qv::kit::osdep::CriticalSection;
 
-CriticalSection g_SingletonMutex;
+std::atomic<bool> SingletonMutex::gone_{false};
+SingletonMutex g_SingletonMutex;
 
 SslInitializer::SslInitializer() {
   status_.clear();

@@ -2,12 +2,18 @@
 
 #include <memory>
 
+#include "source/CancellationDeferral.h"
 #include "source/ServiceStatus.h"
+#include "source/SingletonMutex.h"
 #include "source/SslInitializer.h"
 
+using qvsslinit::CancellationDeferral;
+using qvsslinit::SingletonMutex;
 using qvsslinit::SslInitializer;
 
 QvSslInitHandle* QVSSLINIT_Init() {
+  if (SingletonMutex::isGone()) return nullptr;
+  const CancellationDeferral deferral;
   // A host may be C: no exception leaves.
   try {
     auto initializer = std::make_unique<SslInitializer>();
@@ -19,5 +25,8 @@ QvSslInitHandle* QVSSLINIT_Init() {
 }
 
 void QVSSLINIT_Uninit(QvSslInitHandle* handle) {
+  // At the end of the process there is nothing left to give back to.
+  if (SingletonMutex::isGone()) return;
+  const CancellationDeferral deferral;
   delete reinterpret_cast<SslInitializer*>(handle);
 }
