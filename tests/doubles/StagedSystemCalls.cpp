@@ -14,6 +14,7 @@
 #include <mutex>
 #include <optional>
 #include <stdexcept>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -27,6 +28,7 @@ struct Step {
   std::optional<int> error;
   std::optional<std::size_t> bytes;
   std::function<void()> action;
+  std::optional<std::string> answer = std::nullopt;
 
   bool covers(unsigned number) const { return number >= first && number - first < count; }
 };
@@ -45,6 +47,7 @@ Tracks* g_pTracks = nullptr;
 struct Orders {
   std::optional<int> error;
   std::optional<std::size_t> bytes;
+  std::optional<std::string> answer;
 };
 
 Orders TakeOrders(SystemCall call) {
@@ -59,6 +62,7 @@ Orders TakeOrders(SystemCall call) {
       if (!step.covers(track.calls)) continue;
       if (step.error) orders.error = step.error;
       if (step.bytes) orders.bytes = step.bytes;
+      if (step.answer) orders.answer = step.answer;
       if (step.action) actions.push_back(step.action);
     }
   }
@@ -82,6 +86,19 @@ ssize_t PerformTransfer(SystemCall call, std::size_t length, RealT real) {
   if (!orders.error) return real(std::min(length, orders.bytes.value_or(length)));
   errno = *orders.error;
   return -1;
+}
+
+/// As Perform, but fills buffer with what is staged as the answer.
+template <typename RealT>
+int PerformInto(SystemCall call, char* buffer, std::size_t length, RealT real) {
+  const Orders orders = TakeOrders(call);
+  if (orders.error) {
+    errno = *orders.error;
+    return -1;
+  }
+  if (!orders.answer) return real();
+  orders.answer->copy(buffer, length);
+  return 0;
 }
 
 template <typename RealT>
@@ -127,6 +144,10 @@ void StagedSystemCalls::shorten(SystemCall call, std::size_t bytes, unsigned cou
   state_->add(call, {first, count, std::nullopt, bytes, nullptr});
 }
 
+void StagedSystemCalls::giveHostName(const std::string& bytes) {
+  state_->add(SystemCall::Gethostname, {1, kAll, std::nullopt, std::nullopt, nullptr, bytes});
+}
+
 void StagedSystemCalls::before(SystemCall call, std::function<void()> action, unsigned nth) {
   state_->add(call, {nth, 1, std::nullopt, std::nullopt, std::move(action)});
 }
@@ -142,6 +163,7 @@ unsigned StagedSystemCalls::calls(SystemCall call) const {
 // library. Those that deal in file offsets have a second name on 32-bit systems.
 using qv::tests::Perform;
 using qv::tests::PerformGlob;
+using qv::tests::PerformInto;
 using qv::tests::PerformTransfer;
 using qv::tests::SystemCall;
 
@@ -261,7 +283,8 @@ char* __wrap_tempnam(const char* directory, const char* prefix) {
 
 int __real_gethostname(char* name, std::size_t length);
 int __wrap_gethostname(char* name, std::size_t length) {
-  return Perform(SystemCall::Gethostname, -1, [&] { return __real_gethostname(name, length); });
+  return PerformInto(SystemCall::Gethostname, name, length,
+                     [&] { return __real_gethostname(name, length); });
 }
 
 int __real_dladdr(const void* address, Dl_info* info);

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <functional>
 #include <memory>
+#include <string>
 
 namespace qv::tests {
 
@@ -52,6 +53,10 @@ class StagedSystemCalls {
 
   /// Reads and writes among these calls move no more than bytes.
   void shorten(SystemCall call, std::size_t bytes, unsigned count = 1, unsigned first = 1);
+
+  /// gethostname succeeds with as many of these bytes as its buffer holds. A terminator is only
+  /// where the bytes have one.
+  void giveHostName(const std::string& bytes);
 
   /// Runs action just before the call numbered nth.
   void before(SystemCall call, std::function<void()> action, unsigned nth = 1);

@@ -12,7 +12,7 @@ namespace qv::kit::osdep {
 WString CFStringToString(CFStringRef string);
 
 /// The caller releases the result, which is null when string holds a value that is no character.
-CFStringRef StringToCFString(const WString& string);
+CFStringRef StringToCFString(const WString& string) CF_RETURNS_RETAINED;
 
 /// The path that url stands for, written in the given style; empty when it stands for none.
 WString CFURLToFilePath(CFURLRef url, CFURLPathStyle pathStyle);

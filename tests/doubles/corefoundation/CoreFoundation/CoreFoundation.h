@@ -4,6 +4,13 @@
 
 #include <cstdint>
 
+/// Marks a function whose result the caller releases, where the name does not say so.
+#ifdef __clang__
+#define CF_RETURNS_RETAINED __attribute__((cf_returns_retained))
+#else
+#define CF_RETURNS_RETAINED
+#endif
+
 using Boolean = unsigned char;
 using UInt8 = std::uint8_t;
 using UInt32 = std::uint32_t;
