@@ -101,6 +101,7 @@ TEST_F(SharedLibraryTest, TakesANameOutsideAsciiInTheEncodingOfTheLocale) {
   ASSERT_NE(std::setlocale(LC_ALL, "C.UTF-8"), nullptr);
   put("libf\xC3\xBC.dylib");
   const SharedLibrary library(directory_.wide() + L"/f\u00FC", true, true);
+  std::setlocale(LC_ALL, "C");
   EXPECT_TRUE(library.isLoaded());
 }
 
