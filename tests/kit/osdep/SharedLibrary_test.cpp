@@ -234,6 +234,12 @@ TEST(SharedLibrary, DoesNotTakeANullCharacterForTheEndOfASymbol) {
   EXPECT_EQ(library.getFunctionPointer(WString(name), true), nullptr);
 }
 
+TEST(SharedLibrary, DoesNotBlameAnEarlierFailureForASymbolWithANullCharacter) {
+  const SharedLibrary library(L"qv_plugin", true, true);
+  EXPECT_EQ(::dlopen("/no/such/library", RTLD_NOW), nullptr);
+  EXPECT_EQ(LookUpError(library, String("qv_plugin_answer\0more", 21)), "Unknown error");
+}
+
 TEST(SharedLibrary, WithNothingLoadedThrowsWhatTheLoaderSaidOfTheFailedLoad) {
   const SharedLibrary library(L"/no/such/library.dylib", true, true);
   EXPECT_NE(LookUpError(library, "qv_plugin_answer").find("/no/such/library.dylib"),
