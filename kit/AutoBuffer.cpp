@@ -70,7 +70,7 @@ AutoBuffer::AutoBuffer(const AutoBuffer& other) : guts_(other.guts_) {
 }
 
 AutoBuffer& AutoBuffer::operator=(const AutoBuffer& other) {
-  if (guts_ == other.guts_) return *this;
+  if (this == &other || guts_ == other.guts_) return *this;
   Free();
   guts_ = other.guts_;
   if (guts_ != nullptr) guts_->addReference();

@@ -323,6 +323,13 @@ TEST(AutoBufferAppend, OfItsOwnBytesBehindTheLengthKeepsThem) {
   EXPECT_EQ(Text(buffer), "abYZZ");
 }
 
+TEST(AutoBufferAppendReverseByteOrder, OfItsOwnBytesBehindTheLengthTakesThemAsTheyWere) {
+  AutoBuffer buffer = Holding("ab");
+  buffer.Modify(2, "XYZ", 3);
+  buffer.appendReverseByteOrder(buffer.Data() + 2, 3);
+  EXPECT_EQ(Text(buffer), "abZYX");
+}
+
 TEST(AutoBufferAppendReverseByteOrder, StoresTheBytesReversed) {
   AutoBuffer buffer = Holding("ab");
   buffer.appendReverseByteOrder("1234", 4);

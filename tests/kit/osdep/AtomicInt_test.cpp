@@ -4,6 +4,7 @@
 
 #include <climits>
 #include <cstdint>
+#include <future>
 #include <thread>
 #include <type_traits>
 #include <vector>
@@ -104,11 +105,18 @@ TEST(AtomicInt, ALongThatNeedsMoreThanThirtyTwoBitsIsRefusedAndNothingChanges) {
 }
 #endif
 
+// All start together, so that they meet.
 template <typename Action>
 void InManyThreads(int count, Action action) {
+  std::promise<void> start;
+  const std::shared_future<void> started(start.get_future());
   std::vector<std::thread> threads;
   for (int i = 0; i != count; ++i)
-    threads.emplace_back(action);
+    threads.emplace_back([&] {
+      started.wait();
+      action();
+    });
+  start.set_value();
   for (std::thread& thread : threads)
     thread.join();
 }
@@ -116,13 +124,13 @@ void InManyThreads(int count, Action action) {
 TEST(AtomicInt, NoChangeIsLostBetweenThreads) {
   AtomicInt value(0);
   InManyThreads(8, [&] {
-    for (int i = 0; i != 1000; ++i) {
+    for (int i = 0; i != 10000; ++i) {
       value.increment();
       value.increment();
       value.decrement();
     }
   });
-  EXPECT_EQ(value.getCount(), 8000);
+  EXPECT_EQ(value.getCount(), 80000);
 }
 
 TEST(AtomicIntCompareExchange, IsWonByOneThreadOnly) {
