@@ -114,10 +114,9 @@ void ServeUntil(const sigset_t& signals, int port) {
   server.set_keep_alive_timeout(1);  // an idle connection does not hold up the end for longer
   port = Bind(server, port);
 
-  const pthread_t waiting = pthread_self();
-  std::future<bool> served = std::async(std::launch::async, [&server, waiting] {
+  std::future<bool> served = std::async(std::launch::async, [&server] {
     const bool ended = server.listen_after_bind();
-    pthread_kill(waiting, SIGTERM);  // in case that nobody asked for it
+    kill(getpid(), SIGTERM);  // in case that nobody asked for it
     return ended;
   });
   // A server that does not run yet cannot be stopped.

@@ -6,7 +6,7 @@
 
 #include "tests/doubles/RecordingTraceLogger.h"
 
-namespace qv::testing {
+namespace qv::tests {
 
 /// Collects trace records as long as it lives. Give it the sink setter of the module to listen to;
 /// by default that is this program.
@@ -53,4 +53,4 @@ class TraceRecords {
   std::vector<std::string> records_;
 };
 
-}  // namespace qv::testing
+}  // namespace qv::tests

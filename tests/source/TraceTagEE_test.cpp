@@ -10,7 +10,7 @@
 
 namespace {
 
-using qv::testing::TraceRecords;
+using qv::tests::TraceRecords;
 using qv::traceengine::MyTraceLogger;
 using qv::traceengine::TraceTagEE;
 using testing::ElementsAre;

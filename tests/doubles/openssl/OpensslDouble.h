@@ -1,0 +1,101 @@
+#pragma once
+
+#include <dlfcn.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <memory>
+#include <stdexcept>
+#include <string>
+
+#include "include/qvsslinit.h"
+#include "tests/doubles/RecordingTraceLogger.h"
+#include "tests/doubles/TemporaryDirectory.h"
+#include "tests/doubles/TraceRecords.h"
+#include "tests/doubles/openssl/HideSymbol.h"
+#include "tests/doubles/openssl/Journal.h"
+
+namespace qv::tests {
+
+/// The crypto doubles, named as their directories: see their CMakeLists.txt.
+constexpr const char* kWithAccessors = "accessors";
+constexpr const char* kWithSharedRsa = "shared_rsa";
+constexpr const char* kLayoutAlone = "layout";
+constexpr const char* kResident = "resident";
+
+/// The library under test, installed as on a real machine: in a fresh directory with an OpenSSL
+/// double beside it, and with an empty data directory. One to a process.
+///
+/// The library is in memory from the first use on, and stays there.
+class Installation {
+ public:
+  Installation() : Installation(kWithAccessors) {}
+  explicit Installation(const char* crypto) {
+    directory_.makeDirectory("lib");
+    directory_.makeDirectory("data");
+    std::filesystem::copy_file(QV_LIBRARY_UNDER_TEST, directory_.path("lib/libqvsslinit.so"));
+    ::setenv("QVPUBAPPDATADIR", dataDirectory().c_str(), 1);
+    install(crypto);
+  }
+
+  // Names relative to directory().
+  static constexpr const char* kCryptoFile = "lib/libeay32.dylib";
+  static constexpr const char* kSslFile = "lib/libssleay32.dylib";
+
+  const TemporaryDirectory& directory() const { return directory_; }
+  std::string dataDirectory() const { return directory_.path("data"); }
+
+  // What lies in the store, by name: "server_certs/server_0.key".
+  std::string inStore(const std::string& name) const {
+    return directory_.path("data/certstore/" + name);
+  }
+  bool storeHas(const std::string& name) const { return directory_.has("data/certstore/" + name); }
+  std::string readStore(const std::string& name) const {
+    return directory_.read("data/certstore/" + name);
+  }
+
+  /// Puts the doubles beside the library, new files each time.
+  void install(const char* crypto) {
+    removeOpenssl();
+    copyDouble(std::string(crypto) + "/libeay32.dylib", kCryptoFile);
+    copyDouble("ssl/libssleay32.dylib", kSslFile);
+  }
+  void removeOpenssl() {
+    std::filesystem::remove(directory_.path(kCryptoFile));
+    std::filesystem::remove(directory_.path(kSslFile));
+  }
+  /// Makes the double of file lack a function.
+  void hide(const char* file, const std::string& function) {
+    HideSymbol(directory_.path(file), function);
+  }
+
+  QvSslInitHandle* init() { return find<decltype(QVSSLINIT_Init)>("QVSSLINIT_Init")(); }
+  void uninit(QvSslInitHandle* handle) {
+    find<decltype(QVSSLINIT_Uninit)>("QVSSLINIT_Uninit")(handle);
+  }
+
+  /// Sends the traces of the library to a sink.
+  TraceRecords::SetSink traceSink() {
+    return find<decltype(QVTEST_SetTraceSink)>("QVTEST_SetTraceSink");
+  }
+
+ private:
+  void copyDouble(const std::string& from, const char* to) {
+    std::filesystem::copy_file(QV_OPENSSL_DOUBLES "/" + from, directory_.path(to));
+  }
+
+  template <typename Function>
+  Function* find(const char* name) {
+    if (library_ == nullptr) {
+      library_ = ::dlopen(directory_.path("lib/libqvsslinit.so").c_str(), RTLD_NOW);
+    }
+    void* found = library_ == nullptr ? nullptr : ::dlsym(library_, name);
+    if (found == nullptr) throw std::runtime_error(::dlerror());
+    return reinterpret_cast<Function*>(found);
+  }
+
+  TemporaryDirectory directory_;
+  void* library_ = nullptr;
+};
+
+}  // namespace qv::tests
