@@ -26,7 +26,7 @@ constexpr const char* kResident = "resident";
 /// The library under test, installed as on a real machine: in a fresh directory with an OpenSSL
 /// double beside it, and with an empty data directory. One to a process.
 ///
-/// The library is in memory from the first use on, and stays there.
+/// The library is loaded by the first use.
 class Installation {
  public:
   Installation() : Installation(kWithAccessors) {}
@@ -72,6 +72,12 @@ class Installation {
   QvSslInitHandle* init() { return find<decltype(QVSSLINIT_Init)>("QVSSLINIT_Init")(); }
   void uninit(QvSslInitHandle* handle) {
     find<decltype(QVSSLINIT_Uninit)>("QVSSLINIT_Uninit")(handle);
+  }
+
+  /// What a host does that has had enough of it.
+  void closeLibrary() {
+    ::dlclose(library_);
+    library_ = nullptr;
   }
 
   /// Sends the traces of the library to a sink.
