@@ -27,7 +27,7 @@ constexpr int kKeyBits = 1024;
 constexpr unsigned long kPublicExponent = 65537;
 constexpr std::int32_t kDefaultDays = 3650;
 constexpr std::uint32_t kDefaultSerial = 0;
-constexpr long kSecondsPerDay = 86400;
+constexpr std::int32_t kSecondsPerDay = 86400;
 constexpr long kVersion3 = 2;          // X.509 counts versions from 0
 constexpr int kKeyTypeRsa = 6;         // OpenSSL's EVP_PKEY_RSA
 constexpr int kTextIsLatin1 = 0x1001;  // OpenSSL's MBSTRING_ASC
@@ -280,7 +280,7 @@ const char* DefaultCertCreator::setValidity(X509* x, std::int32_t days) {
   if (notBefore == nullptr || pTable_.X509_gmtime_adj(notBefore, 0) == nullptr) {
     return "Error setting notBefore time";
   }
-  long seconds = 0;
+  std::int32_t seconds = 0;  // as wide as OpenSSL's long is where it is narrowest
   ASN1_TIME* notAfter = objects_.notAfter(x);
   if (notAfter == nullptr || __builtin_mul_overflow(days, kSecondsPerDay, &seconds) ||
       pTable_.X509_gmtime_adj(notAfter, seconds) == nullptr) {
