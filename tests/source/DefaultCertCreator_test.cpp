@@ -1,0 +1,192 @@
+#include "source/DefaultCertCreator.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+
+#include "source/client/ModuleLogger.h"
+#include "source/client/MyTraceLogger.h"
+#include "tests/doubles/TemporaryDirectory.h"
+#include "tests/doubles/TraceRecords.h"
+#include "tests/doubles/openssl/Journal.h"
+#include "tests/doubles/openssl/LoadedDouble.h"
+
+// What the default certificate never asks for: the service tests see the rest.
+
+namespace qv::tests {
+namespace {
+
+using qv::kit::StatusChain;
+using qv::kit::String;
+using qv::kit::WString;
+using qvsslinit::DefaultCertCreator;
+using qvsslinit::EVP_PKEY;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+struct Outcome {
+  std::int32_t code;
+  std::string detail;
+};
+
+class DefaultCertCreatorTest : public testing::Test {
+ protected:
+  DefaultCertCreatorTest() {
+    directory_.makeDirectory("certstore");
+    directory_.makeDirectory("certstore/server_certs");
+    ::setenv("QVPUBAPPDATADIR", directory_.path("").c_str(), 1);
+    qvsslinit::g_pGLogger = &logger_;
+    // A certificate that is there keeps the constructor from making one.
+    directory_.write("certstore/server_certs/server_0.cer", "there");
+    status_.clear();
+    creator_ = std::make_unique<DefaultCertCreator>(openssl_.table(), openssl_.objects(), status_);
+    journal_.clearLines();
+    records_.clear();
+  }
+  ~DefaultCertCreatorTest() override {
+    creator_.reset();
+    qvsslinit::g_pGLogger = nullptr;
+  }
+
+  Outcome create(const WString& country, const WString& subjectAltName, std::int32_t days,
+                 std::uint32_t serial) {
+    String detail;
+    creator_->createSelfSignedCertificate(country, L"TX", L"Brenford", L"Kestrix Works",
+                                          L"Pellora Web Server", L"host", subjectAltName, days,
+                                          serial, detail, status_);
+    return {status_.code(), detail.c_str()};
+  }
+
+  void expectNothingLeftBehind() {
+    EXPECT_THAT(journal_.misuses(), IsEmpty());
+    EXPECT_THAT(journal_.liveObjects(), IsEmpty());
+  }
+
+  Journal& journal_ = Journal::instance();
+  TemporaryDirectory directory_;
+  qv::traceengine::MyTraceLogger logger_{"qvsslinit"};
+  qv::tests::TraceRecords records_;
+  LoadedDouble openssl_;
+  StatusChain status_;
+  std::unique_ptr<DefaultCertCreator> creator_;
+};
+
+TEST_F(DefaultCertCreatorTest, SavingNoKeyIsAnErrorOfItsOwnWhateverTheStatus) {
+  status_.set(-5);
+  creator_->saveKeyToFile(nullptr, status_);
+  EXPECT_EQ(status_.code(), -1);
+  EXPECT_THAT(records_.under("ERROR"),
+              ElementsAre("ERROR | DefaultCertCreator::saveKeyToFile | null pKey parameter"));
+}
+
+TEST_F(DefaultCertCreatorTest, SavingNoCertificateIsAnErrorOfItsOwnWhateverTheStatus) {
+  status_.set(-5);
+  creator_->saveX509ToFile(nullptr, status_);
+  EXPECT_EQ(status_.code(), -1);
+  EXPECT_THAT(records_.under("ERROR"),
+              ElementsAre("ERROR | DefaultCertCreator::saveX509ToFile | null pX509 parameter"));
+}
+
+TEST_F(DefaultCertCreatorTest, SavingAfterAFailureWritesNothing) {
+  EVP_PKEY* key = nullptr;
+  creator_->generateNewRsaKey(&key, status_);
+  auto* certificate = openssl_.table().X509_new();
+  status_.set(-5);
+  creator_->saveKeyToFile(key, status_);
+  creator_->saveX509ToFile(certificate, status_);
+  EXPECT_EQ(status_.code(), -5);
+  EXPECT_THAT(journal_.linesOf("BIO_new_file"), IsEmpty());
+  openssl_.table().X509_free(certificate);
+  openssl_.table().EVP_PKEY_free(key);
+  expectNothingLeftBehind();
+}
+
+TEST_F(DefaultCertCreatorTest, AKeyWithNowhereToGoFailsSilently) {
+  creator_->generateNewRsaKey(nullptr, status_);
+  EXPECT_EQ(status_.code(), -1);
+  EXPECT_THAT(records_.under("ERROR"), IsEmpty());
+  EXPECT_THAT(journal_.lines(), IsEmpty());
+}
+
+TEST_F(DefaultCertCreatorTest, AKeyIsNotPutInPlaceOfAnother) {
+  EVP_PKEY* const other = reinterpret_cast<EVP_PKEY*>(this);
+  EVP_PKEY* key = other;
+  creator_->generateNewRsaKey(&key, status_);
+  EXPECT_EQ(status_.code(), -1);
+  EXPECT_EQ(key, other);
+  EXPECT_THAT(records_.under("ERROR"), IsEmpty());
+  EXPECT_THAT(journal_.lines(), IsEmpty());
+}
+
+TEST_F(DefaultCertCreatorTest, AfterAFailureNoCertificateIsMade) {
+  status_.set(-5);
+  EXPECT_EQ(create(L"US", L"", 1, 0).code, -5);
+  EXPECT_THAT(journal_.lines(), IsEmpty());
+}
+
+TEST_F(DefaultCertCreatorTest, ASubjectAltNameBecomesAnExtensionBeforeKeyUsage) {
+  EXPECT_EQ(create(L"US", L"DNS:host", 1, 0).code, 0);
+  EXPECT_THAT(journal_.linesOf("X509V3_EXT_conf"),
+              ElementsAre("X509V3_EXT_conf(null, null, \"subjectAltName\", \"DNS:host\")",
+                          "X509V3_EXT_conf(null, null, \"keyUsage\", "
+                          "\"digitalSignature,keyEncipherment\")"));
+  expectNothingLeftBehind();
+}
+
+TEST_F(DefaultCertCreatorTest, ASubjectAltNameThatCannotBeMadeFails) {
+  journal_.fail("X509V3_EXT_conf", 1);
+  const Outcome outcome = create(L"US", L"DNS:host", 1, 0);
+  EXPECT_EQ(outcome.code, -1);
+  EXPECT_EQ(outcome.detail, "Error creating subjectAltName extension");
+  expectNothingLeftBehind();
+}
+
+TEST_F(DefaultCertCreatorTest, ASubjectAltNameThatCannotBeAddedFailsAndIsFreed) {
+  journal_.fail("X509_add_ext", 1);
+  const Outcome outcome = create(L"US", L"DNS:host", 1, 0);
+  EXPECT_EQ(outcome.code, -1);
+  EXPECT_EQ(outcome.detail, "Error adding subjectAltName to the request");
+  EXPECT_THAT(journal_.linesOf("X509_EXTENSION_free"), testing::SizeIs(1));
+  expectNothingLeftBehind();
+}
+
+TEST_F(DefaultCertCreatorTest, AnEmptyFieldThatOpensslRefusesIsLeftOut) {
+  journal_.fail("X509_NAME_add_entry_by_txt", 1);
+  EXPECT_EQ(create(L"", L"", 1, 0).code, 0);
+}
+
+TEST_F(DefaultCertCreatorTest, ValidityIsCountedInDaysOf86400Seconds) {
+  EXPECT_EQ(create(L"US", L"", 2, 0).code, 0);
+  EXPECT_THAT(journal_.linesOf("X509_gmtime_adj"), Contains(testing::EndsWith(", 172800)")));
+}
+
+TEST_F(DefaultCertCreatorTest, ValidityThat32BitsOfSecondsCannotHoldFails) {
+  EXPECT_EQ(create(L"US", L"", 24855, 0).code, 0);
+  const Outcome outcome = create(L"US", L"", 24856, 0);
+  EXPECT_EQ(outcome.code, -1);
+  EXPECT_EQ(outcome.detail, "Error setting notAfter time");
+}
+
+TEST_F(DefaultCertCreatorTest, TheSerialNumberIsTheOneAskedFor) {
+  EXPECT_EQ(create(L"US", L"", 1, 0x7FFFFFFF).code, 0);
+  EXPECT_THAT(journal_.linesOf("ASN1_INTEGER_set"),
+              ElementsAre(testing::EndsWith(", 2147483647)")));
+}
+
+TEST_F(DefaultCertCreatorTest, ASerialNumberThatALongCannotHoldFails) {
+  const Outcome outcome = create(L"US", L"", 1, 0x80000000U);
+  EXPECT_EQ(outcome.code, -1);
+  EXPECT_EQ(outcome.detail, "Error setting serial number");
+}
+
+TEST_F(DefaultCertCreatorTest, AfterAFailureTheCreatorIsNotEvenBuilt) {
+  status_.set(-5);
+  DefaultCertCreator::createDefaultSelfSignedCertificateIfNeeded(openssl_.table(),
+                                                                 openssl_.objects(), status_);
+  EXPECT_THAT(journal_.lines(), IsEmpty());
+}
+
+}  // namespace
+}  // namespace qv::tests
