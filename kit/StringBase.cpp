@@ -47,10 +47,18 @@ const CharT* EndOfText(const CharT* text) {
   return text == nullptr ? nullptr : text + TextLength(text);
 }
 
-/// The end of count characters at text; npos counts them up to their terminator.
+/// The end of count characters at text; npos counts them up to their terminator. There are none at
+/// null.
 template <typename CharT>
 const CharT* EndOfText(const CharT* text, std::uint32_t count) {
-  return count == npos ? EndOfText(text) : text + count;
+  return count == npos || text == nullptr ? EndOfText(text) : text + count;
+}
+
+/// Whether place lies from begin to end. Only std::less orders pointers into different blocks.
+template <typename CharT>
+bool IsWithin(const CharT* begin, const CharT* place, const CharT* end) noexcept {
+  const std::less<const CharT*> before;
+  return !before(place, begin) && !before(end, place);
 }
 
 template <typename CharT>
@@ -68,6 +76,18 @@ std::uint32_t Clip(std::uint32_t length, std::uint32_t position, std::uint32_t c
 std::uint32_t ClipUnwrapped(std::uint32_t length, std::uint32_t position, std::uint32_t count) {
   if (count != npos) Size::Add(position, count);
   return Clip(length, position, count);
+}
+
+/// What Form::ReadLength says. Its refusals are failures to deserialize a string, so it is this
+/// place that they tell.
+template <typename Form>
+std::uint32_t ReadLength(const unsigned char* begin, const unsigned char* end) {
+  try {
+    return Form::ReadLength(begin, end);
+  } catch (exception::Exception& refusal) {
+    refusal.setFileAndLine(__FILE__, __LINE__);
+    throw;
+  }
 }
 
 /// First place from position on where width characters satisfy matches, which is given the place.
@@ -295,14 +315,14 @@ StringBase<C, O, T>& StringBase<C, O, T>::erase(std::uint32_t position, std::uin
 template <typename C, typename O, typename T>
 C* StringBase<C, O, T>::erase(const C* first, const C* last) {
   const std::uint32_t position = PositionOf(first);
-  erase(position, RangeLength(first, last));
+  erase(position, CountOf(first, last));
   return begin_ + position;
 }
 
 template <typename C, typename O, typename T>
 C* StringBase<C, O, T>::erase(const C* first, const C* last, BufferStrategy strategy) {
   const std::uint32_t position = PositionOf(first);
-  erase(position, RangeLength(first, last), strategy);
+  erase(position, CountOf(first, last), strategy);
   return begin_ + position;
 }
 
@@ -438,7 +458,7 @@ std::uint32_t StringBase<C, O, T>::find_last_not_of(C character,
 
 template <typename C, typename O, typename T>
 std::int32_t StringBase<C, O, T>::compare(Text other) const {
-  return StringForm<C, O, T>::Compare(begin_, end_, other.begin, other.end);
+  return Order(*this, other);
 }
 
 template <typename C, typename O, typename T>
@@ -479,11 +499,13 @@ void StringBase<C, O, T>::deserialize(const unsigned char*& cursor, const unsign
   little_endian::DeserializeRaw(count, bytes, end);
   if (!little_endian::HasRoom(bytes, end, count)) QV_THROW(exception::DeserializationError());
   const unsigned char* const bytesEnd = bytes + count;
-  const std::uint32_t read = count == 0 ? 0 : StringForm<C, O, T>::ReadLength(bytes, bytesEnd);
-  ReallocBuffer(read);
-  StringForm<C, O, T>::Read(bytes, bytesEnd, begin_, begin_ + read);
-  SetEnd(begin_ + read);
+  Read(bytes, bytesEnd);
   cursor = bytesEnd;
+}
+
+template <typename C, typename O, typename T>
+std::int32_t StringBase<C, O, T>::Order(Text a, Text b) {
+  return StringForm<C, O, T>::Compare(a.begin, a.end, b.begin, b.end);
 }
 
 template <typename C, typename O, typename T>
@@ -494,9 +516,13 @@ void StringBase<C, O, T>::SetEnd(C* end) noexcept {
 
 template <typename C, typename O, typename T>
 bool StringBase<C, O, T>::Owns(const C* text) const noexcept {
-  // Only std::less orders pointers that may belong to different blocks.
-  const std::less<const C*> before;
-  return !before(text, begin_) && !before(capacityEnd_, text);
+  return IsWithin<C>(begin_, text, capacityEnd_);
+}
+
+template <typename C, typename O, typename T>
+bool StringBase<C, O, T>::OwnsBytes(const unsigned char* bytes) const noexcept {
+  return IsWithin(reinterpret_cast<const unsigned char*>(begin_), bytes,
+                  reinterpret_cast<const unsigned char*>(capacityEnd_ + 1));
 }
 
 /// Moves the storage to one of capacity + 1 slots, which must be countable. What fits in it stays;
@@ -559,9 +585,31 @@ void StringBase<C, O, T>::Remove(std::uint32_t position, std::uint32_t count) {
 }
 
 template <typename C, typename O, typename T>
-std::uint32_t StringBase<C, O, T>::PositionOf(const C* place) const {
-  if (!Owns(place)) QV_THROW(exception::OutOfRange2("String offset out of range"));
-  return RangeLength<C>(begin_, place);
+std::uint32_t StringBase<C, O, T>::PositionOf(const C* first) const {
+  if (!IsWithin<C>(begin_, first, end_)) {
+    QV_THROW(exception::OutOfRange2("String offset out of range"));
+  }
+  return RangeLength<C>(begin_, first);
+}
+
+/// Characters from first, which is within the string, to last.
+template <typename C, typename O, typename T>
+std::uint32_t StringBase<C, O, T>::CountOf(const C* first, const C* last) const {
+  if (!IsWithin<C>(first, last, end_)) QV_THROW(exception::OutOfRange());
+  return RangeLength(first, last);
+}
+
+/// Takes the characters that the bytes stand for as the contents.
+template <typename C, typename O, typename T>
+void StringBase<C, O, T>::Read(const unsigned char* begin, const unsigned char* end) {
+  if (begin != end && OwnsBytes(begin)) {
+    const Utf8String copied(begin, end);
+    return Read(copied.begin(), copied.end());
+  }
+  const std::uint32_t length = begin == end ? 0 : ReadLength<StringForm<C, O, T>>(begin, end);
+  ReallocBuffer(length);
+  StringForm<C, O, T>::Read(begin, end, begin_, begin_ + length);
+  SetEnd(begin_ + length);
 }
 
 /// Puts text in place of count characters, which must be there.

@@ -25,8 +25,8 @@ namespace qv::kit {
 /// A failed operation leaves the string as it was (deserialize() may have resized its storage).
 /// Text arguments may point into the string itself and behave as if they had been copied first.
 /// Every operation that needs more room may throw exception::OutOfRange, when the size cannot be
-/// counted in 32 bits, and std::bad_alloc. A null pointer to zero-terminated text is the empty
-/// text.
+/// counted in 32 bits, and std::bad_alloc. A null pointer is the empty text, whatever count is
+/// given with it.
 ///
 /// A string belongs to one thread at a time. Its storage comes from DLLMalloc, so that another
 /// module may let go of it; its three pointers are its whole layout.
@@ -62,8 +62,10 @@ class StringBase {
   /// a followed by b.
   StringBase(const StringBase& a, const StringBase& b);
 
-  /// Converts text of the other width. The capacity is the bound that the conversion states, the
-  /// length what it produced. Throws InvalidLocale when the process locale is not known.
+  /// Converts text of the other width, as kit/osdep/AnsiToWide.h, kit/osdep/WideToAnsi.h and
+  /// WideToUtf8.h say. The capacity is the bound that the conversion states, the length what it
+  /// produced. Throws InvalidLocale when the encoding of the process locale is not known; empty
+  /// text does not ask for it.
   StringBase(const OtherT* text);
   StringBase(const OtherT* begin, const OtherT* end);
   template <typename O, typename T>
@@ -121,8 +123,9 @@ class StringBase {
   /// twice the length that is left shrinks to it.
   StringBase& erase(std::uint32_t position = 0, std::uint32_t count = npos);
   StringBase& erase(std::uint32_t position, std::uint32_t count, BufferStrategy strategy);
-  /// Erases from first to before last, both within this string, and returns the place where that
-  /// was. Throws OutOfRange2 when first, OutOfRange when last is not where it should be.
+  /// Erases from first to before last and returns the place where that was. Throws OutOfRange2 when
+  /// first does not lie within this string or at its end, OutOfRange when last does not lie between
+  /// first and that end.
   CharT* erase(const CharT* first, const CharT* last);
   CharT* erase(const CharT* first, const CharT* last, BufferStrategy strategy);
   /// Gives contents and storage back; an empty string with the slot of its terminator remains.
@@ -180,19 +183,22 @@ class StringBase {
   /// regard to case. The UTF-8 form throws InvalidSequence where the comparison meets bytes that
   /// are not UTF-8.
   std::int32_t compare(Text other) const;
-  /// The same for a part of this string. Throws OutOfRange2 when position lies past the end,
-  /// OutOfRange when position + count wraps.
+  /// The same for a part of this string and count2 characters at other, all of which must be there;
+  /// npos as count2 takes them up to their terminator. Throws OutOfRange2 when position lies past
+  /// the end, OutOfRange when position + count wraps.
   std::int32_t compare(std::uint32_t position, std::uint32_t count, const CharT* other,
                        std::uint32_t count2) const;
   /// As compare(), but distinguishes case.
   std::int32_t exactCompare(Text other) const;
 
-  friend bool operator==(const StringBase& a, Text b) { return a.compare(b) == 0; }
-  friend bool operator!=(const StringBase& a, Text b) { return a.compare(b) != 0; }
-  friend bool operator<(const StringBase& a, Text b) { return a.compare(b) < 0; }
-  friend bool operator>(const StringBase& a, Text b) { return a.compare(b) > 0; }
-  friend bool operator<=(const StringBase& a, Text b) { return a.compare(b) <= 0; }
-  friend bool operator>=(const StringBase& a, Text b) { return a.compare(b) >= 0; }
+  // Text of the other width does not compare on either side: converting it is for the caller to
+  // say.
+  friend bool operator==(Text a, Text b) { return Order(a, b) == 0; }
+  friend bool operator!=(Text a, Text b) { return Order(a, b) != 0; }
+  friend bool operator<(Text a, Text b) { return Order(a, b) < 0; }
+  friend bool operator>(Text a, Text b) { return Order(a, b) > 0; }
+  friend bool operator<=(Text a, Text b) { return Order(a, b) <= 0; }
+  friend bool operator>=(Text a, Text b) { return Order(a, b) >= 0; }
 
   /// Bytes that serialize() writes.
   std::uint32_t serializationSize() const;
@@ -201,7 +207,8 @@ class StringBase {
   void serialize(unsigned char*& cursor, const unsigned char* end) const;
   /// Reads what serialize() wrote and moves cursor past it, or leaves cursor where it was. Throws
   /// DeserializationError when the bytes end early (for CountedString also when their last is not
-  /// zero) and InvalidSequence when a WString is not given UTF-8.
+  /// zero) and InvalidSequence when a WString is not given UTF-8. The bytes may lie in the storage
+  /// of this string; where cursor then points may be gone.
   void deserialize(const unsigned char*& cursor, const unsigned char* end);
 
  private:
@@ -211,8 +218,11 @@ class StringBase {
   };
   explicit StringBase(Room room);
 
+  static std::int32_t Order(Text a, Text b);
+
   void SetEnd(CharT* end) noexcept;
   bool Owns(const CharT* text) const noexcept;
+  bool OwnsBytes(const unsigned char* bytes) const noexcept;
   bool TryResizeStorage(std::uint32_t capacity) noexcept;
   void ResizeStorage(std::uint32_t capacity);
   void ShrinkStorage() noexcept;
@@ -220,7 +230,9 @@ class StringBase {
   void Grow(std::uint32_t length);
   void MakeRoomAtEnd(std::uint32_t count);
   void Remove(std::uint32_t position, std::uint32_t count);
-  std::uint32_t PositionOf(const CharT* place) const;
+  std::uint32_t PositionOf(const CharT* first) const;
+  std::uint32_t CountOf(const CharT* first, const CharT* last) const;
+  void Read(const unsigned char* begin, const unsigned char* end);
   StringBase& Splice(std::uint32_t position, std::uint32_t count, const CharT* text,
                      std::uint32_t textCount);
 

@@ -101,7 +101,7 @@ const unsigned char* ConvertNextUtf8Character(const unsigned char* p, const unsi
 }
 
 std::uint32_t Utf8ToWide(const unsigned char* begin, const unsigned char* end, wchar_t* out,
-                         wchar_t* outEnd) {
+                         const wchar_t* outEnd) {
   wchar_t* written = out;
   Decode(begin, end, written, outEnd);
   if (begin < end) {
@@ -120,7 +120,7 @@ std::unique_ptr<wchar_t[]> Utf8ToWide(const unsigned char* text, std::uint32_t l
 }
 
 std::uint32_t Utf8ToWideNoOverflow(const unsigned char* begin, const unsigned char* end,
-                                   wchar_t* out, wchar_t* outEnd) {
+                                   wchar_t* out, const wchar_t* outEnd) {
   wchar_t* written = out;
   Decode(begin, end, written, outEnd);
   return RangeLength(out, written);

@@ -19,7 +19,7 @@ const unsigned char* ConvertNextUtf8Character(const unsigned char* p, const unsi
 /// added. Throws BufferOverflow when the output is full and input remains, InvalidSequence when the
 /// input is not UTF-8; the output then holds what was decoded before.
 std::uint32_t Utf8ToWide(const unsigned char* begin, const unsigned char* end, wchar_t* out,
-                         wchar_t* outEnd);
+                         const wchar_t* outEnd);
 
 /// Decodes length bytes into a new array, which ends with a zero character that follows the last
 /// decoded one. A null text counts as empty. Throws InvalidSequence.
@@ -28,7 +28,7 @@ std::unique_ptr<wchar_t[]> Utf8ToWide(const unsigned char* text, std::uint32_t l
 /// As the range form of Utf8ToWide, but a full output ends the conversion without a word; what
 /// remains of the input is not looked at.
 std::uint32_t Utf8ToWideNoOverflow(const unsigned char* begin, const unsigned char* end,
-                                   wchar_t* out, wchar_t* outEnd);
+                                   wchar_t* out, const wchar_t* outEnd);
 
 /// Number of characters that the range decodes to. Throws InvalidSequence where decoding would, and
 /// OutOfRange when the number does not fit in 32 bits.

@@ -76,7 +76,7 @@ std::uint64_t CountBytes(const wchar_t* p, const wchar_t* end, std::uint64_t lim
 }  // namespace
 
 std::uint32_t WideToUtf8(const wchar_t* begin, const wchar_t* end, unsigned char* out,
-                         unsigned char* outEnd) {
+                         const unsigned char* outEnd) {
   unsigned char* written = out;
   while (begin < end) {
     if (end - begin >= k_RUN && outEnd - written >= k_RUN && IsAsciiRun(begin)) {
@@ -109,7 +109,7 @@ std::unique_ptr<unsigned char[]> WideToUtf8(const wchar_t* text) {
 }
 
 std::uint32_t WideToUtf8NoOverflow(const wchar_t* begin, const wchar_t* end, unsigned char* out,
-                                   unsigned char* outEnd) {
+                                   const unsigned char* outEnd) {
   return WideToUtf8(begin, end, out, outEnd);
 }
 

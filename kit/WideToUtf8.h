@@ -14,7 +14,7 @@ namespace qv::kit {
 /// Stops before the first character that does not fit whole. Throws OutOfRange when the number of
 /// bytes does not fit in 32 bits.
 std::uint32_t WideToUtf8(const wchar_t* begin, const wchar_t* end, unsigned char* out,
-                         unsigned char* outEnd);
+                         const unsigned char* outEnd);
 
 /// Encodes zero-terminated text into a new array that ends with a zero byte. A null text counts as
 /// empty. Throws OutOfRange as GetUtf8EncodingBytes does.
@@ -22,7 +22,7 @@ std::unique_ptr<unsigned char[]> WideToUtf8(const wchar_t* text);
 
 /// As the range form of WideToUtf8, under the name that tells the reader that a cut is meant.
 std::uint32_t WideToUtf8NoOverflow(const wchar_t* begin, const wchar_t* end, unsigned char* out,
-                                   unsigned char* outEnd);
+                                   const unsigned char* outEnd);
 
 /// Number of bytes that the range encodes to. Throws OutOfRange when it does not fit in 32 bits.
 std::uint32_t GetUtf8EncodingBytes(const wchar_t* begin, const wchar_t* end);

@@ -7,14 +7,15 @@
 
 namespace qv::kit::osdep {
 
-/// Whether locale is the reserved name of the system encoding.
+/// Whether locale, which must not be null, is the reserved name of the system encoding.
 inline bool IsSystemEncoding(const char* locale) {
   return std::strcmp(locale, "carbon") == 0;
 }
 
 /// What both directions of locale conversion do to convert into a new array: make room for the
-/// required length and a terminator, convert, and terminate what was produced. An empty input needs
-/// no conversion, so its locale is not looked at. outBegin and outEnd change only on success.
+/// required length and a terminator, convert, and terminate what was produced, which lacks a last
+/// character that an encoding kept back to look ahead. An empty input needs no conversion, so its
+/// locale is not looked at. outBegin and outEnd change only on success.
 template <auto requiredLength, auto convert, typename FromT, typename ToT>
 void AllocateConverted(const FromT* begin, const FromT* end, const char* locale, ToT*& outBegin,
                        ToT*& outEnd) {

@@ -7,10 +7,15 @@ namespace qv::kit::osdep {
 // Narrow text into wide text. locale is a name that iconv knows an encoding by; the empty name is
 // the encoding of the current locale, and "carbon", to the letter, is the system encoding of
 // platform/SystemEncoding.h. A name that is not known throws InvalidLocale. Input that is not
-// text in that encoding never fails, each offending byte becomes "?".
+// text in that encoding never fails, each offending byte becomes "?". locale must not be null.
+//
+// Any thread may call, but the empty name and "carbon" read the locale of the process: setlocale
+// meanwhile is a race. Encodings that look ahead (docs/text.md) lose a last character that another
+// might have combined with.
 
-/// Number of wide characters to reserve: one for each byte. Throws OutOfRange when the range is
-/// longer than 32 bits count.
+/// Number of wide characters to reserve: one for each byte. A bound, not what comes out: characters
+/// of several bytes give fewer, and so does a last one that is kept back. Throws OutOfRange when
+/// the range is longer than 32 bits count.
 std::uint32_t GetAnsiToWideRequiredBufferLength(const char* begin, const char* end,
                                                 const char* locale);
 

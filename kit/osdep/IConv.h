@@ -39,13 +39,16 @@ class IConvDescriptor {
 };
 
 /// Converts text from one encoding into another, wide to narrow or narrow to wide. On return outEnd
-/// is the end of what was written; no terminator is added, and stateful encodings are not brought
-/// back to their initial state.
+/// is the end of what was written; no terminator is added, stateful encodings are not brought back
+/// to their initial state, and encodings that look ahead keep back the last character where another
+/// might combine with it: it is lost. docs/text.md names them.
 ///
 /// Whatever cannot be converted becomes one "?" for each unit of input (a byte, or a wide
 /// character). So does a character that is too large for the room that is left, as long as there is
 /// any; input that remains after the last of the room is dropped. Only an encoding that iconv does
-/// not know is an error: InvalidLocale. Any thread may call, no state is shared.
+/// not know is an error: InvalidLocale. Any thread may call; the calls share no state but the
+/// process's locale, which the empty name of an encoding stands for: setlocale meanwhile is a race.
+/// The names must not be null.
 template <typename FromT, typename ToT>
 void IConv(const FromT* begin, const FromT* end, const char* fromEncoding, ToT* outBegin,
            ToT*& outEnd, const char* toEncoding) {
@@ -66,6 +69,7 @@ void IConv(const FromT* begin, const FromT* end, const char* fromEncoding, ToT* 
     *reinterpret_cast<ToT*>(out) = ToT{'?'};
     out += sizeof(ToT);
     outLeft -= sizeof(ToT);
+    // iconv may have stopped within a unit: what is left of the last one is skipped, and no more.
     const std::size_t skipped = std::min(inLeft, sizeof(FromT));
     in += skipped;
     inLeft -= skipped;

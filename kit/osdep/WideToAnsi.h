@@ -7,7 +7,11 @@ namespace qv::kit::osdep {
 // Wide text into narrow text. locale is a name that iconv knows an encoding by; the empty name is
 // the encoding of the current locale, and "carbon", to the letter, is the system encoding of
 // platform/SystemEncoding.h. A name that is not known throws InvalidLocale. A character that the
-// encoding does not have never fails, it becomes "?".
+// encoding does not have never fails, it becomes "?". locale must not be null.
+//
+// Any thread may call, but the empty name and "carbon" read the locale of the process: setlocale
+// meanwhile is a race. Encodings that look ahead (docs/text.md) lose a last character that another
+// might have combined with.
 
 /// Number of bytes to reserve: four for each character, or what the system encoding may need. It is
 /// a bound for every encoding that spends at most four bytes on a character. Throws OutOfRange when

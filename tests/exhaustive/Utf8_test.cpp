@@ -6,9 +6,11 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <new>
 #include <vector>
 
+#include "kit/StringBase.h"
 #include "kit/Utf8ToWide.h"
 #include "kit/WideToUtf8.h"
 #include "kit/exception/InvalidSequence.h"
@@ -130,6 +132,18 @@ TEST(GetUtf8EncodingBytesWithBufferLimit, StopsBeforeTheCountPassesTheLimitOrWra
   const RepeatedText<wchar_t> text(715827883, 0x7FFFFFFF);
   EXPECT_EQ(GetUtf8EncodingBytesWithBufferLimit(text.begin(), text.end(), 0xFFFFFFFB), 4294967286U);
   EXPECT_EQ(GetUtf8EncodingBytesWithBufferLimit(text.begin(), text.end(), 0xFFFFFFFF), 4294967292U);
+}
+
+TEST(StringSerialization, OfWideTextTooLongForItsCountIsSizedUpToTheLastCharacterThatFits) {
+  const RepeatedText<wchar_t> text(715827883, 0x7FFFFFFF);
+  // A string over this text, by the three pointers that are the layout of every string. It is never
+  // destroyed, for its storage was not allocated.
+  const wchar_t* const pointers[] = {text.begin(), text.end(), text.end()};
+  static_assert(sizeof(pointers) == sizeof(WString));
+  alignas(WString) unsigned char object[sizeof(WString)];
+  std::memcpy(object, pointers, sizeof(object));
+  EXPECT_EQ(std::launder(reinterpret_cast<const WString*>(object))->serializationSize(),
+            4294967290U);
 }
 
 }  // namespace

@@ -2,6 +2,8 @@
 
 #include <string>
 #include <string_view>
+#include <type_traits>
+#include <utility>
 
 #include "kit/StringBase.h"
 #include "kit/exception/InvalidSequence.h"
@@ -54,6 +56,33 @@ TYPED_TEST(StringComparison, DisregardsCaseUnlessExact) {
     EXPECT_EQ(Sign(a.exactCompare(b.c_str())), row.exactlyCompared);
   }
 }
+
+/// Whether each of the operators takes these two, in this order.
+template <typename A, typename B, typename = void>
+constexpr bool k_EQUATE = false;
+template <typename A, typename B>
+constexpr bool k_EQUATE<A, B, std::void_t<decltype(std::declval<A>() == std::declval<B>())>> = true;
+template <typename A, typename B, typename = void>
+constexpr bool k_DIFFER = false;
+template <typename A, typename B>
+constexpr bool k_DIFFER<A, B, std::void_t<decltype(std::declval<A>() != std::declval<B>())>> = true;
+template <typename A, typename B, typename = void>
+constexpr bool k_ORDER = false;
+template <typename A, typename B>
+constexpr bool k_ORDER<A, B, std::void_t<decltype(std::declval<A>() < std::declval<B>())>> = true;
+template <typename A, typename B>
+constexpr bool k_COMPARE = k_EQUATE<A, B>&& k_DIFFER<A, B>&& k_ORDER<A, B>;
+template <typename A, typename B>
+constexpr bool k_NEVER_COMPARE = !(k_EQUATE<A, B> || k_EQUATE<B, A> || k_DIFFER<A, B> ||
+                                   k_DIFFER<B, A> || k_ORDER<A, B> || k_ORDER<B, A>);
+
+static_assert(k_COMPARE<WString, const wchar_t*> && k_COMPARE<const wchar_t*, WString>);
+static_assert(k_COMPARE<String, const char*> && k_COMPARE<const char*, String>);
+static_assert(k_NEVER_COMPARE<WString, const char*>);
+static_assert(k_NEVER_COMPARE<String, const wchar_t*>);
+static_assert(k_NEVER_COMPARE<CountedString, const wchar_t*>);
+static_assert(k_NEVER_COMPARE<Utf8String, const wchar_t*>);
+static_assert(k_NEVER_COMPARE<WString, String>);
 
 TYPED_TEST(StringComparison, OperatorsFollowCompare) {
   for (const Row& row : k_ROWS) {

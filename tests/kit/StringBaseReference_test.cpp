@@ -157,10 +157,12 @@ TYPED_TEST(StringReference, RandomEditsAgree) {
         string = string + other.c_str();
         expected.append(text);
         break;
-      case 4:
-        string.append(below(5), character);
-        expected.resize(string.length(), character);
+      case 4: {
+        const std::uint32_t repeated = below(5);
+        string.append(repeated, character);
+        expected.append(repeated, character);
         break;
+      }
       case 5:
         string.replace(position, 0, other);
         expected.insert(position, text);
@@ -196,10 +198,12 @@ TYPED_TEST(StringReference, RandomEditsAgree) {
                      below(2) == 0 ? BufferStrategy::Keep : BufferStrategy::Release);
         expected.erase(position, standardCount);
         break;
-      case 13:
-        string = string.substr(position, below(20) == 0 ? 0 : npos);
-        expected = string.empty() ? Standard() : expected.substr(position);
+      case 13: {
+        const std::uint32_t left = below(20) == 0 ? 0 : npos;
+        string = string.substr(position, left);
+        expected = expected.substr(position, Fixture::StandardPosition(left));
         break;
+      }
       case 14:
         string.assign(string.c_str() + position, static_cast<std::uint32_t>(size) - position);
         expected = expected.substr(position);

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -190,6 +191,25 @@ TYPED_TEST(SerializedString, KeepsStorageOfUpToTwiceTheCharactersRead) {
   }
 }
 
+TYPED_TEST(SerializedString, IsReadFromItsOwnStorageAsIfTheBytesHadBeenCopied) {
+  for (const std::string_view text : {std::string_view("quay"), std::string_view("breakwater")}) {
+    const Bytes bytes = Serialized(FromAscii<TypeParam>(text));
+    // With room to spare the storage shrinks under the bytes; with little the characters overtake
+    // them.
+    for (const std::uint32_t capacity : {200U, 24U}) {
+      for (std::size_t place = 0; place + bytes.size() <= capacity; ++place) {
+        TypeParam string(capacity, 'x');
+        auto* const storage = reinterpret_cast<unsigned char*>(string.begin());
+        std::copy(bytes.begin(), bytes.end(), storage + place);
+        const unsigned char* cursor = storage + place;
+        string.deserialize(cursor, cursor + bytes.size());
+        ASSERT_EQ(ToAscii(string), text) << "capacity " << capacity << ", place " << place;
+        ASSERT_EQ(*string.end(), 0);
+      }
+    }
+  }
+}
+
 TEST(StringSerialization, WideTextSizesItsStorageByCharactersNotBytes) {
   WString string;
   Deserialize(string, {0x05, 0, 0, 0, 0xC3, 0xA9, 0xE2, 0x82, 0xAC});
@@ -206,6 +226,8 @@ TEST(StringSerialization, WideTextThatIsNotUtf8ThrowsInvalidSequenceAndChangesNo
       ADD_FAILURE() << "nothing was thrown";
     } catch (const InvalidSequence& refusal) {
       EXPECT_STREQ(refusal.what(), "Invalid UTF8 encoding sequence");
+      EXPECT_STREQ(refusal.file(), "kit/StringBase.cpp");
+      EXPECT_NE(refusal.line(), 0U);
     }
     EXPECT_EQ(ToAscii(string), "reef");
   }
@@ -226,10 +248,18 @@ TEST(StringSerialization, CodePointsThatTakeFiveBytesAreWrittenButNotReadBack) {
 }
 
 TEST(StringSerialization, CountedTextWithoutTerminatorThrowsDeserializationErrorAndChangesNothing) {
-  CountedString string("reef");
-  EXPECT_THROW(Deserialize(string, {0x02, 0, 0, 0, 'a', 'b'}), DeserializationError);
-  EXPECT_THROW(Deserialize(string, {0x01, 0, 0, 0, 'a', 0}), DeserializationError);
-  EXPECT_EQ(ToAscii(string), "reef");
+  for (const Bytes& bytes : {Bytes{0x02, 0, 0, 0, 'a', 'b'}, Bytes{0x01, 0, 0, 0, 'a', 0}}) {
+    CountedString string("reef");
+    try {
+      Deserialize(string, bytes);
+      ADD_FAILURE() << "nothing was thrown";
+    } catch (const DeserializationError& refusal) {
+      EXPECT_STREQ(refusal.what(), "Failed to deserialize");
+      EXPECT_STREQ(refusal.file(), "kit/StringBase.cpp");
+      EXPECT_NE(refusal.line(), 0U);
+    }
+    EXPECT_EQ(ToAscii(string), "reef");
+  }
 }
 
 TEST(StringSerialization, CountedTextDropsOnlyItsTerminator) {

@@ -72,15 +72,25 @@ class EveryStringForm : public testing::Test {
     }
   }
 
-  /// OutOfRange itself, not one of those with a detail.
+  /// OutOfRange itself, not one of those with a detail, from a check in this file.
   template <typename Action>
-  static void ExpectWrapRefused(Action action) {
+  static void ExpectPlainRefusal(const char* file, Action action) {
     try {
       action();
       ADD_FAILURE() << "nothing was thrown";
     } catch (const OutOfRange& refusal) {
       EXPECT_STREQ(refusal.what(), "Out of range");
+      EXPECT_STREQ(refusal.file(), file);
+      EXPECT_NE(refusal.line(), 0U);
     }
+  }
+  template <typename Action>
+  static void ExpectWrapRefused(Action action) {
+    ExpectPlainRefusal("kit/SafeInteger.h", action);
+  }
+  template <typename Action>
+  static void ExpectRangeRefused(Action action) {
+    ExpectPlainRefusal("kit/StringBase.cpp", action);
   }
 
  private:
@@ -131,6 +141,18 @@ TYPED_TEST(EveryStringForm, FromPointerAndCountTakesZerosToo) {
 
 TYPED_TEST(EveryStringForm, FromPointerAndOpenCountGoesUpToTheTerminator) {
   this->ExpectIntact(TypeParam(this->Text("quay"), npos), "quay");
+}
+
+TYPED_TEST(EveryStringForm, NullIsTheEmptyTextWhateverItsCount) {
+  const typename TestFixture::Char* null = nullptr;
+  const TypeParam string(this->Text("a"));
+  for (const std::uint32_t count : {0U, 1U, 0x80000000U, npos}) {
+    this->ExpectIntact(TypeParam(null, count), "");
+    this->ExpectIntact(TypeParam(string).append(null, count), "a");
+    this->ExpectIntact(TypeParam(string).assign(null, count), "");
+    EXPECT_GT(string.compare(0, npos, null, count), 0);
+    EXPECT_EQ(string.compare(1, npos, null, count), 0);
+  }
 }
 
 TYPED_TEST(EveryStringForm, FromRangeTakesWhatLiesBetween) {
@@ -406,9 +428,11 @@ TYPED_TEST(EveryStringForm, EraseRefusesARangeThatIsNotItsOwn) {
   const auto* stranger = this->Text("stranger");
   this->ExpectOffsetRefused([&] { string.erase(stranger, stranger + 1); });
   this->ExpectOffsetRefused([&] { string.erase(string.end() + 1, string.end() + 1); });
-  EXPECT_THROW(string.erase(string.begin() + 3, string.begin() + 2), OutOfRange);
-  EXPECT_THROW(string.erase(string.begin() + 3, string.begin() + 2, BufferStrategy::Keep),
-               OutOfRange);
+  const auto* const middle = string.c_str() + 3;
+  for (const auto* last : {middle - 1, middle + 8, stranger, stranger + 1}) {
+    this->ExpectRangeRefused([&] { string.erase(middle, last); });
+    this->ExpectRangeRefused([&] { string.erase(middle, last, BufferStrategy::Keep); });
+  }
   this->ExpectIntact(string, "lighthouse");
 }
 

@@ -15,6 +15,12 @@
 
 namespace {
 
+// The end of the output is only compared with: callers may have it as a pointer to const.
+using Decoder = std::uint32_t (*)(const unsigned char*, const unsigned char*, wchar_t*,
+                                  const wchar_t*);
+[[maybe_unused]] constexpr Decoder k_DECODERS[] = {&qv::kit::Utf8ToWide,
+                                                   &qv::kit::Utf8ToWideNoOverflow};
+
 using namespace qv::kit;
 using Buffer = ExactBuffer<unsigned char>;
 using WideBuffer = ExactBuffer<wchar_t>;

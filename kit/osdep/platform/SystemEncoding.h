@@ -9,8 +9,9 @@ namespace qv::kit::osdep::platform {
 
 /// Converts narrow text in the system encoding into the output and returns the number of characters
 /// written, where outEnd then is. An empty input writes nothing. Characters that cannot be
-/// converted become "?", output that does not fit is cut off. Throws InvalidLocale when the system
-/// cannot make anything of the input.
+/// converted become "?", output that does not fit is cut off; without any room nothing is written,
+/// and outBegin may be null. Throws InvalidLocale when the system cannot make anything of the
+/// input, room or not.
 std::uint32_t CarbonAnsiToWide(const char* begin, const char* end, wchar_t* outBegin,
                                wchar_t*& outEnd);
 

@@ -295,8 +295,12 @@ CFIndex CFStringGetBytes(CFStringRef string, CFRange range, CFStringEncoding enc
     std::size_t next = position;
     std::string bytes = Encode(Next(units, next), encoding);
     if (bytes.empty() && lossByte != 0) bytes = Encode(lossByte, encoding);
-    if (bytes.empty() || used + bytes.size() > static_cast<std::size_t>(bufferLength)) break;
-    std::memcpy(buffer + used, bytes.data(), bytes.size());
+    if (bytes.empty()) break;
+    // Without a buffer the bytes are only counted.
+    if (buffer != nullptr) {
+      if (used + bytes.size() > static_cast<std::size_t>(bufferLength)) break;
+      std::memcpy(buffer + used, bytes.data(), bytes.size());
+    }
     used += bytes.size();
     position = next;
   }

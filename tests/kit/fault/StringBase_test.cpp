@@ -35,6 +35,16 @@ using testing::IsEmpty;
 template <typename S>
 using CharOf = std::decay_t<decltype(std::declval<S>()[0])>;
 
+/// Text of the other width, which is converted without iconv where the form is Utf8String.
+template <typename S>
+auto OtherText() {
+  if constexpr (std::is_same_v<S, WString>) {
+    return std::string("breakwater");
+  } else {
+    return std::wstring(L"breakwater");
+  }
+}
+
 template <typename S>
 class StringWithoutMemory : public testing::Test {};
 
@@ -46,6 +56,9 @@ TYPED_TEST(StringWithoutMemory, EveryOperationThatGrowsFailsAtEachAllocationAndC
   const S other = FromAscii<S>("breakwater");
   const std::basic_string<CharOf<S>> longText(30, static_cast<CharOf<S>>('x'));
   const CharOf<S>* text = longText.c_str();
+  const auto otherText = OtherText<S>();
+  const auto* converted = otherText.c_str();
+  const std::conditional_t<std::is_same_v<S, WString>, String, WString> otherString(converted);
   std::vector<unsigned char> bytes(other.serializationSize());
   unsigned char* written = bytes.data();
   other.serialize(written, bytes.data() + bytes.size());
@@ -68,6 +81,14 @@ TYPED_TEST(StringWithoutMemory, EveryOperationThatGrowsFailsAtEachAllocationAndC
       {"replace with itself", [&](S& s) { s.replace(2, 1, s); }},
       {"sum", [&](S& s) { s + other; }},
       {"substr", [&](S& s) { s.substr(2); }},
+      {"construction by conversion", [&](S&) { S{converted}; }},
+      {"construction by conversion of a string", [&](S&) { S{otherString}; }},
+      {"construction from text and a converted string", [&](S&) { S(text, otherString); }},
+      {"assignment of converted text", [&](S& s) { s = converted; }},
+      {"assignment of a converted string", [&](S& s) { s = otherString; }},
+      {"append of converted text", [&](S& s) { s.append(converted); }},
+      {"addition of converted text", [&](S& s) { s += converted; }},
+      {"sum with converted text", [&](S& s) { s + converted; }},
       {"deserialize",
        [&](S& s) {
          const unsigned char* cursor = bytes.data();
@@ -100,6 +121,35 @@ TYPED_TEST(StringWithoutMemory, EveryOperationThatGrowsFailsAtEachAllocationAndC
     }
     EXPECT_GE(failures, 1U);
   }
+}
+
+TYPED_TEST(StringWithoutMemory, ReadingItsOwnStorageFailsAtEachAllocationWithTheTextAsItWas) {
+  std::uint32_t failures = 0;
+  for (bool failed = true; failed;) {
+    TypeParam string(40, CharOf<TypeParam>());
+    auto* const storage = reinterpret_cast<unsigned char*>(string.begin());
+    unsigned char* written = storage;
+    FromAscii<TypeParam>("quay").serialize(written, storage + 40);
+    const TypeParam before(string);
+    const unsigned char* cursor = storage;
+    FailingAllocator allocator;
+    allocator.FailCall(failures + 1);
+    try {
+      string.deserialize(cursor, written);
+      failed = false;
+    } catch (const std::bad_alloc&) {
+      ++failures;
+      EXPECT_EQ(cursor, storage);
+      EXPECT_EQ(string.exactCompare(before), 0);
+    }
+  }
+  EXPECT_EQ(failures, 1U);
+}
+
+TYPED_TEST(StringWithoutMemory, OfUncountableLengthIsRefusedBeforeItAllocates) {
+  const FailingAllocator allocator;
+  EXPECT_THROW(TypeParam(0xFFFFFFFFU, CharOf<TypeParam>()), OutOfRange);
+  EXPECT_THAT(allocator.sizes(), IsEmpty());
 }
 
 TYPED_TEST(StringWithoutMemory, MovingFromAStringFailsWithBothAsTheyWere) {
@@ -228,6 +278,18 @@ TEST_F(HugeStrings, WideTextOf0x3FFFFFFFCharactersThrowsOutOfRangeBeforeItAlloca
   EXPECT_THROW(string->append(1, L'a'), OutOfRange);
   EXPECT_THROW(string->reserve(0x3FFFFFFFU), OutOfRange);
   EXPECT_THAT(allocator_.sizes(), IsEmpty());
+}
+
+TEST_F(HugeStrings, WideTextIsBuiltOfUpTo0x3FFFFFFECharacters) {
+  EXPECT_THROW(WString(0x3FFFFFFFU, L'a'), OutOfRange);
+  EXPECT_THAT(allocator_.sizes(), IsEmpty());
+  EXPECT_THROW(WString(0x3FFFFFFEU, L'a'), std::bad_alloc);
+  EXPECT_THAT(allocator_.sizes(), ElementsAre(0xFFFFFFFCU));
+}
+
+TEST_F(HugeStrings, NarrowTextIsBuiltOfUpTo0xFFFFFFFECharacters) {
+  EXPECT_THROW(String(0xFFFFFFFEU, 'a'), std::bad_alloc);
+  EXPECT_THAT(allocator_.sizes(), ElementsAre(0xFFFFFFFFU));
 }
 
 TEST_F(HugeStrings, ReplaceRefusesAResultOf0xFFFFFFFFCharacters) {

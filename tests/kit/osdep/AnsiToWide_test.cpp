@@ -74,6 +74,31 @@ TEST(AnsiToWide, ACharacterCutOffByTheEndIsAQuestionMarkForEachOfItsBytes) {
   EXPECT_EQ(Wide(std::string("a\0b", 3), "UTF-16LE"), L"a?");
 }
 
+TEST(AnsiToWide, ALastLetterThatAMarkMightFollowIsLostWhereTheEncodingLooksAhead) {
+  struct Row {
+    const char* encoding;
+    const char* last;
+    const char* notLast;
+    const wchar_t* text;
+  };
+  const Row rows[] = {
+      {"CP1255", "b\xE0", "b\xE0.", L"b\u05D0."},
+      {"CP1258", "ba", "ba.", L"ba."},
+      {"TCVN", "ba", "ba.", L"ba."},
+  };
+  for (const Row& row : rows) {
+    EXPECT_EQ(Wide(row.last, row.encoding), L"b") << row.encoding;
+    EXPECT_EQ(Wide(row.notLast, row.encoding), row.text) << row.encoding;
+  }
+}
+
+TEST(AnsiToWide, ALetterThatIsHeldBackComesAfterTheQuestionMarkOfTheByteThatFollowsIt) {
+  EXPECT_EQ(Wide("\xE0\xFC"
+                 "b",
+                 "CP1255"),
+            L"?\u05D0b");
+}
+
 TEST(AnsiToWide, KeepsZeroBytes) {
   EXPECT_EQ(Wide(std::string("a\0b", 3), "UTF-8"), std::wstring(L"a\0b", 3));
 }

@@ -75,6 +75,25 @@ TEST(WideToAnsi, TheQuestionMarkIsOneByteInEveryEncoding) {
   EXPECT_EQ(Narrow(Single(0xD800) + L"a", "UTF-16LE"), std::string("?a\0", 3));
 }
 
+TEST(WideToAnsi, ALastLetterThatAMarkMightFollowIsLostWhereTheEncodingLooksAhead) {
+  struct Row {
+    const char* encoding;
+    const wchar_t* last;
+    const wchar_t* notLast;
+    const char* bytes;
+  };
+  const Row rows[] = {
+      {"BIG5-HKSCS", L"b\u00CA", L"b\u00CA.", "b\x88\x66."},
+      {"EUC-JISX0213", L"b\u304B", L"b\u304B.", "b\xA4\xAB."},
+      {"SHIFT_JISX0213", L"b\u304B", L"b\u304B.", "b\x82\xA9."},
+  };
+  for (const Row& row : rows) {
+    EXPECT_EQ(Narrow(row.last, row.encoding), "b") << row.encoding;
+    EXPECT_EQ(Narrow(row.notLast, row.encoding), row.bytes) << row.encoding;
+  }
+  EXPECT_EQ(NarrowInto(32, L"b\u304B", "ISO-2022-JP-3"), "b");
+}
+
 TEST(WideToAnsi, KeepsZeroCharacters) {
   EXPECT_EQ(Narrow(std::wstring(L"a\0b", 3), "UTF-8"), std::string("a\0b", 3));
 }

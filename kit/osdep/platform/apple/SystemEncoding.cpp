@@ -45,7 +45,10 @@ std::uint32_t Convert(const FromT* begin, const FromT* end, CFStringEncoding fro
     outEnd = outBegin;
     return 0;
   }
-  return GetText(CreateString(begin, end, from).get(), to, outBegin, outEnd);
+  const CFOwner<CFStringRef> string = CreateString(begin, end, from);
+  // Without a buffer Core Foundation would count the bytes that it could have written.
+  if (outBegin == outEnd) return 0;
+  return GetText(string.get(), to, outBegin, outEnd);
 }
 
 }  // namespace

@@ -6,12 +6,17 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <functional>
 #include <memory>
 #include <string>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
+#include "kit/StringBase.h"
 #include "kit/osdep/AnsiToWide.h"
 #include "kit/osdep/WideToAnsi.h"
+#include "tests/kit/AsciiText.h"
 
 namespace {
 
@@ -151,6 +156,11 @@ TEST_F(IConvCalls, EveryKindOfFailureIsTreatedAlike) {
   }
 }
 
+TEST_F(IConvCalls, AFailureWithinAUnitSkipsWhatIsLeftOfTheLastOne) {
+  EXPECT_EQ(NarrowInto(8, L"ab", {{EILSEQ, 6, "a"}}), "a?");
+  EXPECT_EQ(g_iconv.calls.size(), 1U);
+}
+
 TEST_F(IConvCalls, AFailureWithAllInputUsedStops) {
   EXPECT_EQ(NarrowInto(8, L"ab", {{EINVAL, 8, "ab"}}), "ab");
 }
@@ -167,6 +177,79 @@ TEST_F(IConvCalls, AQuestionMarkThatTakesTheLastOfTheRoomEndsTheConversion) {
 TEST_F(IConvCalls, AQuestionMarkForTheLastOfTheInputEndsTheConversion) {
   EXPECT_EQ(NarrowInto(8, L"ab", {{EILSEQ, 4, "a"}}), "a?");
   EXPECT_EQ(g_iconv.calls.size(), 1U);
+}
+
+/// The strings that iconv converts for: String stands for both narrow forms, as WString does for
+/// the wide one.
+template <typename S>
+class StringOverIConv : public testing::Test {
+ protected:
+  using Other = std::conditional_t<std::is_same_v<S, WString>, char, wchar_t>;
+  using OtherString = std::conditional_t<std::is_same_v<S, WString>, String, WString>;
+
+  void SetUp() override { g_iconv = {}; }
+
+  const Other text_[2] = {Other{'a'}, Other{}};
+  const OtherString string_{text_, 1};
+};
+
+using Converting = testing::Types<WString, String, CountedString>;
+TYPED_TEST_SUITE(StringOverIConv, Converting);
+
+TYPED_TEST(StringOverIConv, ThrowsInvalidLocaleFromEveryConversionAndChangesNothing) {
+  using S = TypeParam;
+  const auto* text = this->text_;
+  const auto& other = this->string_;
+  const std::pair<const char*, std::function<void(S&)>> operations[] = {
+      {"construction", [&](S&) { S{text}; }},
+      {"construction from a range",
+       [&](S&) {
+         S{text, text + 1};
+       }},
+      {"construction from a string", [&](S&) { S{other}; }},
+      {"construction from text and a string", [&](S& s) { S(s.c_str(), other); }},
+      {"assignment", [&](S& s) { s = text; }},
+      {"assignment of a string", [&](S& s) { s = other; }},
+      {"append", [&](S& s) { s.append(text); }},
+      {"addition", [&](S& s) { s += text; }},
+      {"sum", [&](S& s) { s + text; }},
+  };
+  g_iconv.openError = EINVAL;
+  for (const auto& [name, operation] : operations) {
+    SCOPED_TRACE(name);
+    S string = qv::test::FromAscii<S>("quay");
+    const std::uint32_t capacity = string.capacity();
+    try {
+      operation(string);
+      ADD_FAILURE() << "nothing was thrown";
+    } catch (const exception::InvalidLocale& refusal) {
+      EXPECT_STREQ(refusal.what(), "Invalid locale");
+    }
+    EXPECT_EQ(qv::test::ToAscii(string), "quay");
+    EXPECT_EQ(string.capacity(), capacity);
+  }
+}
+
+TYPED_TEST(StringOverIConv, NeverOpensItForEmptyText) {
+  using S = TypeParam;
+  const auto* null = static_cast<decltype(&this->text_[0])>(nullptr);
+  const auto* empty = this->text_ + 1;
+  const typename TestFixture::OtherString emptyString;
+  S string = qv::test::FromAscii<S>("quay");
+  EXPECT_EQ(S(null).capacity(), 0U);
+  EXPECT_EQ(S(empty).capacity(), 0U);
+  EXPECT_EQ(S(empty, empty).capacity(), 0U);
+  EXPECT_EQ(S(emptyString).capacity(), 0U);
+  EXPECT_EQ(qv::test::ToAscii(S(string.c_str(), emptyString)), "quay");
+  EXPECT_EQ(qv::test::ToAscii(string + empty), "quay");
+  string.append(empty);
+  string += null;
+  EXPECT_EQ(qv::test::ToAscii(string), "quay");
+  string = empty;
+  string = null;
+  string = emptyString;
+  EXPECT_EQ(qv::test::ToAscii(string), "");
+  EXPECT_THAT(g_iconv.opened, testing::IsEmpty());
 }
 
 }  // namespace

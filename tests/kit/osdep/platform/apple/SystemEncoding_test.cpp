@@ -104,6 +104,24 @@ TEST_F(AppleEncoding, FillsTheRoomThereIsAndNoMore) {
   EXPECT_EQ(toNarrow(L"abc", 0), "");
 }
 
+TEST_F(AppleEncoding, WritesNothingWithoutRoomNotEvenForANullOutput) {
+  const std::string narrow = "abc";
+  wchar_t* wideEnd = nullptr;
+  EXPECT_EQ(CarbonAnsiToWide(narrow.data(), narrow.data() + narrow.size(), nullptr, wideEnd), 0U);
+  EXPECT_EQ(wideEnd, nullptr);
+  const std::wstring wide = L"abc";
+  char* narrowEnd = nullptr;
+  EXPECT_EQ(CarbonWideToAnsi(wide.data(), wide.data() + wide.size(), nullptr, narrowEnd), 0U);
+  EXPECT_EQ(narrowEnd, nullptr);
+  EXPECT_THAT(foundation_.calls(), testing::Not(Contains(testing::HasSubstr("CFStringGetBytes"))));
+}
+
+TEST_F(AppleEncoding, ThatTheTextIsNotInThrowsInvalidLocaleWithoutRoomToo) {
+  foundation_.setSystemEncoding(k_ASCII);
+  EXPECT_THROW(toWide("\xE9", 0), InvalidLocale);
+  EXPECT_THROW(toNarrow(std::wstring(1, static_cast<wchar_t>(0x110000)), 0), InvalidLocale);
+}
+
 TEST_F(AppleEncoding, LeavesOutACharacterThatDoesNotFitWhole) {
   foundation_.setSystemEncoding(k_UTF8);
   EXPECT_EQ(toNarrow(L"a\u20AC", 3), "a");
