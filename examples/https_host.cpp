@@ -13,6 +13,7 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <clocale>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
@@ -144,6 +145,7 @@ int PortFrom(const char* text) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  std::setlocale(LC_ALL, "");  // names of directories are read in the encoding of the locale
   sigset_t signals;
   sigemptyset(&signals);
   sigaddset(&signals, SIGTERM);

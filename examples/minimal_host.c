@@ -1,5 +1,6 @@
 /* The least that a host does: load the library, make OpenSSL ready, give it back. */
 #include <dlfcn.h>
+#include <locale.h>
 #include <stdio.h>
 
 #include "include/qvsslinit.h"
@@ -8,7 +9,9 @@ int main(int argc, char** argv) {
   struct QvSslInitHandle* (*init)(void);
   void (*uninit)(struct QvSslInitHandle*);
   struct QvSslInitHandle* handle;
-  void* library = dlopen(argc > 1 ? argv[1] : "libqvsslinit.so", RTLD_NOW);
+  void* library;
+  setlocale(LC_ALL, ""); /* names of directories are read in the encoding of the locale */
+  library = dlopen(argc > 1 ? argv[1] : "libqvsslinit.so", RTLD_NOW);
   if (library == NULL) {
     fprintf(stderr, "minimal_host: %s\n", dlerror());
     return 1;

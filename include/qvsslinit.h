@@ -31,12 +31,14 @@ struct QvSslInitHandle;
  * Makes OpenSSL ready and returns a handle that says so, or null.
  *
  * The first call that succeeds loads "libeay32.dylib" and "libssleay32.dylib" from the directory of
- * this library and starts OpenSSL; later calls only count. The first call of a process that makes
- * OpenSSL ready at once also sees to it that a default key and certificate exist; that they could
- * not be made does not fail the call.
+ * this library and starts OpenSSL; later calls only count. The very first call of a process, if it
+ * succeeds, also sees to it that a default key and certificate exist; that they could not be made
+ * does not fail the call. Load this library by an absolute path: "its directory" is otherwise
+ * looked for from wherever the process is when it calls.
  *
  * A null result means that OpenSSL is not ready for this caller and that the caller owns nothing.
- * Calling again is allowed and tries everything again, so a repaired installation is noticed.
+ * Calling again is allowed and tries to start OpenSSL again, so a repaired installation is noticed;
+ * the default certificate has to wait for the next process.
  *
  * The caller owns the handle and gives it back exactly once, with QVSSLINIT_Uninit.
  */
@@ -48,7 +50,8 @@ QVSSLINIT_API struct QvSslInitHandle* QVSSLINIT_Init(void);
  * it a second time is an error that cannot be detected.
  *
  * Exit handlers and static objects of the host may call either function even after the library's
- * own have been destroyed: Init gives null then, and Uninit does nothing.
+ * own have been destroyed: Init gives null then, and Uninit does nothing. Other threads must be out
+ * of both functions by the time that exit() is called.
  */
 QVSSLINIT_API void QVSSLINIT_Uninit(struct QvSslInitHandle* handle);
 

@@ -1,6 +1,7 @@
 #include "source/DefaultCertCreator.h"
 
 #include <cstdio>
+#include <cstring>
 #include <limits>
 #include <memory>
 
@@ -52,6 +53,20 @@ String CertificateFile() {
 /// Whether the directory that would hold dir, which ends in a slash, is there.
 bool ParentExists(const WString& dir) {
   return path::IsDirectory(path::DirName(path::DirName(dir)));
+}
+
+/// Whether the file ends as PEM does. What OpenSSL takes for written may still wait in a buffer,
+/// and a full disk shows only when the file is closed, which reports nothing.
+bool IsWholePemFile(const String& file) {
+  static constexpr char kEnd[] = "-----\n";
+  static constexpr std::size_t kLength = sizeof kEnd - 1;
+  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> stream(std::fopen(file.c_str(), "r"),
+                                                               std::fclose);
+  char end[kLength] = {};
+  return stream != nullptr &&
+         std::fseek(stream.get(), -static_cast<long>(kLength), SEEK_END) == 0 &&
+         std::fread(end, 1, kLength, stream.get()) == kLength &&
+         std::memcmp(end, kEnd, kLength) == 0;
 }
 
 }  // namespace
@@ -178,10 +193,16 @@ void DefaultCertCreator::createSelfSignedCertificate(
   if (Failed(status)) return;
   const Request request{country,    stateOrProvince, locality, organization, organizationalUnit,
                         commonName, subjectAltName,  days,     serial};
-  const char* failure = makeKeyAndCertificate(request, status);
+  const char* failure = nullptr;
+  try {
+    failure = makeKeyAndCertificate(request, status);
+  } catch (...) {
+    FailWithCurrentException(status, kFunctionName);
+    failure = "An exception was thrown";
+  }
   if (failure != nullptr) {
+    if (!Failed(status)) status.set(kFailed);
     detailedErrorInfo = failure;
-    status.set(kFailed);
     XTraceLog(g_pGLogger, kTraceCertificate, kFunctionName, "Failed.  detailedErrorInfo='%s'",
               detailedErrorInfo.c_str());
   } else {
@@ -359,13 +380,19 @@ void DefaultCertCreator::saveKeyToFile(EVP_PKEY* key, StatusChain& status) {
     status.set(kFailed);
     return;
   }
-  if (!writeKey(bio.get(), key)) {
-    const unsigned long error = pTable_.ERR_get_error();
-    const char* reason = pTable_.ERR_reason_error_string(error);
-    XTraceError(g_pGLogger, kFunctionName, "Failed to write key to disk err=%lu, errString='%s'",
-                error, reason == nullptr ? "(null)" : reason);
-    status.set(kFailed);
-  }
+  const bool written = writeKey(bio.get(), key);
+  if (!written) failToWriteKey(status);
+  bio.reset();
+  if (written && !IsWholePemFile(file)) failToWriteKey(status);
+}
+
+void DefaultCertCreator::failToWriteKey(StatusChain& status) {
+  const unsigned long error = pTable_.ERR_get_error();
+  const char* reason = pTable_.ERR_reason_error_string(error);
+  XTraceError(g_pGLogger, "DefaultCertCreator::saveKeyToFile",
+              "Failed to write key to disk err=%lu, errString='%s'", error,
+              reason == nullptr ? "(null)" : reason);
+  status.set(kFailed);
 }
 
 bool DefaultCertCreator::writeKey(BIO* bio, EVP_PKEY* key) {
@@ -393,9 +420,10 @@ void DefaultCertCreator::saveX509ToFile(X509* x, StatusChain& status) {
     status.set(kFailed);
     return;
   }
-  if (pTable_.PEM_write_bio_X509(bio.get(), x) == 0) {
+  const bool written = pTable_.PEM_write_bio_X509(bio.get(), x) != 0;
+  bio.reset();
+  if (!written || !IsWholePemFile(file)) {
     status.set(kFailed);
-    bio.reset();
     std::remove(file.c_str());
   }
 }

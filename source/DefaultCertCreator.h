@@ -12,8 +12,8 @@ namespace qvsslinit {
 /// Makes sure that the certificate store holds a certificate to start with: an RSA key and a
 /// self-signed certificate for this host, "server_0.key" and "server_0.cer", both PEM.
 ///
-/// The constructor does it all. No operation throws; where one fails, the trace says why. Belongs
-/// to one thread at a time.
+/// The constructor does it all, and never throws; the single operations may throw std::bad_alloc.
+/// Where one fails, the trace says why. Belongs to one thread at a time.
 class DefaultCertCreator {
  public:
   /// Creates the default certificate unless there is one or status holds a failure already.
@@ -51,7 +51,7 @@ class DefaultCertCreator {
       qv::kit::String& detailedErrorInfo, qv::kit::StatusChain& status);
 
   /// Stores a new RSA key in *out, which must be null and then is the caller's to free; null again
-  /// after a failure.
+  /// after a failure. A key that is there already is a failure, and stays the caller's.
   void generateNewRsaKey(EVP_PKEY** out, qv::kit::StatusChain& status);
 
   /// Writes the key unencrypted to the store's key file, which is replaced.
@@ -76,6 +76,7 @@ class DefaultCertCreator {
   const char* setSerialNumber(X509* x, std::uint32_t serial);
   const char* sign(X509* x, EVP_PKEY* key);
   bool writeKey(BIO* bio, EVP_PKEY* key);
+  void failToWriteKey(qv::kit::StatusChain& status);
 
   OpensslFunctionPointers& pTable_;
   const OpensslObjects& objects_;

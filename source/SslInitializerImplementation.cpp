@@ -192,8 +192,8 @@ void SslInitializerImplementation::initializeOpenSSL(StatusChain& status) {
   static constexpr const char* kFunctionName = "SslInitializerImplementation::initializeOpenSSL";
   TraceTagEE scope(kTraceInitializerScopes, kFunctionName);
   if (Failed(status)) return;
-  loadFunctionPointers(status);
   try {
+    loadFunctionPointers(status);
     startOpenSSL();
   } catch (...) {
     FailWithCurrentException(status, kFunctionName);
