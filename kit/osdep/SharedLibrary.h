@@ -27,7 +27,10 @@ class SharedLibrary {
   SharedLibrary(WString::Text name, bool unloadOnDestruction, bool reservedFlag);
   SharedLibrary(String::Text name, bool unloadOnDestruction, bool reservedFlag);
 
-  /// Loads the library once more when other has it loaded.
+  /// Loads the library once more, by the name requested, when other has it loaded. The search runs
+  /// anew: it may find another file than other has, or none, which leaves the copy unloaded. The
+  /// names and flags of other are copied in any case; assignment too takes over whether to unload
+  /// on destruction, and the library held until then goes by the flag that came with it.
   SharedLibrary(const SharedLibrary& other);
   SharedLibrary& operator=(const SharedLibrary& other);
 

@@ -93,6 +93,18 @@ TEST_F(Whereabouts, MakesTheDirectoryOfALibraryLoadedByARelativePathAbsolute) {
   EXPECT_EQ(found.back(), L'/');
 }
 
+TEST_F(Whereabouts, SeesALibraryLoadedByARelativePathFromTheDirectoryOfTheMoment) {
+  const std::filesystem::path before = std::filesystem::current_path();
+  const TemporaryDirectory other;
+  std::filesystem::current_path(directory_.path());
+  library_.load(L"./where.dylib");
+  std::filesystem::current_path(other.path());
+  const std::wstring found = reinterpret_cast<Function>(
+      library_.getFunctionPointer("qv_whereabouts", false))(k_ANY_ADDRESS);
+  std::filesystem::current_path(before);
+  EXPECT_TRUE(std::filesystem::equivalent(found, other.path()));
+}
+
 TEST(DirectoryOf, IsAbsoluteAndEndsInASlash) {
   EXPECT_EQ(Exactly(DirectoryOf(L"/a/b/c.dylib")), L"/a/b/");
   EXPECT_EQ(Exactly(DirectoryOf(L"/c.dylib")), L"/");

@@ -391,6 +391,19 @@ TEST_F(SharedLibraryTest, AssignmentLetsGoOfTheOldLibraryAndLoadsTheNewOne) {
             Exactly(directory_.wide("libfoo.dylib")));
 }
 
+TEST_F(SharedLibraryTest, AssignmentMovesTheFlagWithTheLibrary) {
+  put("libfoo.dylib");
+  put("libbar.dylib");
+  {
+    const SharedLibrary foo(directory_.wide("foo"), true, true);
+    SharedLibrary library(directory_.wide("bar"), false, true);
+    library = foo;
+    EXPECT_TRUE(SharedLibraryLayout(library).unloadOnDestruction);
+  }
+  EXPECT_FALSE(IsMapped(directory_.path("libfoo.dylib")));
+  EXPECT_TRUE(IsMapped(directory_.path("libbar.dylib")));
+}
+
 TEST_F(SharedLibraryTest, SelfAssignmentKeepsTheLibraryWithOneReference) {
   put("libfoo.dylib");
   SharedLibrary library(directory_.wide("foo"), true, true);

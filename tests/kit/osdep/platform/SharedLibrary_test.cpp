@@ -9,6 +9,7 @@
 
 #include "kit/exception/CarbonError.h"
 #include "kit/exception/InvalidOperation.h"
+#include "kit/osdep/Bundle.h"
 #include "tests/doubles/ObjectLayout.h"
 #include "tests/doubles/Plugins.h"
 #include "tests/doubles/ScriptedBundleServices.h"
@@ -19,6 +20,7 @@ namespace {
 
 using qv::kit::WString;
 using qv::kit::exception::InvalidOperation;
+using qv::kit::osdep::Bundle;
 using qv::kit::osdep::CarbonError;
 using qv::kit::osdep::SharedLibrary;
 using qv::tests::CallForInt;
@@ -164,6 +166,39 @@ TEST_F(BundleAsLibrary, IsOpenedOnceMoreForEachCopy) {
   EXPECT_EQ(services_.openBundles(), 2);
   library.unload();
   EXPECT_EQ(copy.getFunctionPointer("answer", false), &code_);
+}
+
+TEST_F(BundleAsLibrary, ThrowsCarbonErrorFromACopyThatWasMadeOnceUnloaded) {
+  SharedLibrary library(L"foo", true, true);
+  library.unload();
+  const SharedLibrary copy(library);
+  EXPECT_FALSE(copy.isLoaded());
+  EXPECT_EQ(services_.openBundles(), 0);
+  ExpectCarbonError(copy, "answer");
+  ExpectCarbonError(copy, L"answer");
+}
+
+TEST_F(BundleAsLibrary, IsUnloadedInACopyThatFindsItGone) {
+  SharedLibrary library(L"foo", true, true);
+  services_.withhold(L"user frameworks foo.framework");
+  SharedLibrary copy(library);
+  EXPECT_TRUE(library.isLoaded());
+  EXPECT_FALSE(copy.isLoaded());
+  EXPECT_EQ(services_.openBundles(), 1);
+  EXPECT_EQ(SharedLibraryLayout(copy).loadedPath.text(), L"foo.framework");
+  EXPECT_EQ(SharedLibraryLayout(copy).handle, nullptr);
+  EXPECT_THROW(copy.load(L"foo"), InvalidOperation);
+  ExpectCarbonError(copy, "answer");
+}
+
+TEST_F(BundleAsLibrary, StaysOpenAfterDestructionWhereUnloadingWasNotAskedFor) {
+  const void* bundle = nullptr;
+  {
+    const SharedLibrary library(L"foo", false, true);
+    bundle = SharedLibraryLayout(library).handle;
+  }
+  ASSERT_EQ(services_.openBundles(), 1);
+  delete static_cast<const Bundle*>(bundle);
 }
 
 TEST_F(BundleAsLibrary, IsSwappedWithADynamicLibrary) {
