@@ -2,13 +2,26 @@
 
 #include <cstdlib>
 
+#include "kit/exception/Exception.h"
 #include "kit/osdep/path.h"
 #include "kit/osdep/platform/FolderServices.h"
 
 namespace qv::kit::osdep {
+namespace {
+
+/// What the environment asks for; empty when that is nothing, or bytes that are no text.
+WString DirectoryInEnvironment() {
+  try {
+    return WString(std::getenv("QVPUBAPPDATADIR"));
+  } catch (const exception::Exception&) {
+    return WString();
+  }
+}
+
+}  // namespace
 
 WString GetCommonAppDataDirectory() {
-  WString chosen(std::getenv("QVPUBAPPDATADIR"));
+  WString chosen = DirectoryInEnvironment();
   if (path::IsAbs(chosen)) return chosen;
 
   const WString preferences = platform::FindPreferencesFolder();

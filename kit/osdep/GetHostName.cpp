@@ -3,6 +3,8 @@
 #include <string.h>
 #include <unistd.h>
 
+#include "kit/exception/Exception.h"
+
 namespace qv::kit::osdep {
 
 WString GetHostName(bool forceFqdn) {
@@ -12,7 +14,12 @@ WString GetHostName(bool forceFqdn) {
   char name[256];
   if (::gethostname(name, sizeof name) != 0) return L"localhost";
   // A name that fills the buffer may come without a terminator.
-  return WString(name, name + ::strnlen(name, sizeof name));
+  const char* const end = name + ::strnlen(name, sizeof name);
+  try {
+    return WString(name, end);
+  } catch (const exception::Exception&) {
+    return L"localhost";
+  }
 }
 
 bool GetConfiguredHostName(WString& /*name*/) {

@@ -6,7 +6,7 @@ namespace qv::kit::osdep {
 
 /// The name of this host: the configured one where there is one, made fully qualified when
 /// forceFqdn is set, else the name that the system goes by, to which no domain is ever added.
-/// "localhost" when the system does not tell.
+/// "localhost" when the system does not tell, or tells bytes that are no text.
 WString GetHostName(bool forceFqdn);
 
 /// Puts the host name that this installation was configured with into name. No configuration holds

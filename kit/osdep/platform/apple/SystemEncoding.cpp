@@ -3,6 +3,7 @@
 
 #include <CoreFoundation/CoreFoundation.h>
 
+#include <algorithm>
 #include <cstdint>
 
 #include "kit/AddFileAndLineInfo.h"
@@ -66,7 +67,10 @@ std::uint32_t CarbonWideToAnsi(const wchar_t* begin, const wchar_t* end, char* o
 }
 
 std::uint32_t GetCarbonWideToAnsiRequiredBufferLength(const wchar_t* begin, const wchar_t* end) {
-  const auto length = static_cast<CFIndex>(RangeLength(begin, end));
+  // In UTF-16, where a character from 0x10000 on takes two places.
+  const auto isPair = [](wchar_t character) { return character >= 0x10000; };
+  const auto length =
+      static_cast<CFIndex>(RangeLength(begin, end) + std::count_if(begin, end, isPair));
   // Negative when the system itself cannot count them.
   return SafeInteger<unsigned long>(
              CFStringGetMaximumSizeForEncoding(length, CFStringGetSystemEncoding()))

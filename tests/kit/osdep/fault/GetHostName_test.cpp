@@ -28,6 +28,14 @@ TEST(GetHostNameFault, EndsAtTheTerminator) {
   EXPECT_EQ(Exactly(GetHostName(true)), L"host.example");
 }
 
+TEST(GetHostNameFault, MayHaveOneCharacterOrAsManyAsFitBeforeTheTerminator) {
+  for (const std::size_t length : {1U, 64U, 255U}) {
+    StagedSystemCalls staged;
+    staged.giveHostName(std::string(length, 'h') + '\0');
+    EXPECT_EQ(Exactly(GetHostName(false)), std::wstring(length, L'h'));
+  }
+}
+
 TEST(GetHostNameFault, MayBeEmpty) {
   StagedSystemCalls staged;
   staged.giveHostName(std::string(1, '\0'));

@@ -4,6 +4,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <stdlib.h>
 
 #include <cerrno>
 #include <functional>
@@ -15,7 +16,10 @@
 
 #include "kit/StringBase.h"
 #include "kit/osdep/AnsiToWide.h"
+#include "kit/osdep/GetCommonAppDataDirectory.h"
+#include "kit/osdep/GetHostName.h"
 #include "kit/osdep/WideToAnsi.h"
+#include "tests/doubles/Text.h"
 #include "tests/kit/AsciiText.h"
 
 namespace {
@@ -118,6 +122,21 @@ TEST_F(IConvCalls, WhateverIconvOpenFailsForIsInvalidLocaleAndNothingIsClosed) {
   }
   EXPECT_EQ(g_iconv.closed, 0);
   EXPECT_TRUE(g_iconv.calls.empty());
+}
+
+TEST_F(IConvCalls, ThatFailLeaveTheHostNameLocalhost) {
+  g_iconv.openError = EINVAL;
+  EXPECT_EQ(qv::tests::Exactly(GetHostName(false)), L"localhost");
+  EXPECT_EQ(qv::tests::Exactly(GetHostName(true)), L"localhost");
+  EXPECT_EQ(g_iconv.opened.size(), 2U);
+}
+
+TEST_F(IConvCalls, ThatFailLeaveTheDataDirectoryWhereItIsWithoutTheEnvironment) {
+  ::setenv("QVPUBAPPDATADIR", "/srv/data", 1);
+  g_iconv.openError = EINVAL;
+  EXPECT_EQ(qv::tests::Exactly(GetCommonAppDataDirectory()), L"/var/lib/kestrix");
+  EXPECT_EQ(g_iconv.opened.size(), 1U);
+  ::unsetenv("QVPUBAPPDATADIR");
 }
 
 TEST_F(IConvCalls, StopsAtTheFirstSuccess) {

@@ -157,6 +157,14 @@ TEST_F(AppleEncoding, IsWhatTheLocaleCarbonStandsFor) {
   EXPECT_THAT(foundation_.calls(), Contains("CFStringGetMaximumSizeForEncoding 1 513"));
 }
 
+TEST_F(AppleEncoding, HasRoomForCharactersOutsideTheBasicPlane) {
+  foundation_.setSystemEncoding(k_UTF8);
+  const std::unique_ptr<char[]> narrow(WideToAnsi(L"\U0001F600\U0010FFFFa\U00010000", "carbon"));
+  EXPECT_STREQ(narrow.get(), "\xF0\x9F\x98\x80\xF4\x8F\xBF\xBF\x61\xF0\x90\x80\x80");
+  EXPECT_EQ(required(L"\uFFFF"), 3U);
+  EXPECT_EQ(required(L"\U00010000"), 6U);
+}
+
 TEST_F(AppleEncoding, IsNotAskedForTheLocaleInCapitalLetters) {
   const std::string narrow("a");
   EXPECT_THROW(AnsiToWide(narrow.data(), narrow.data() + 1, "Carbon"), InvalidLocale);
