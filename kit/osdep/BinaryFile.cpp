@@ -37,7 +37,7 @@ struct ModeFlag {
 constexpr ModeFlag kModeFlags[] = {
     {BinaryFile::Mode::ReadWrite, O_RDWR}, {BinaryFile::Mode::Read, O_RDONLY},
     {BinaryFile::Mode::Write, O_WRONLY},   {BinaryFile::Mode::Truncate, O_TRUNC},
-    {BinaryFile::Mode::Create, O_CREAT},
+    {BinaryFile::Mode::Create, O_CREAT},   {BinaryFile::Mode::Exclusive, O_EXCL},
 };
 
 bool Includes(BinaryFile::Mode mode, BinaryFile::Mode bit) {
@@ -137,10 +137,19 @@ void BinaryFile::open(const WString& path, Mode mode) {
   if (openNoThrow(path, mode) == -1) QV_THROW(PosixError());
 }
 
-void BinaryFile::close() noexcept {
-  if (descriptor_ == -1) return;
-  RepeatWhileInterrupted([this] { return ::close(descriptor_); });
+std::int32_t BinaryFile::close() noexcept {
+  if (descriptor_ == -1) return 0;
+  // The repetition is for systems on which an interrupted close leaves the file open. Where it does
+  // not, as on Linux, the second close meets no file and changes nothing, provided that no other
+  // thread has been given the same number in between.
+  bool wasInterrupted = false;
+  std::int32_t result = ::close(descriptor_);
+  while (result == -1 && errno == EINTR) {
+    wasInterrupted = true;
+    result = ::close(descriptor_);
+  }
   descriptor_ = -1;
+  return wasInterrupted && errno == EBADF ? 0 : result;
 }
 
 std::int32_t BinaryFile::read(void* buffer, std::uint32_t length) {
@@ -189,8 +198,11 @@ std::int32_t BinaryFile::readExactSize(void* buffer, std::uint32_t length) {
   const std::int32_t success = _UnsignedToSigned<int, unsigned long>()(length);
   auto* const bytes = static_cast<unsigned char*>(buffer);
   for (std::uint32_t done = 0; done < length;) {
-    errno = 0;
-    const auto read = [&] { return ::read(descriptor_, bytes + done, length - done); };
+    const auto read = [&] {
+      // Each time: the error of an interrupted call must not pass for the reason of an early end.
+      errno = 0;
+      return ::read(descriptor_, bytes + done, length - done);
+    };
     const ssize_t result = RepeatWhileInterrupted(read);
     if (result <= 0) {
       moveBack(done);

@@ -26,6 +26,8 @@ class BinaryFile {
     ReadWrite = 4,
     Truncate = 8,
     Create = 16,
+    /// With Create: fails with EEXIST where path is taken, be it by a symbolic link.
+    Exclusive = 32,
   };
 
   /// What an offset counts from.
@@ -56,8 +58,9 @@ class BinaryFile {
   /// As openNoThrow, but throws PosixError on failure.
   void open(const WString& path, Mode mode);
 
-  /// Closes the file, if one is open.
-  void close() noexcept;
+  /// Closes the file, if one is open. 0, or -1 with errno set when the system
+  /// could not keep all that was written; the object is closed either way.
+  std::int32_t close() noexcept;
 
   /// One read or write of up to length bytes: how many were moved, 0 for a read
   /// at the end of the file. An interrupted call is not repeated: it fails with

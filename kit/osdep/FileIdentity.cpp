@@ -2,6 +2,10 @@
 
 #include <sys/stat.h>
 
+#include <cerrno>
+
+#include "kit/AddFileAndLineInfo.h"
+#include "kit/exception/PosixError.h"
 #include "kit/osdep/RepeatWhileInterrupted.h"
 #include "kit/osdep/SystemPath.h"
 
@@ -10,10 +14,12 @@ namespace qv::kit::osdep {
 std::optional<FileIdentity> FileIdentity::Of(const WString& path) {
   const String name = ToSystemPath(path);
   struct stat entry {};
-  if (RepeatWhileInterrupted([&] { return ::stat(name.c_str(), &entry); }) == -1) {
-    return std::nullopt;
+  if (RepeatWhileInterrupted([&] { return ::stat(name.c_str(), &entry); }) == 0) {
+    return FileIdentity{entry.st_dev, entry.st_ino};
   }
-  return FileIdentity{entry.st_dev, entry.st_ino};
+  // Who is not sure that two names are two files must not overwrite one with the other.
+  if (errno != ENOENT) QV_THROW(PosixError());
+  return std::nullopt;
 }
 
 }  // namespace qv::kit::osdep

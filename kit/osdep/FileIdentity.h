@@ -14,7 +14,7 @@ struct FileIdentity {
   ino_t number;
 
   /// Identity of the file that path leads to, through symbolic links too; none when there is no
-  /// such file, or the system does not let it be seen.
+  /// such file (ENOENT). Throws PosixError when the system does not tell for another reason.
   static std::optional<FileIdentity> Of(const WString& path);
 };
 

@@ -8,6 +8,11 @@
 /// case. Operations that demand an absolute path throw InvalidArgument for any other, and no path
 /// with a null character inside ever reaches the operating system: it is refused with
 /// InvalidArgument. Where a comment says "throws PosixError", the error carries the system's errno.
+///
+/// Paths go to the system in the encoding of the locale. A character that it cannot express becomes
+/// "?", and the path may then name another file than was meant: programs that deal in such names
+/// must run in a locale that has them.
+///
 /// Any thread may call, but the current directory belongs to the whole process.
 namespace qv::kit::osdep::path {
 
@@ -34,9 +39,8 @@ bool IsPathAbsolute(const wchar_t* text);
 bool IsAbs(const WString& path);
 
 /// path without its "." and ".." components: "/a/./b" gives "/a/b", "/a/b/.." gives "/a". A
-/// trailing
-/// "/" stays, and a path without any "." comes back as it is, runs of "/" included. Empty when path
-/// is relative, climbs above the root or has a component "...".
+/// trailing "/" stays, and a path without any "." comes back as it is, runs of "/" included. Empty
+/// when path is relative, climbs above the root or has a component "...".
 WString NormalizePath(const WString& path);
 
 // The process and its surroundings.
@@ -57,8 +61,8 @@ WString TempDirName();
 /// A name, in use by no file when it is chosen, that begins with prefix and lies in directory (the
 /// temporary directory when empty). The C library's tempnam makes it: a usable "TMPDIR" wins over
 /// directory, and nothing keeps another process from taking the name first.
-/// Throws InvalidArgument when prefix is empty or directory is relative, NonexistentException when
-/// directory is none, PosixError when no name can be had.
+/// Throws InvalidArgument when prefix is empty or holds a "/" or when directory is relative,
+/// NonexistentException when directory is none, PosixError when no name can be had.
 WString TempFileName(const WString& prefix, const WString& directory);
 
 // Questions about files.
@@ -103,14 +107,17 @@ void RemoveDirForce(const WString& path);
 
 /// Gives the file from the name to; both paths are absolute. Does nothing when the names are equal.
 /// A file that has to move to another file system is copied, made durable and only then removed:
-/// whatever fails, from or to holds it whole. Throws PosixError, and what CpFile throws.
+/// whatever fails, from or to holds it whole. Its permissions become 0600 unless to is there
+/// already, and a symbolic link moves as the contents of the file that it leads to; one that leads
+/// to to itself is merely removed. Throws PosixError, and what CpFile throws.
 void RenameFile(const WString& from, const WString& to);
 
 /// Copies the contents of the file from to the file to, which gets permissions 0600 when it is new;
 /// both paths are absolute. Does nothing when both name the same file, be it by names that differ
 /// in case alone or through links. Throws FileAlreadyExists when to is a file and overwrite is
-/// false, PosixError when a file cannot be opened, FileReadFailed, FileWriteFailed. A copy that
-/// fails leaves no new file behind, and to untouched when from cannot be read at all.
+/// false, even one that comes into being meanwhile, PosixError when a file cannot be opened or
+/// looked at, FileReadFailed, FileWriteFailed. A copy that fails leaves no new file behind, not
+/// even at the end of a symbolic link, and to untouched when from cannot be read at all.
 void CpFile(const WString& from, const WString& to, bool overwrite);
 
 /// Copies what the directory from holds to the directory to, except for names that begin with ".";
@@ -123,7 +130,7 @@ void CpDir(const WString& from, const WString& to);
 /// Creates the symbolic link link, which leads to target. Throws PosixError.
 void CreateSymLink(const WString& target, const WString& link);
 
-/// The text that the symbolic link path holds. Throws PosixError, also when path is no link.
+/// The text that the symbolic link path holds. Throws PosixError, EINVAL when path is none.
 WString ResolveSymLink(const WString& path);
 
 }  // namespace qv::kit::osdep::path

@@ -52,27 +52,75 @@ void WriteChunk(BinaryFile& file, const Chunk& chunk, std::int32_t length) {
   }
 }
 
-void CopyContents(BinaryFile& source, const WString& to) {
-  // Read before to is touched: a source that cannot be read costs to nothing.
-  Chunk chunk;
-  std::int32_t length = ReadChunk(source, chunk);
-  BinaryFile destination(
-      to, BinaryFile::Mode::Write | BinaryFile::Mode::Create | BinaryFile::Mode::Truncate, false);
-  for (; length > 0; length = ReadChunk(source, chunk))
-    WriteChunk(destination, chunk, length);
-}
-
 void RemoveFileIfPossible(const WString& path) {
   const String name = ToSystemPath(path);
   RepeatWhileInterrupted([&] { return ::unlink(name.c_str()); });
 }
 
+bool LeadsNowhere(const WString& path) {
+  return IsSymLink(path) && !FileIdentity::Of(path);
+}
+
+/// Opens the file to write to and tells whether it has been created by this very call, and not by
+/// anyone else. path becomes the file's own name when it is that of a link that led nowhere.
+bool OpenDestination(BinaryFile& file, WString& path, bool overwrite) {
+  using Mode = BinaryFile::Mode;
+  while (file.openNoThrow(path, Mode::Write | Mode::Create | Mode::Exclusive) == -1) {
+    if (errno != EEXIST) QV_THROW(PosixError());
+    if (!LeadsNowhere(path)) {
+      if (!overwrite && DoesFileExist(path)) QV_THROW(exception::FileAlreadyExists());
+      file.open(path, Mode::Write | Mode::Truncate);
+      return false;
+    }
+    path = Join(DirName(path), ResolveSymLink(path));
+  }
+  return true;
+}
+
+/// Whether a copy has to be on the disk, its name included, before it counts.
+enum class Durability { None, Synced };
+
+void SyncDirectory(const WString& path) {
+  try {
+    BinaryFile(path, BinaryFile::Mode::Read, false).sync();
+  } catch (const PosixError& error) {
+    // Some file systems write names in their own time, and say so.
+    if (error.whatcode() != EINVAL) throw;
+  }
+}
+
+void CopyContents(BinaryFile& source, const WString& to, bool overwrite, Durability durability) {
+  // Read before to is touched: a source that cannot be read costs to nothing.
+  Chunk chunk;
+  std::int32_t length = ReadChunk(source, chunk);
+  BinaryFile destination;
+  WString file = to;
+  const bool isNew = OpenDestination(destination, file, overwrite);
+  try {
+    for (; length > 0; length = ReadChunk(source, chunk))
+      WriteChunk(destination, chunk, length);
+    if (durability == Durability::Synced) destination.sync();
+    if (destination.close() == -1) QV_THROW(exception::FileWriteFailed());
+    if (durability == Durability::Synced) SyncDirectory(DirName(file));
+  } catch (...) {
+    if (isNew) RemoveFileIfPossible(file);
+    throw;
+  }
+}
+
+void CopyFile(const WString& from, const WString& to, bool overwrite, Durability durability) {
+  BinaryFile source(from, BinaryFile::Mode::Read, false);
+  CopyContents(source, to, overwrite, durability);
+}
+
 /// What a rename does between file systems.
 void MoveByCopying(const WString& from, const WString& to) {
-  if (LeadToOneFile(from, to)) return;
-  CpFile(from, to, true);
-  // The copy must have reached the disk before the original goes.
-  BinaryFile(to, BinaryFile::Mode::Write, false).sync();
+  if (!LeadToOneFile(from, to)) {
+    CopyFile(from, to, true, Durability::Synced);
+  } else if (!IsSymLink(from)) {
+    // As rename itself does with two names of one file.
+    return;
+  }
   RemoveFile(from);
 }
 
@@ -89,8 +137,9 @@ void CopyEntry(const WString& entry, const WString& to, std::vector<FileIdentity
 
 /// beingCopied are the directories on the way down to from.
 void CopyTree(const WString& from, const WString& to, std::vector<FileIdentity>& beingCopied) {
+  if (!IsDirectory(from)) QV_THROW(exception::NonexistentException());
   const auto identity = FileIdentity::Of(from);
-  if (!identity || !IsDirectory(from)) QV_THROW(exception::NonexistentException());
+  if (!identity) QV_THROW(exception::NonexistentException());
   if (std::find(beingCopied.begin(), beingCopied.end(), *identity) != beingCopied.end()) {
     errno = ELOOP;
     QV_THROW(PosixError());
@@ -125,15 +174,7 @@ void CpFile(const WString& from, const WString& to, bool overwrite) {
   RequireAbsolute(to);
   if (!overwrite && DoesFileExist(to)) QV_THROW(exception::FileAlreadyExists());
   if (AreEqualNames(from, to) || LeadToOneFile(from, to)) return;
-
-  BinaryFile source(from, BinaryFile::Mode::Read, false);
-  const bool isNew = !FileIdentity::Of(to) && !IsSymLink(to);
-  try {
-    CopyContents(source, to);
-  } catch (...) {
-    if (isNew) RemoveFileIfPossible(to);
-    throw;
-  }
+  CopyFile(from, to, overwrite, Durability::None);
 }
 
 void CpDir(const WString& from, const WString& to) {

@@ -13,7 +13,7 @@
 namespace qv::kit::osdep::path {
 
 WString TempFileName(const WString& prefix, const WString& directory) {
-  if (prefix.empty()) QV_THROW(exception::InvalidArgument());
+  if (prefix.empty() || prefix.find(L'/') != WString::npos) QV_THROW(exception::InvalidArgument());
   const WString where = directory.empty() ? TempDirName() : directory;
   RequireAbsolute(where);
   if (!IsDirectory(where)) QV_THROW(exception::NonexistentException());

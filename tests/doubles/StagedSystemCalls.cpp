@@ -11,6 +11,8 @@
 #include <array>
 #include <cerrno>
 #include <cstdarg>
+#include <cstdlib>
+#include <cstring>
 #include <mutex>
 #include <optional>
 #include <stdexcept>
@@ -29,6 +31,7 @@ struct Step {
   std::optional<std::size_t> bytes;
   std::function<void()> action;
   std::optional<std::string> answer = std::nullopt;
+  std::vector<std::string> matches = {};
 
   bool covers(unsigned number) const { return number >= first && number - first < count; }
 };
@@ -48,6 +51,7 @@ struct Orders {
   std::optional<int> error;
   std::optional<std::size_t> bytes;
   std::optional<std::string> answer;
+  std::vector<std::string> matches;
 };
 
 Orders TakeOrders(SystemCall call) {
@@ -63,6 +67,7 @@ Orders TakeOrders(SystemCall call) {
       if (step.error) orders.error = step.error;
       if (step.bytes) orders.bytes = step.bytes;
       if (step.answer) orders.answer = step.answer;
+      if (!step.matches.empty()) orders.matches = step.matches;
       if (step.action) actions.push_back(step.action);
     }
   }
@@ -88,22 +93,35 @@ ssize_t PerformTransfer(SystemCall call, std::size_t length, RealT real) {
   return -1;
 }
 
-/// As Perform, but fills buffer with what is staged as the answer.
-template <typename RealT>
-int PerformInto(SystemCall call, char* buffer, std::size_t length, RealT real) {
+/// As Perform, but fills buffer with what is staged as the answer, and gives what success(count of
+/// bytes filled) says.
+template <typename ResultT, typename RealT, typename SuccessT>
+ResultT PerformInto(SystemCall call, char* buffer, std::size_t length, RealT real,
+                    SuccessT success) {
   const Orders orders = TakeOrders(call);
   if (orders.error) {
     errno = *orders.error;
     return -1;
   }
   if (!orders.answer) return real();
-  orders.answer->copy(buffer, length);
-  return 0;
+  return success(orders.answer->copy(buffer, length));
+}
+
+/// Puts names into found, for globfree to free.
+void Fill(glob_t& found, const std::vector<std::string>& names) {
+  found = {};
+  found.gl_pathv = static_cast<char**>(std::calloc(names.size() + 1, sizeof(char*)));
+  for (const std::string& name : names)
+    found.gl_pathv[found.gl_pathc++] = ::strdup(name.c_str());
 }
 
 template <typename RealT>
-int PerformGlob(RealT real) {
+int PerformGlob(glob_t* found, RealT real) {
   const Orders orders = TakeOrders(SystemCall::Glob);
+  if (!orders.matches.empty()) {
+    Fill(*found, orders.matches);
+    return 0;
+  }
   if (!orders.error) return real();
   if (*orders.error == ENOMEM) return GLOB_NOSPACE;
   if (*orders.error == ENOENT) return GLOB_NOMATCH;
@@ -146,6 +164,14 @@ void StagedSystemCalls::shorten(SystemCall call, std::size_t bytes, unsigned cou
 
 void StagedSystemCalls::giveHostName(const std::string& bytes) {
   state_->add(SystemCall::Gethostname, {1, kAll, std::nullopt, std::nullopt, nullptr, bytes});
+}
+
+void StagedSystemCalls::giveLinkText(const std::string& bytes) {
+  state_->add(SystemCall::Readlink, {1, kAll, std::nullopt, std::nullopt, nullptr, bytes});
+}
+
+void StagedSystemCalls::giveMatches(const std::vector<std::string>& names) {
+  state_->add(SystemCall::Glob, {1, 1, std::nullopt, std::nullopt, nullptr, std::nullopt, names});
 }
 
 void StagedSystemCalls::before(SystemCall call, std::function<void()> action, unsigned nth) {
@@ -198,12 +224,12 @@ using qv::tests::SystemCall;
     return Perform(SystemCall::call, -1, [&] { return __real_##name(path, entry); }); \
   }
 
-#define QV_WRAP_GLOB(name)                                                            \
-  int __real_##name(const char* pattern, int flags, int (*failed)(const char*, int),  \
-                    glob_t* found);                                                   \
-  int __wrap_##name(const char* pattern, int flags, int (*failed)(const char*, int),  \
-                    glob_t* found) {                                                  \
-    return PerformGlob([&] { return __real_##name(pattern, flags, failed, found); }); \
+#define QV_WRAP_GLOB(name)                                                                   \
+  int __real_##name(const char* pattern, int flags, int (*failed)(const char*, int),         \
+                    glob_t* found);                                                          \
+  int __wrap_##name(const char* pattern, int flags, int (*failed)(const char*, int),         \
+                    glob_t* found) {                                                         \
+    return PerformGlob(found, [&] { return __real_##name(pattern, flags, failed, found); }); \
   }
 
 #define QV_WRAP_ONE_PATH(call, name)                                           \
@@ -265,8 +291,9 @@ int __wrap_mkdir(const char* path, mode_t mode) {
 
 ssize_t __real_readlink(const char* path, char* buffer, std::size_t length);
 ssize_t __wrap_readlink(const char* path, char* buffer, std::size_t length) {
-  return Perform(SystemCall::Readlink, ssize_t{-1},
-                 [&] { return __real_readlink(path, buffer, length); });
+  return PerformInto<ssize_t>(
+      SystemCall::Readlink, buffer, length, [&] { return __real_readlink(path, buffer, length); },
+      [](std::size_t count) { return static_cast<ssize_t>(count); });
 }
 
 char* __real_getcwd(char* buffer, std::size_t length);
@@ -283,8 +310,9 @@ char* __wrap_tempnam(const char* directory, const char* prefix) {
 
 int __real_gethostname(char* name, std::size_t length);
 int __wrap_gethostname(char* name, std::size_t length) {
-  return PerformInto(SystemCall::Gethostname, name, length,
-                     [&] { return __real_gethostname(name, length); });
+  return PerformInto<int>(
+      SystemCall::Gethostname, name, length, [&] { return __real_gethostname(name, length); },
+      [](std::size_t) { return 0; });
 }
 
 int __real_dladdr(const void* address, Dl_info* info);

@@ -5,6 +5,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace qv::tests {
 
@@ -57,6 +58,12 @@ class StagedSystemCalls {
   /// gethostname succeeds with as many of these bytes as its buffer holds. A terminator is only
   /// where the bytes have one.
   void giveHostName(const std::string& bytes);
+
+  /// readlink gives as many of these bytes as its buffer holds, and how many these are.
+  void giveLinkText(const std::string& bytes);
+
+  /// The next glob finds these names, in this order, whatever its pattern.
+  void giveMatches(const std::vector<std::string>& names);
 
   /// Runs action just before the call numbered nth.
   void before(SystemCall call, std::function<void()> action, unsigned nth = 1);

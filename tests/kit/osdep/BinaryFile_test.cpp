@@ -65,6 +65,7 @@ TEST_F(BinaryFileTest, ModesHaveTheirFixedValues) {
   EXPECT_EQ(static_cast<unsigned>(Mode::ReadWrite), 4U);
   EXPECT_EQ(static_cast<unsigned>(Mode::Truncate), 8U);
   EXPECT_EQ(static_cast<unsigned>(Mode::Create), 16U);
+  EXPECT_EQ(static_cast<unsigned>(Mode::Exclusive), 32U);
   EXPECT_EQ(static_cast<unsigned>(Endianness::LittleEndian), 0U);
 }
 
@@ -114,6 +115,18 @@ TEST_F(BinaryFileTest, ModeCreateKeepsAFileThatIsThere) {
   directory_.write("file", "abc");
   file_.open(directory_.wide("file"), kCreate);
   EXPECT_EQ(contents(), "abc");
+}
+
+TEST_F(BinaryFileTest, ModeExclusiveCreatesOnlyWhereNothingIs) {
+  directory_.write("file", "kept");
+  directory_.makeLink("missing", "link");
+  for (const char* name : {"file", "link"}) {
+    EXPECT_EQ(file_.openNoThrow(directory_.wide(name), kCreate | Mode::Exclusive), -1);
+    EXPECT_EQ(errno, EEXIST);
+  }
+  EXPECT_FALSE(directory_.has("missing"));
+  EXPECT_EQ(file_.openNoThrow(directory_.wide("new"), kCreate | Mode::Exclusive), 0);
+  EXPECT_TRUE(directory_.has("new"));
 }
 
 TEST_F(BinaryFileTest, WithoutModeCreateAMissingFileIsNoneAndStaysMissing) {

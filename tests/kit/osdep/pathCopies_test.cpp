@@ -200,6 +200,39 @@ TEST(CpFile, WritesThroughASymbolicLink) {
   EXPECT_TRUE(IsSymLink(directory.wide("to")));
 }
 
+TEST(CpFile, CreatesTheFileThatALinkLeadsTo) {
+  for (const bool overwrite : {false, true}) {
+    const TemporaryDirectory directory;
+    directory.write("from", "new");
+    directory.makeDirectory("d");
+    directory.makeLink("d/second", "to");
+    directory.makeLink("../real", "d/second");
+    directory.makeLink(directory.path("absolute"), "other");
+    CpFile(directory.wide("from"), directory.wide("to"), overwrite);
+    CpFile(directory.wide("from"), directory.wide("other"), overwrite);
+    EXPECT_EQ(directory.read("real"), "new");
+    EXPECT_EQ(directory.read("absolute"), "new");
+    EXPECT_TRUE(IsSymLink(directory.wide("to")));
+    EXPECT_TRUE(IsSymLink(directory.wide("d/second")));
+  }
+}
+
+TEST(CpFile, ThrowsPosixErrorForALinkThatLeadsToItself) {
+  const TemporaryDirectory directory;
+  directory.write("from", "new");
+  directory.makeLink("to", "to");
+  for (const bool overwrite : {false, true}) {
+    EXPECT_EQ(PosixCodeOf([&] { CpFile(directory.wide("from"), directory.wide("to"), overwrite); }),
+              static_cast<std::uint32_t>(ELOOP));
+  }
+}
+
+TEST(CpFile, NeedsNoLeaveToWriteToWhatIsNoRegularFile) {
+  const TemporaryDirectory directory;
+  directory.write("from", "new");
+  EXPECT_NO_THROW(CpFile(directory.wide("from"), L"/dev/null", false));
+}
+
 TEST(CpFile, ThrowsPosixErrorWhenAFileCannotBeOpenedAndLeavesTheOtherAlone) {
   const TemporaryDirectory directory;
   directory.write("file", "kept");

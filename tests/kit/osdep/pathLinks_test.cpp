@@ -90,6 +90,19 @@ TEST(ResolveSymLink, ThrowsPosixErrorForAnythingButALink) {
   }
 }
 
+TEST(ResolveSymLink, IsNotImpressedByTheLengthOfAFileThatIsNoLink) {
+  const TemporaryDirectory directory;
+  directory.write("file");
+  constexpr off_t kTerabyte = off_t{1} << 40;
+  ASSERT_EQ(::truncate(directory.path("file").c_str(), kTerabyte), 0);
+  try {
+    ResolveSymLink(directory.wide("file"));
+    FAIL();
+  } catch (const PosixError& error) {
+    EXPECT_EQ(error.whatcode(), static_cast<std::uint32_t>(EINVAL));
+  }
+}
+
 TEST(ResolveSymLink, RefusesANameWithANullCharacter) {
   EXPECT_THROW(ResolveSymLink(WString(L"/proc/self\0/exe", 15)), exception::InvalidArgument);
 }

@@ -43,6 +43,13 @@ TEST(TempFileName, RefusesAnEmptyPrefix) {
   EXPECT_THROW(TempFileName(WString(), L"/tmp"), exception::InvalidArgument);
 }
 
+TEST(TempFileName, RefusesAPrefixWithASlash) {
+  const TemporaryDirectory directory;
+  directory.makeDirectory("d");
+  for (const wchar_t* prefix : {L"/", L"a/b", L"/a", L"a/", L"../a"})
+    EXPECT_THROW(TempFileName(prefix, directory.wide("d")), exception::InvalidArgument);
+}
+
 TEST(TempFileName, RefusesARelativeDirectory) {
   EXPECT_THROW(TempFileName(L"pre", L"."), exception::InvalidArgument);
 }

@@ -74,6 +74,30 @@ TEST_F(BinaryFileFault, CloseThatFailsLeavesTheFileClosed) {
   EXPECT_EQ(staged_.calls(SystemCall::Close), 1U);
 }
 
+TEST_F(BinaryFileFault, CloseTellsWhyItFailedAndSucceedsAfterAnInterruption) {
+  fileWith("abc");
+  staged_.fail(SystemCall::Close, EIO);
+  EXPECT_EQ(file_.close(), -1);
+  EXPECT_EQ(errno, EIO);
+  EXPECT_EQ(file_.close(), 0);
+  fileWith("abc");
+  staged_.fail(SystemCall::Close, EINTR);
+  EXPECT_EQ(file_.close(), 0);
+}
+
+TEST_F(BinaryFileFault, CloseSucceedsWhereTheInterruptedCallClosedTheFile) {
+  fileWith("abc");
+  staged_.fail(SystemCall::Close, EINTR);
+  staged_.fail(SystemCall::Close, EBADF, 1, 2);
+  EXPECT_EQ(file_.close(), 0);
+}
+
+TEST_F(BinaryFileFault, CloseTellsThatTheFileWasClosedBehindItsBack) {
+  fileWith("abc");
+  staged_.fail(SystemCall::Close, EBADF);
+  EXPECT_EQ(file_.close(), -1);
+}
+
 TEST_F(BinaryFileFault, ASingleReadOrWriteIsOneCall) {
   fileWith("abc");
   char byte = 0;
@@ -143,6 +167,15 @@ TEST_F(BinaryFileFault, AnExactReadThatFailsAtOnceDoesNotMoveBack) {
   char byte = 0;
   EXPECT_EQ(file_.readExactSize(&byte, 1), -1);
   EXPECT_EQ(staged_.calls(SystemCall::Lseek), 0U);
+}
+
+TEST_F(BinaryFileFault, AnExactReadLeavesNoReasonForAnEarlyEndAfterAnInterruption) {
+  fileWith("abc");
+  char bytes[4];
+  staged_.fail(SystemCall::Read, EINTR, 1, 2);
+  EXPECT_EQ(file_.readExactSize(bytes, 4), -1);
+  EXPECT_EQ(errno, 0);
+  EXPECT_EQ(file_.seek(0, Origin::Current), 0);
 }
 
 TEST_F(BinaryFileFault, TheReasonOutlivesAWayBackThatFails) {

@@ -2,13 +2,16 @@
 
 #include <gtest/gtest.h>
 #include <stdlib.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include "kit/exception/AccessDenied.h"
+#include "kit/exception/FileAlreadyExists.h"
 #include "kit/exception/FileReadFailed.h"
 #include "kit/exception/FileWriteFailed.h"
 #include "kit/exception/ObjectAlreadyExists.h"
@@ -149,6 +152,18 @@ TEST_F(PathFault, RemoveDirForceStopsAtAFileThatCannotBeRemoved) {
   EXPECT_TRUE(directory_.has("d/b"));
 }
 
+TEST_F(PathFault, RemoveDirForceLeavesOutTheDirectoryItselfAndItsParent) {
+  for (const char* leftOut : {"p/d/.", "p/d/.."}) {
+    directory_.makeDirectory("p/d");
+    directory_.write("p/d/file");
+    directory_.write("p/sibling");
+    staged_.giveMatches({directory_.path(leftOut), directory_.path("p/d/file")});
+    RemoveDirForce(directory_.wide("p/d"));
+    EXPECT_FALSE(directory_.has("p/d")) << leftOut;
+    EXPECT_TRUE(directory_.has("p/sibling")) << leftOut;
+  }
+}
+
 TEST_F(PathFault, RemoveDirForceRemovesNothingWhenTheSearchFails) {
   directory_.makeDirectory("d");
   directory_.write("d/a");
@@ -196,6 +211,18 @@ TEST_F(PathFault, ResolveSymLinkRepeatsInterruptedCallsAndThrowsOtherErrors) {
   staged_.fail(SystemCall::Lstat, EINTR, 2);
   staged_.fail(SystemCall::Readlink, EINTR, 2);
   EXPECT_EQ(Exactly(ResolveSymLink(directory_.wide("link"))), L"target");
+}
+
+TEST_F(PathFault, ResolveSymLinkReadsNothingButLinks) {
+  directory_.write("file");
+  expectPosixError(EINVAL, [&] { ResolveSymLink(directory_.wide("file")); });
+  EXPECT_EQ(staged_.calls(SystemCall::Readlink), 0U);
+}
+
+TEST_F(PathFault, ResolveSymLinkGivesUpOnALinkWithoutEnd) {
+  directory_.makeLink("target", "link");
+  staged_.giveLinkText(std::string(1 << 24, 'l'));
+  expectPosixError(ENAMETOOLONG, [&] { ResolveSymLink(directory_.wide("link")); });
 }
 
 TEST_F(PathFault, ResolveSymLinkReadsALinkThatGrowsMeanwhileWhole) {
@@ -246,10 +273,107 @@ TEST_F(RenameAcrossFileSystems, ReplacesAFileInTheWay) {
   EXPECT_EQ(directory_.read("b"), contents_);
 }
 
-TEST_F(RenameAcrossFileSystems, MakesTheCopyDurableBeforeTheSourceGoes) {
-  staged_.before(SystemCall::Unlink, [this] { EXPECT_EQ(staged_.calls(SystemCall::Fsync), 1U); });
+TEST_F(RenameAcrossFileSystems, MakesTheCopyAndItsNameDurableBeforeTheSourceGoes) {
+  std::vector<std::string> order;
+  const auto note = [&](SystemCall call, const char* name, unsigned nth) {
+    staged_.before(
+        call, [&order, name] { order.emplace_back(name); }, nth);
+  };
+  for (const unsigned nth : {1U, 2U, 3U}) {
+    note(SystemCall::Open, "open", nth);
+    note(SystemCall::Write, "write", nth);
+    note(SystemCall::Fsync, "fsync", nth);
+    note(SystemCall::Close, "close", nth);
+    note(SystemCall::Unlink, "unlink", nth);
+  }
   rename();
-  EXPECT_EQ(staged_.calls(SystemCall::Unlink), 1U);
+  // Source, destination, and the directory of the destination while the source is still open.
+  EXPECT_EQ(order,
+            (std::vector<std::string>{"open", "open", "write", "write", "write", "fsync", "close",
+                                      "open", "fsync", "close", "close", "unlink"}));
+}
+
+TEST_F(RenameAcrossFileSystems, SyncsTheDirectoryThatGetsTheCopy) {
+  directory_.makeDirectory("d");
+  // Once the copy is closed and before its directory is opened.
+  staged_.before(
+      SystemCall::Open,
+      [this] { std::filesystem::rename(directory_.path("d"), directory_.path("elsewhere")); }, 3);
+  expectPosixError(ENOENT, [this] { RenameFile(directory_.wide("a"), directory_.wide("d/b")); });
+  EXPECT_EQ(directory_.read("a"), contents_);
+}
+
+TEST_F(RenameAcrossFileSystems, KeepsTheSourceWhenTheNameOfTheCopyCannotBeMadeDurable) {
+  staged_.fail(SystemCall::Fsync, EIO, 1, 2);
+  expectPosixError(EIO, [this] { rename(); });
+  EXPECT_EQ(directory_.read("a"), contents_);
+  EXPECT_FALSE(directory_.has("b"));
+}
+
+TEST_F(RenameAcrossFileSystems, TakesItThatSomeFileSystemsCannotSyncDirectories) {
+  staged_.fail(SystemCall::Fsync, EINVAL, 1, 2);
+  rename();
+  EXPECT_FALSE(directory_.has("a"));
+  EXPECT_EQ(directory_.read("b"), contents_);
+}
+
+TEST_F(RenameAcrossFileSystems, KeepsTheSourceAndNoCopyWhenTheCopyCannotBeClosed) {
+  staged_.fail(SystemCall::Close, EIO);
+  EXPECT_THROW(rename(), exception::FileWriteFailed);
+  EXPECT_EQ(directory_.read("a"), contents_);
+  EXPECT_FALSE(directory_.has("b"));
+}
+
+/// Runs as a user whom permissions bind, as far as this process may.
+class Unprivileged {
+ public:
+  explicit Unprivileged(const TemporaryDirectory& directory) {
+    constexpr uid_t kNobody = 65534;
+    if (::geteuid() != 0) return;
+    if (::lchown(directory.path().c_str(), kNobody, 0) != 0 ||
+        ::lchown(directory.path("a").c_str(), kNobody, 0) != 0 || ::seteuid(kNobody) != 0) {
+      ADD_FAILURE() << "no other user to be";
+    }
+  }
+  Unprivileged(const Unprivileged&) = delete;
+  Unprivileged& operator=(const Unprivileged&) = delete;
+  ~Unprivileged() { EXPECT_EQ(::seteuid(::getuid()), 0); }
+};
+
+TEST_F(RenameAcrossFileSystems, WorksUnderAUmaskThatTakesTheRightToWrite) {
+  const Unprivileged user(directory_);
+  const mode_t before = ::umask(0277);
+  rename();
+  ::umask(before);
+  EXPECT_FALSE(directory_.has("a"));
+  EXPECT_EQ(directory_.permissions("b"), 0400U);
+  EXPECT_EQ(directory_.read("b"), contents_);
+}
+
+TEST_F(RenameAcrossFileSystems, RemovesNothingButTheLinkThatLeadsToTheDestination) {
+  directory_.write("b", "kept");
+  directory_.makeLink("b", "link");
+  RenameFile(directory_.wide("link"), directory_.wide("b"));
+  EXPECT_FALSE(directory_.has("link"));
+  EXPECT_EQ(directory_.read("b"), "kept");
+}
+
+TEST_F(RenameAcrossFileSystems, MovesALinkAsTheContentsItLeadsTo) {
+  directory_.makeLink("a", "link");
+  RenameFile(directory_.wide("link"), directory_.wide("b"));
+  EXPECT_FALSE(directory_.has("link"));
+  EXPECT_EQ(directory_.read("a"), contents_);
+  EXPECT_EQ(directory_.read("b"), contents_);
+  EXPECT_FALSE(IsSymLink(directory_.wide("b")));
+  EXPECT_EQ(directory_.permissions("b"), 0600U);
+}
+
+TEST_F(RenameAcrossFileSystems, ChangesNothingWhenItCannotTellWhetherBothAreOneFile) {
+  std::filesystem::create_hard_link(directory_.path("a"), directory_.path("b"));
+  staged_.fail(SystemCall::Stat, EIO, 1, 2);
+  expectPosixError(EIO, [this] { rename(); });
+  EXPECT_EQ(directory_.read("a"), contents_);
+  EXPECT_EQ(directory_.read("b"), contents_);
 }
 
 TEST_F(RenameAcrossFileSystems, KeepsTheSourceWhenTheCopyCannotBeMadeDurable) {
@@ -348,6 +472,103 @@ TEST_F(PathFault, CpFileTouchesNothingWhenTheFirstReadFails) {
   EXPECT_THROW(CpFile(directory_.wide("from"), directory_.wide("to"), true),
                exception::FileReadFailed);
   EXPECT_EQ(directory_.read("to"), "old");
+}
+
+TEST_F(PathFault, CpFileThrowsFileWriteFailedWhenTheCopyCannotBeClosed) {
+  directory_.write("from", "new");
+  staged_.fail(SystemCall::Close, EIO);
+  EXPECT_THROW(CpFile(directory_.wide("from"), directory_.wide("to"), false),
+               exception::FileWriteFailed);
+  EXPECT_FALSE(directory_.has("to"));
+}
+
+TEST_F(PathFault, CpFileChangesNothingWhenItCannotTellWhetherBothAreOneFile) {
+  directory_.write("from", "kept");
+  std::filesystem::create_hard_link(directory_.path("from"), directory_.path("to"));
+  for (const int code : {EIO, EACCES, ELOOP, ENOTDIR}) {
+    for (const unsigned nth : {1U, 2U}) {
+      staged_.fail(SystemCall::Stat, code, 1, nth);
+      expectPosixError(code, [&] { CpFile(directory_.wide("from"), directory_.wide("to"), true); });
+    }
+  }
+  EXPECT_EQ(directory_.read("from"), "kept");
+}
+
+TEST_F(PathFault, CpFileKnowsAHardLinkOfTheSourceAfterInterruptedCalls) {
+  directory_.write("from", "kept");
+  std::filesystem::create_hard_link(directory_.path("from"), directory_.path("to"));
+  for (const unsigned nth : {1U, 2U}) {
+    staged_.fail(SystemCall::Stat, EINTR, 2, nth);
+    CpFile(directory_.wide("from"), directory_.wide("to"), true);
+    EXPECT_EQ(directory_.read("from"), "kept") << nth;
+  }
+}
+
+TEST_F(PathFault, CpFileDoesNotOverwriteAFileMadeMeanwhileWithoutLeave) {
+  directory_.write("from", "new");
+  staged_.before(
+      SystemCall::Open, [this] { directory_.write("to", "kept"); }, 2);
+  EXPECT_THROW(CpFile(directory_.wide("from"), directory_.wide("to"), false),
+               exception::FileAlreadyExists);
+  EXPECT_EQ(directory_.read("to"), "kept");
+}
+
+TEST_F(PathFault, CpFileDoesNotRemoveAFileThatSomeoneElseMadeMeanwhile) {
+  directory_.write("from", std::string(10000, 'c'));
+  staged_.before(
+      SystemCall::Open, [this] { directory_.write("to", "old"); }, 2);
+  staged_.fail(SystemCall::Write, ENOSPC);
+  EXPECT_THROW(CpFile(directory_.wide("from"), directory_.wide("to"), true),
+               exception::FileWriteFailed);
+  EXPECT_TRUE(directory_.has("to"));
+}
+
+TEST_F(PathFault, CpFileThatFailsLeavesNoFileBehindALinkThatLedNowhere) {
+  directory_.write("from", std::string(10000, 'c'));
+  directory_.makeDirectory("d");
+  directory_.makeLink("d/second", "to");
+  directory_.makeLink("../real", "d/second");
+  staged_.fail(SystemCall::Write, ENOSPC, 1, 2);
+  EXPECT_THROW(CpFile(directory_.wide("from"), directory_.wide("to"), true),
+               exception::FileWriteFailed);
+  EXPECT_FALSE(directory_.has("real"));
+  EXPECT_TRUE(directory_.has("to"));
+  EXPECT_TRUE(directory_.has("d/second"));
+}
+
+TEST_F(PathFault, CpFileDoesNotOverwriteAFileMadeBehindALinkMeanwhileWithoutLeave) {
+  directory_.write("from", "new");
+  directory_.makeLink("real", "to");
+  // The source, the link, then what the link leads to.
+  staged_.before(
+      SystemCall::Open, [this] { directory_.write("real", "kept"); }, 3);
+  EXPECT_THROW(CpFile(directory_.wide("from"), directory_.wide("to"), false),
+               exception::FileAlreadyExists);
+  EXPECT_EQ(directory_.read("real"), "kept");
+}
+
+TEST_F(PathFault, CpDirRepeatsEveryInterruptedCall) {
+  directory_.makeDirectory("from/below");
+  directory_.write("from/below/file", "contents");
+  directory_.makeDirectory("to/below");
+  std::filesystem::create_hard_link(directory_.path("from/below/file"),
+                                    directory_.path("to/below/file"));
+  for (unsigned nth = 1; nth <= 12; ++nth) {
+    staged_.fail(SystemCall::Stat, EINTR, 1, nth);
+    CpDir(directory_.wide("from"), directory_.wide("to/"));
+    EXPECT_EQ(directory_.read("from/below/file"), "contents") << nth;
+  }
+}
+
+TEST_F(PathFault, CpDirLeavesOutTheDirectoryItselfAndItsParent) {
+  directory_.makeDirectory("p/from");
+  directory_.write("p/from/file", "contents");
+  for (const char* leftOut : {"p/from/.", "p/from/.."}) {
+    staged_.giveMatches({directory_.path(leftOut), directory_.path("p/from/file")});
+    CpDir(directory_.wide("p/from"), directory_.wide("p/to/"));
+    EXPECT_EQ(directory_.read("p/to/file"), "contents") << leftOut;
+    RemoveDirForce(directory_.wide("p/to"));
+  }
 }
 
 TEST_F(PathFault, CpDirThrowsPosixErrorAndCreatesNothingWhenTheSearchFails) {
