@@ -3,8 +3,6 @@
 
 #include <atomic>
 #include <future>
-#include <map>
-#include <mutex>
 #include <set>
 #include <string>
 #include <thread>
@@ -41,26 +39,30 @@ void Together(Work work) {
 
 class Threads : public testing::Test {
  protected:
-  Threads() { installation_.uninit(nullptr); }  // loads the library before there are threads
-
   Installation installation_;
+  // Called directly: nothing of the test's own orders the threads.
+  decltype(QVSSLINIT_Init)* init_ = installation_.find<decltype(QVSSLINIT_Init)>("QVSSLINIT_Init");
+  decltype(QVSSLINIT_Uninit)* uninit_ =
+      installation_.find<decltype(QVSSLINIT_Uninit)>("QVSSLINIT_Uninit");
   Journal& journal_ = Journal::instance();
 };
 
 TEST_F(Threads, ThatInitAtOnceStartOpensslOnceAndGetAHandleEach) {
   std::vector<QvSslInitHandle*> handles(kThreads);
-  Together([&](int i) { handles[static_cast<std::size_t>(i)] = installation_.init(); });
+  Together([&](int i) { handles[static_cast<std::size_t>(i)] = init_(); });
   EXPECT_THAT(handles, Each(testing::NotNull()));
   EXPECT_THAT(std::set<QvSslInitHandle*>(handles.begin(), handles.end()), SizeIs(kThreads));
   EXPECT_THAT(journal_.linesOf("SSL_library_init"), SizeIs(1));
   EXPECT_THAT(journal_.linesOf("X509_new"), SizeIs(1));
+  for (QvSslInitHandle* handle : handles)
+    uninit_(handle);
 }
 
 TEST_F(Threads, ThatUninitAtOnceUnloadOpensslOnce) {
   std::vector<QvSslInitHandle*> handles;
   for (int i = 0; i < kThreads; ++i)
-    handles.push_back(installation_.init());
-  Together([&](int i) { installation_.uninit(handles[static_cast<std::size_t>(i)]); });
+    handles.push_back(init_());
+  Together([&](int i) { uninit_(handles[static_cast<std::size_t>(i)]); });
   EXPECT_THAT(journal_.linesOf("unload"),
               ElementsAre("unload libeay32.dylib", "unload libssleay32.dylib"));
 }
@@ -71,9 +73,9 @@ TEST_F(Threads, ThatInitAndUninitForThemselvesLeaveEverythingGivenBack) {
   std::atomic<int> failures{0};
   Together([&](int) {
     for (int i = 0; i < kRounds; ++i) {
-      QvSslInitHandle* handle = installation_.init();
+      QvSslInitHandle* handle = init_();
       if (handle == nullptr) ++failures;
-      installation_.uninit(handle);
+      uninit_(handle);
     }
   });
   EXPECT_EQ(failures, 0);
@@ -97,7 +99,7 @@ TEST_F(Threads, ThatInitAndUninitForThemselvesLeaveEverythingGivenBack) {
 
 TEST_F(Threads, ThatLockThroughOpensslAreNotDisturbedByInitsAndUninits) {
   journal_.setLockCount(3);
-  QvSslInitHandle* keeps = installation_.init();
+  QvSslInitHandle* keeps = init_();
   const Journal::Callbacks callbacks = journal_.callbacks();
   int counter = 0;
   constexpr int kRounds = 500;
@@ -108,13 +110,13 @@ TEST_F(Threads, ThatLockThroughOpensslAreNotDisturbedByInitsAndUninits) {
         ++counter;
         callbacks.locking(2, 2, "", 0);
       } else if (round % 20 == 0) {
-        installation_.uninit(installation_.init());
+        uninit_(init_());
       }
     }
   });
   EXPECT_EQ(counter, kThreads / 2 * kRounds);
   EXPECT_THAT(journal_.linesOf("unload"), IsEmpty());
-  installation_.uninit(keeps);
+  uninit_(keeps);
   EXPECT_THAT(journal_.linesOf("unload"), SizeIs(2));
 }
 
@@ -123,7 +125,7 @@ TEST_F(Threads, ThatAllFailStillAllGetNull) {
   std::atomic<int> handles{0};
   Together([&](int) {
     for (int i = 0; i < 10; ++i)
-      handles += installation_.init() != nullptr ? 1 : 0;
+      handles += init_() != nullptr ? 1 : 0;
   });
   EXPECT_EQ(handles, 0);
   installation_.install(kWithAccessors);

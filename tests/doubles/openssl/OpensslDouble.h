@@ -4,7 +4,8 @@
 
 #include <cstdlib>
 #include <filesystem>
-#include <memory>
+#include <mutex>
+#include <set>
 #include <stdexcept>
 #include <string>
 
@@ -38,6 +39,13 @@ class Installation {
     install(crypto);
   }
 
+  Installation(const Installation&) = delete;
+  Installation& operator=(const Installation&) = delete;
+  ~Installation() {
+    while (!handles_.empty())
+      uninit(*handles_.begin());
+  }
+
   // Names relative to directory().
   static constexpr const char* kCryptoFile = "lib/libeay32.dylib";
   static constexpr const char* kSslFile = "lib/libssleay32.dylib";
@@ -69,8 +77,29 @@ class Installation {
     HideSymbol(directory_.path(file), function);
   }
 
-  QvSslInitHandle* init() { return find<decltype(QVSSLINIT_Init)>("QVSSLINIT_Init")(); }
+  /// A function of the library.
+  template <typename Function>
+  Function* find(const char* name) {
+    if (library_ == nullptr) {
+      library_ = ::dlopen(directory_.path("lib/libqvsslinit.so").c_str(), RTLD_NOW);
+    }
+    void* found = library_ == nullptr ? nullptr : ::dlsym(library_, name);
+    if (found == nullptr) throw std::runtime_error(::dlerror());
+    return reinterpret_cast<Function*>(found);
+  }
+
+  /// Handles that are still out in the end are given back then.
+  QvSslInitHandle* init() {
+    QvSslInitHandle* handle = find<decltype(QVSSLINIT_Init)>("QVSSLINIT_Init")();
+    const std::lock_guard<std::mutex> guard(mutex_);
+    if (handle != nullptr) handles_.insert(handle);
+    return handle;
+  }
   void uninit(QvSslInitHandle* handle) {
+    {
+      const std::lock_guard<std::mutex> guard(mutex_);
+      handles_.erase(handle);
+    }
     find<decltype(QVSSLINIT_Uninit)>("QVSSLINIT_Uninit")(handle);
   }
 
@@ -90,18 +119,10 @@ class Installation {
     std::filesystem::copy_file(QV_OPENSSL_DOUBLES "/" + from, directory_.path(to));
   }
 
-  template <typename Function>
-  Function* find(const char* name) {
-    if (library_ == nullptr) {
-      library_ = ::dlopen(directory_.path("lib/libqvsslinit.so").c_str(), RTLD_NOW);
-    }
-    void* found = library_ == nullptr ? nullptr : ::dlsym(library_, name);
-    if (found == nullptr) throw std::runtime_error(::dlerror());
-    return reinterpret_cast<Function*>(found);
-  }
-
   TemporaryDirectory directory_;
   void* library_ = nullptr;
+  std::mutex mutex_;
+  std::set<QvSslInitHandle*> handles_;
 };
 
 }  // namespace qv::tests
