@@ -27,11 +27,11 @@ std::uint32_t WithSlack(std::uint32_t length) noexcept {
   return slack > std::numeric_limits<std::uint32_t>::max() - length ? length : length + slack;
 }
 
-/// Whether a ring has room for a record of length bytes. The sum is never formed: it may need more
-/// than 32 bits.
-bool RingHolds(const unsigned char* begin, const unsigned char* end,
+/// Whether cursor lies in a ring that has room for a record of length bytes. The sum is never
+/// formed: it may need more than 32 bits.
+bool RingHolds(const unsigned char* begin, const unsigned char* end, const unsigned char* cursor,
                std::uint32_t length) noexcept {
-  return little_endian::HasRoom(begin, end, kLengthBytes) &&
+  return begin <= cursor && cursor <= end && little_endian::HasRoom(begin, end, kLengthBytes) &&
          little_endian::HasRoom(begin + kLengthBytes, end, length);
 }
 
@@ -162,6 +162,8 @@ std::uint32_t AutoBuffer::serializationSize() const {
 }
 
 void AutoBuffer::serialize(unsigned char*& cursor, const unsigned char* end) const {
+  if (!little_endian::HasRoom(cursor, end, kLengthBytes)) QV_THROW(exception::BufferOverflow());
+  if (Len() != 0 && Owns(cursor)) return AutoBuffer(BufferWrapper(*this)).serialize(cursor, end);
   unsigned char* position = cursor;
   little_endian::SerializeRaw<std::uint32_t>(Len(), position, end);
   if (!little_endian::HasRoom(position, end, Len())) QV_THROW(exception::BufferOverflow());
@@ -170,6 +172,9 @@ void AutoBuffer::serialize(unsigned char*& cursor, const unsigned char* end) con
 }
 
 void AutoBuffer::deserialize(const unsigned char*& cursor, const unsigned char* end) {
+  if (!little_endian::HasRoom(cursor, end, kLengthBytes)) {
+    QV_THROW(exception::DeserializationError());
+  }
   const unsigned char* position = cursor;
   std::uint32_t length = 0;
   little_endian::DeserializeRaw<std::uint32_t>(length, position, end);
@@ -180,7 +185,10 @@ void AutoBuffer::deserialize(const unsigned char*& cursor, const unsigned char* 
 
 void AutoBuffer::circularSerialize(unsigned char* begin, unsigned char* end,
                                    unsigned char*& cursor) const {
-  if (!RingHolds(begin, end, Len())) QV_THROW(exception::BufferOverflow());
+  if (!RingHolds(begin, end, cursor, Len())) QV_THROW(exception::BufferOverflow());
+  if (Len() != 0 && Owns(begin)) {
+    return AutoBuffer(BufferWrapper(*this)).circularSerialize(begin, end, cursor);
+  }
   unsigned char lengthField[kLengthBytes];
   unsigned char* field = lengthField;
   little_endian::SerializeRaw<std::uint32_t>(Len(), field, lengthField + kLengthBytes);
@@ -197,7 +205,7 @@ void AutoBuffer::circularDeserialize(const unsigned char* begin, const unsigned 
                                      const unsigned char*& cursor) {
   const unsigned char* position = cursor;
   const std::uint32_t length = GetCircularDeserializationSize(begin, end, position);
-  if (!RingHolds(begin, end, length)) QV_THROW(exception::DeserializationError());
+  if (!RingHolds(begin, end, position, length)) QV_THROW(exception::DeserializationError());
   BufferWrapper pieces[2];
   ForEachPiece(begin, end, position, length,
                [&](const unsigned char* place, std::uint32_t size, std::uint32_t offset) {
@@ -210,7 +218,7 @@ void AutoBuffer::circularDeserialize(const unsigned char* begin, const unsigned 
 std::uint32_t AutoBuffer::GetCircularDeserializationSize(const unsigned char* begin,
                                                          const unsigned char* end,
                                                          const unsigned char*& cursor) {
-  if (!RingHolds(begin, end, 0)) QV_THROW(exception::DeserializationError());
+  if (!RingHolds(begin, end, cursor, 0)) QV_THROW(exception::DeserializationError());
   unsigned char lengthField[kLengthBytes];
   ForEachPiece(begin, end, cursor, kLengthBytes,
                [&](const unsigned char* place, std::uint32_t size, std::uint32_t offset) {

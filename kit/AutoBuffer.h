@@ -69,11 +69,14 @@ class AutoBuffer {
   /// Removes all bytes. Storage is kept, unless it is shared.
   void Erase();
 
-  /// Bytes that serialize() and circularSerialize() write: 4 for the length, and the bytes.
+  /// Bytes that serialize() and circularSerialize() write: 4 for the length, and the bytes. Throws
+  /// OutOfRange when they need more than 32 bits.
   std::uint32_t serializationSize() const;
 
   /// Writes a little-endian length and the bytes at cursor and advances it; end is one past the
-  /// last usable byte. Throws BufferOverflow, with cursor where it was, when there is no room.
+  /// last usable byte. Throws BufferOverflow, with cursor where it was, when there is no room. The
+  /// place may lie in the buffer's own storage: the bytes are written as they were, which takes
+  /// memory for a copy of them.
   void serialize(unsigned char*& cursor, const unsigned char* end) const;
 
   /// Replaces the bytes by those that serialize() wrote at cursor, and advances it. Throws
@@ -81,9 +84,10 @@ class AutoBuffer {
   void deserialize(const unsigned char*& cursor, const unsigned char* end);
 
   // The same record in a ring: cursor is within [begin, end], goes on at begin when it reaches end,
-  // and is never left standing at end.
+  // and is never left standing at end. A cursor elsewhere is refused like a ring that is too small.
 
-  /// Throws BufferOverflow, with nothing written, when the ring is smaller than the record.
+  /// Throws BufferOverflow, with nothing written, when the ring is smaller than the record. It may
+  /// lie in the buffer's own storage, as for serialize().
   void circularSerialize(unsigned char* begin, unsigned char* end, unsigned char*& cursor) const;
 
   /// Throws DeserializationError, with cursor where it was, when the ring is smaller than the

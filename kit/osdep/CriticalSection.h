@@ -24,10 +24,13 @@ class CriticalSection {
   ~CriticalSection();
 
   /// Waits until no other thread holds the section. A thread that holds it enters again at once and
-  /// must leave as often as it entered.
+  /// must leave as often as it entered. Errors of the system are passed over: the section counts as
+  /// entered.
   void enter() const;
 
   /// Enters if no other thread holds the section; true means entered, to be matched by a leave().
+  /// Of the errors that the system may report, "busy" (EBUSY) and "invalid" (EINVAL) give false;
+  /// any other counts as entered.
   bool tryEnter() const;
 
   /// Takes back one enter(). Does nothing in a thread that does not hold the section.

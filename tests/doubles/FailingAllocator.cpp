@@ -1,19 +1,26 @@
 #include "tests/doubles/FailingAllocator.h"
 
+#include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstdlib>
 #include <limits>
+#include <new>
 
 namespace {
 
 constexpr std::uint64_t k_NEVER = std::numeric_limits<std::uint64_t>::max();
+constexpr std::size_t k_NEVER_SIZE = std::numeric_limits<std::size_t>::max();
 
 struct State {
   bool watching = false;
   std::uint64_t calls = 0;
   std::uint64_t firstToFail = k_NEVER;
   std::uint64_t lastToFail = k_NEVER;
-  std::size_t sizeToFail = std::numeric_limits<std::size_t>::max();
+  std::size_t sizeToFail = k_NEVER_SIZE;
+  std::size_t sizeToPretend = k_NEVER_SIZE;
+  int errorToLeave = 0;
+  bool includesNew = false;
   // A plain array, for recording must not allocate.
   std::array<std::size_t, 65536> sizes{};
 };
@@ -28,6 +35,14 @@ bool Refuses(std::size_t size) {
          (g_state.calls >= g_state.firstToFail && g_state.calls <= g_state.lastToFail);
 }
 
+template <typename Real>
+void* Answer(std::size_t size, Real real) {
+  if (Refuses(size)) return nullptr;
+  void* const block = real(g_state.watching && size >= g_state.sizeToPretend ? 1 : size);
+  if (g_state.watching && g_state.errorToLeave != 0) errno = g_state.errorToLeave;
+  return block;
+}
+
 }  // namespace
 
 extern "C" {
@@ -35,12 +50,27 @@ void* __real_malloc(std::size_t size);
 void* __real_realloc(void* block, std::size_t size);
 
 void* __wrap_malloc(std::size_t size) {
-  return Refuses(size) ? nullptr : __real_malloc(size);
+  return Answer(size, [](std::size_t bytes) { return __real_malloc(bytes); });
 }
 
 void* __wrap_realloc(void* block, std::size_t size) {
-  return Refuses(size) ? nullptr : __real_realloc(block, size);
+  return Answer(size, [block](std::size_t bytes) { return __real_realloc(block, bytes); });
 }
+}
+
+void* operator new(std::size_t size) {
+  const std::size_t bytes = std::max<std::size_t>(size, 1);
+  void* const block = g_state.includesNew ? __wrap_malloc(bytes) : __real_malloc(bytes);
+  if (block == nullptr) throw std::bad_alloc();
+  return block;
+}
+
+void operator delete(void* block) noexcept {
+  std::free(block);
+}
+
+void operator delete(void* block, std::size_t /*size*/) noexcept {
+  std::free(block);
 }
 
 namespace qv::test {
@@ -53,6 +83,7 @@ FailingAllocator::FailingAllocator() {
 }
 
 FailingAllocator::~FailingAllocator() {
+  Relent();
   g_state.watching = false;
 }
 
@@ -70,9 +101,23 @@ void FailingAllocator::FailSizesFrom(std::size_t bytes) {
   g_state.sizeToFail = bytes;
 }
 
+void FailingAllocator::PretendSizesFrom(std::size_t bytes) {
+  g_state.sizeToPretend = bytes;
+}
+
+void FailingAllocator::SetErrno(int error) {
+  g_state.errorToLeave = error;
+}
+
+void FailingAllocator::IncludeNew() {
+  g_state.includesNew = true;
+}
+
 void FailingAllocator::Relent() {
   g_state.firstToFail = g_state.lastToFail = k_NEVER;
-  g_state.sizeToFail = std::numeric_limits<std::size_t>::max();
+  g_state.sizeToFail = g_state.sizeToPretend = k_NEVER_SIZE;
+  g_state.errorToLeave = 0;
+  g_state.includesNew = false;
 }
 
 std::vector<std::size_t> FailingAllocator::sizes() const {

@@ -9,7 +9,8 @@ namespace qv::test {
 /// Stands between the code under test and malloc and realloc as long as the object lives: lets
 /// chosen calls fail and keeps the sizes that were asked for. Programs that use it link with
 /// --wrap=malloc and --wrap=realloc; only calls from code linked into the program itself pass here,
-/// those of shared libraries (operator new among them) do not. One object at a time, one thread.
+/// those of shared libraries do not. Nor does operator new, unless it is asked for. One object at a
+/// time, one thread.
 class FailingAllocator {
  public:
   FailingAllocator();
@@ -23,6 +24,13 @@ class FailingAllocator {
   void FailFrom(std::uint32_t n);
   /// Every call for this many bytes or more fails, so that huge requests cost nothing.
   void FailSizesFrom(std::size_t bytes);
+  /// Every call for this many bytes or more gets a block of one byte, for code that must believe in
+  /// a huge one without touching it.
+  void PretendSizesFrom(std::size_t bytes);
+  /// Every call leaves this in errno, as a successful call may.
+  void SetErrno(int error);
+  /// operator new counts and fails as malloc does. Whatever the test itself builds then counts too.
+  void IncludeNew();
   /// All of the above is over.
   void Relent();
 

@@ -10,7 +10,7 @@ namespace {
 
 struct State {
   bool watching = false;
-  std::array<int, 4> errors{};
+  std::array<int, 5> errors{};
   int attributesAlive = 0;
   int mutexesAlive = 0;
 };
@@ -39,6 +39,7 @@ int __real_pthread_mutexattr_settype(pthread_mutexattr_t* attributes, int type);
 int __real_pthread_mutexattr_destroy(pthread_mutexattr_t* attributes);
 int __real_pthread_mutex_init(pthread_mutex_t* mutex, const pthread_mutexattr_t* attributes);
 int __real_pthread_mutex_destroy(pthread_mutex_t* mutex);
+int __real_pthread_mutex_lock(pthread_mutex_t* mutex);
 int __real_pthread_mutex_trylock(pthread_mutex_t* mutex);
 
 int __wrap_pthread_mutexattr_init(pthread_mutexattr_t* attributes) {
@@ -64,6 +65,11 @@ int __wrap_pthread_mutex_init(pthread_mutex_t* mutex, const pthread_mutexattr_t*
 int __wrap_pthread_mutex_destroy(pthread_mutex_t* mutex) {
   --g_state.mutexesAlive;
   return __real_pthread_mutex_destroy(mutex);
+}
+
+int __wrap_pthread_mutex_lock(pthread_mutex_t* mutex) {
+  const int error = ErrorOf(Call::kLock);
+  return error != 0 ? error : __real_pthread_mutex_lock(mutex);
 }
 
 int __wrap_pthread_mutex_trylock(pthread_mutex_t* mutex) {

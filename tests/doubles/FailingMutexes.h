@@ -2,19 +2,19 @@
 
 namespace qv::test {
 
-/// Stands between the code under test and the pthread calls that make and try mutexes as long as
-/// the object lives. Programs that use it link with --wrap for each of them; only calls from code
-/// linked into the program itself pass here. One object at a time, one thread.
+/// Stands between the code under test and the pthread calls that make, lock and try mutexes as long
+/// as the object lives. Programs that use it link with --wrap for each of them; only calls from
+/// code linked into the program itself pass here. One object at a time, one thread.
 class FailingMutexes {
  public:
-  enum class Call { kAttributeInit, kAttributeType, kMutexInit, kTryLock };
+  enum class Call { kAttributeInit, kAttributeType, kMutexInit, kLock, kTryLock };
 
   FailingMutexes();
   ~FailingMutexes();
   FailingMutexes(const FailingMutexes&) = delete;
   FailingMutexes& operator=(const FailingMutexes&) = delete;
 
-  /// From now on call does nothing but give error.
+  /// From now on call does nothing but give error; with an error of 0 it works again.
   void Fail(Call call, int error);
 
   /// Attribute objects and mutexes that were made since the object was, less those destroyed.

@@ -535,16 +535,70 @@ TEST(AutoBufferSerialize, WithoutRoomLeavesTheCursor) {
   }
 }
 
-TEST(AutoBufferSerialize, AFailureCarriesThePlaceOfItsCheck) {
-  Bytes bytes(6);
-  unsigned char* cursor = bytes.data();
+template <typename ExceptionT, typename Action>
+void ExpectFailureOfItsOwn(const char* message, Action action) {
   try {
-    Holding("abc").serialize(cursor, bytes.data() + 6);
-    FAIL();
-  } catch (const BufferOverflow& exception) {
-    EXPECT_STREQ(exception.what(), "Buffer overflowed");
+    action();
+    ADD_FAILURE() << message;
+  } catch (const ExceptionT& exception) {
+    EXPECT_STREQ(exception.what(), message);
     EXPECT_STREQ(exception.file(), "kit/AutoBuffer.cpp");
   }
+}
+
+TEST(AutoBufferSerialize, AFailureCarriesThePlaceOfItsCheck) {
+  for (const std::size_t room : {6, 4, 3, 0}) {
+    Bytes bytes(6);
+    ExpectFailureOfItsOwn<BufferOverflow>("Buffer overflowed", [&] {
+      unsigned char* cursor = bytes.data();
+      Holding("abc").serialize(cursor, bytes.data() + room);
+    });
+    ExpectFailureOfItsOwn<BufferOverflow>("Buffer overflowed", [&] {
+      unsigned char* cursor = bytes.data();
+      Holding("abc").circularSerialize(bytes.data(), bytes.data() + room, cursor);
+    });
+  }
+}
+
+TEST(AutoBufferDeserialize, AFailureCarriesThePlaceOfItsCheck) {
+  const Bytes bytes{3, 0, 0, 0, 'x', 'y'};
+  for (const std::size_t room : {6, 4, 3, 0}) {
+    ExpectFailureOfItsOwn<DeserializationError>("Failed to deserialize", [&] {
+      const unsigned char* cursor = bytes.data();
+      AutoBuffer().deserialize(cursor, bytes.data() + room);
+    });
+    ExpectFailureOfItsOwn<DeserializationError>("Failed to deserialize", [&] {
+      const unsigned char* cursor = bytes.data();
+      AutoBuffer().circularDeserialize(bytes.data(), bytes.data() + room, cursor);
+    });
+  }
+}
+
+TEST(AutoBufferSerialize, IntoItsOwnStorageWritesTheBytesAsTheyWere) {
+  for (std::size_t offset = 0; offset != 8; ++offset) {
+    AutoBuffer buffer = Holding("abcdef");
+    unsigned char* cursor = buffer.Data() + offset;
+    buffer.serialize(cursor, buffer.Data() + buffer.Capacity());
+    EXPECT_EQ(cursor, buffer.Data() + offset + 10);
+    EXPECT_THAT(Bytes(cursor - 10, cursor), ElementsAre(6, 0, 0, 0, 'a', 'b', 'c', 'd', 'e', 'f'));
+  }
+}
+
+TEST(AutoBufferSerialize, IntoTheStorageOfASharerWritesTheBytesAsTheyWere) {
+  AutoBuffer sharer = Holding("abcdef");
+  const AutoBuffer buffer(sharer);
+  unsigned char* cursor = sharer.Data();
+  buffer.serialize(cursor, sharer.Data() + 10);
+  EXPECT_THAT(Bytes(sharer.Data(), sharer.Data() + 10),
+              ElementsAre(6, 0, 0, 0, 'a', 'b', 'c', 'd', 'e', 'f'));
+}
+
+TEST(AutoBufferSerialize, OfNothingIntoItsOwnStorageWritesALengthOfZero) {
+  AutoBuffer buffer = Holding("abcd");
+  buffer.Erase();
+  unsigned char* cursor = buffer.Data();
+  buffer.serialize(cursor, buffer.Data() + 4);
+  EXPECT_THAT(Bytes(buffer.Data(), buffer.Data() + 4), ElementsAre(0, 0, 0, 0));
 }
 
 TEST(AutoBufferDeserialize, ReplacesTheBytesAndAdvances) {
@@ -671,6 +725,39 @@ TEST(AutoBufferRing, ACursorAtTheEndStandsForTheBegin) {
   read.circularDeserialize(ring.begin(), ring.end(), reader);
   EXPECT_EQ(Text(read), "abc");
   EXPECT_EQ(reader, ring.begin() + 7);
+}
+
+TEST(AutoBufferRing, InItsOwnStorageIsWrittenWithTheBytesAsTheyWere) {
+  constexpr std::size_t kSize = 9;
+  for (std::size_t start = 0; start != kSize; ++start) {
+    AutoBuffer buffer = Holding("abcde");
+    unsigned char* const begin = buffer.Data();
+    begin[kSize] = 0xAA;
+    unsigned char* cursor = begin + start;
+    buffer.circularSerialize(begin, begin + kSize, cursor);
+    EXPECT_EQ(Bytes(begin, begin + kSize + 1), ReferenceRing(kSize, start, "abcde"));
+    EXPECT_EQ(cursor, begin + start);
+  }
+}
+
+TEST(AutoBufferRing, ACursorOutsideIsRefused) {
+  const Bytes untouched{0, 2, 0, 0, 0, 'x', 'y', 'z', 0, 0};
+  Bytes bytes(untouched);
+  unsigned char* const begin = bytes.data() + 1;
+  unsigned char* const end = begin + 8;
+  for (unsigned char* const outside : {begin - 1, end + 1}) {
+    unsigned char* writer = outside;
+    EXPECT_THROW(Holding("ab").circularSerialize(begin, end, writer), BufferOverflow);
+    EXPECT_EQ(writer, outside);
+    EXPECT_EQ(bytes, untouched);
+    const unsigned char* reader = outside;
+    AutoBuffer buffer = Holding("abc");
+    EXPECT_THROW(buffer.circularDeserialize(begin, end, reader), DeserializationError);
+    EXPECT_EQ(Text(buffer), "abc");
+    EXPECT_THROW(AutoBuffer::GetCircularDeserializationSize(begin, end, reader),
+                 DeserializationError);
+    EXPECT_EQ(reader, outside);
+  }
 }
 
 TEST(AutoBufferRing, TooSmallForTheRecordIsNotWritten) {

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "kit/exception/DeserializationError.h"
+#include "kit/exception/OutOfRange.h"
 #include "tests/ReservedRange.h"
 #include "tests/doubles/FailingAllocator.h"
 #include "tests/doubles/FailingMutexes.h"
@@ -160,6 +161,72 @@ TEST(AutoBufferRing, AsksForNoMemoryForALengthThatTheRingCannotHold) {
   EXPECT_THROW(buffer.circularDeserialize(bytes, bytes + sizeof(bytes), cursor),
                exception::DeserializationError);
   EXPECT_TRUE(allocator.sizes().empty());
+}
+
+// The record, its lock in two pieces, and the bytes.
+constexpr std::uint32_t kAllocationsOfStorage = 4;
+
+TEST(AutoBufferWithoutMemory, HasNoStorageAtWhicheverAllocationOfItFails) {
+  for (std::uint32_t failing = 1; failing <= kAllocationsOfStorage + 1; ++failing) {
+    const bool hasMemory = failing > kAllocationsOfStorage;
+    AutoBuffer buffer;
+    const FailingMutexes mutexes;
+    FailingAllocator allocator;
+    allocator.IncludeNew();
+    allocator.FailCall(failing);
+    try {
+      buffer.Append("a", 1);
+      EXPECT_TRUE(hasMemory) << failing;
+    } catch (const std::bad_alloc&) {
+      EXPECT_FALSE(hasMemory) << failing;
+    }
+    EXPECT_EQ(buffer.Len(), hasMemory ? 1U : 0U);
+    EXPECT_EQ(buffer.Data() != nullptr, hasMemory);
+    EXPECT_EQ(mutexes.mutexesAlive(), hasMemory ? 1 : 0);
+  }
+}
+
+TEST(AutoBufferWithoutMemory, StaysSharedAtWhicheverAllocationOfItsOwnStorageFails) {
+  for (std::uint32_t failing = 1; failing <= kAllocationsOfStorage + 1; ++failing) {
+    const bool hasMemory = failing > kAllocationsOfStorage;
+    AutoBuffer buffer = FullBuffer();
+    const AutoBuffer sharer(buffer);
+    FailingAllocator allocator;
+    allocator.IncludeNew();
+    allocator.FailCall(failing);
+    try {
+      buffer.UnAppend(1);
+      EXPECT_TRUE(hasMemory) << failing;
+    } catch (const std::bad_alloc&) {
+      EXPECT_FALSE(hasMemory) << failing;
+    }
+    EXPECT_EQ(std::as_const(buffer).Data() == sharer.Data(), !hasMemory);
+    EXPECT_EQ(buffer.Len(), hasMemory ? 2U : 3U);
+    EXPECT_EQ(Text(sharer), "abc");
+  }
+}
+
+TEST(AutoBufferWithoutMemory, CannotBeWrittenIntoItsOwnStorageAndWritesNothing) {
+  AutoBuffer buffer(7);
+  buffer.Append("abc", 3);
+  unsigned char* cursor = buffer.Data();
+  unsigned char* const end = cursor + 7;
+  FailingAllocator allocator;
+  allocator.FailFrom(1);
+  EXPECT_THROW(buffer.serialize(cursor, end), std::bad_alloc);
+  EXPECT_THROW(buffer.circularSerialize(buffer.Data(), end, cursor), std::bad_alloc);
+  EXPECT_EQ(cursor, buffer.Data());
+  EXPECT_EQ(Text(buffer), "abc");
+}
+
+TEST(AutoBufferSerializationSize, IsOutOfRangeWhenItNeedsMoreThanThirtyTwoBits) {
+  FailingAllocator allocator;
+  allocator.PretendSizesFrom(0x80000000U);
+  AutoBuffer buffer;
+  buffer.Skip(0xFFFFFFFBU);
+  EXPECT_EQ(buffer.serializationSize(), 0xFFFFFFFFU);
+  buffer.Skip(1);
+  EXPECT_THROW(buffer.serializationSize(), exception::OutOfRange);
 }
 
 }  // namespace

@@ -3,15 +3,18 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <cstdint>
 #include <new>
 
 #include "kit/osdep/AtomicInt.h"
+#include "tests/doubles/FailingAllocator.h"
 #include "tests/doubles/FailingMutexes.h"
 
 namespace {
 
 using qv::kit::osdep::AtomicInt;
 using qv::kit::osdep::CriticalSection;
+using qv::test::FailingAllocator;
 using qv::test::FailingMutexes;
 using Call = FailingMutexes::Call;
 
@@ -58,6 +61,39 @@ TEST(CriticalSectionTryEnter, CountsEveryOtherErrorAsEntered) {
     section.leave();
     // One enter() more than leave() as far as the section knows; the mutex itself is free again.
     EXPECT_TRUE(section.inOwningThread());
+  }
+}
+
+TEST(CriticalSectionEnter, CountsAsEnteredWhateverTheSystemReports) {
+  for (const int error : {EINVAL, EAGAIN, EDEADLK}) {
+    const CriticalSection section;
+    // Held, so that the leave() that matches the failed attempt finds a locked mutex.
+    section.enter();
+    FailingMutexes mutexes;
+    mutexes.Fail(Call::kLock, error);
+    section.enter();
+    mutexes.Fail(Call::kLock, 0);
+    section.leave();
+    EXPECT_TRUE(section.inOwningThread());
+    section.leave();
+    EXPECT_FALSE(section.inOwningThread());
+  }
+}
+
+TEST(CriticalSectionWithoutMemory, CannotBeBuiltAndLosesNoMutex) {
+  // One allocation for the critical section, and one for its state.
+  for (const std::uint32_t failing : {1U, 2U}) {
+    const FailingMutexes mutexes;
+    FailingAllocator allocator;
+    allocator.IncludeNew();
+    allocator.FailCall(failing);
+    EXPECT_THROW(CriticalSection{}, std::bad_alloc);
+    allocator.FailCall(failing);
+    EXPECT_THROW(AtomicInt(1), std::bad_alloc);
+    allocator.FailCall(3);
+    EXPECT_NO_THROW(CriticalSection{});
+    EXPECT_EQ(mutexes.attributesAlive(), 0);
+    EXPECT_EQ(mutexes.mutexesAlive(), 0);
   }
 }
 

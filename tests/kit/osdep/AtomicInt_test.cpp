@@ -2,9 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <climits>
 #include <cstdint>
 #include <future>
+#include <numeric>
 #include <thread>
 #include <type_traits>
 #include <vector>
@@ -131,6 +133,39 @@ TEST(AtomicInt, NoChangeIsLostBetweenThreads) {
     }
   });
   EXPECT_EQ(value.getCount(), 80000);
+}
+
+TEST(AtomicInt, ReplaceAndReturnHandsEachValueToOneThreadOnly) {
+  constexpr std::int32_t kThreads = 8;
+  constexpr std::int32_t kRounds = 20000;
+  AtomicInt value(0);
+  std::vector<std::vector<std::int32_t>> taken(kThreads);
+  AtomicInt nextThread(-1);
+  InManyThreads(kThreads, [&] {
+    const std::int32_t thread = nextThread.increment();
+    std::vector<std::int32_t>& mine = taken[static_cast<std::size_t>(thread)];
+    for (std::int32_t round = 0; round != kRounds; ++round)
+      mine.push_back(value.replaceAndReturn(1 + thread * kRounds + round));
+  });
+  std::vector<std::int32_t> all{value.getCount()};
+  for (const std::vector<std::int32_t>& mine : taken)
+    all.insert(all.end(), mine.begin(), mine.end());
+  std::sort(all.begin(), all.end());
+  std::vector<std::int32_t> expected(1 + kThreads * kRounds);
+  std::iota(expected.begin(), expected.end(), 0);
+  EXPECT_TRUE(all == expected) << "a value was lost or handed out twice";
+}
+
+TEST(AtomicInt, ReplaceNeverUndoesAConcurrentExchange) {
+  // Once the value is 1 it stays: only 0 is exchanged for 0, and the other thread replaces by 1.
+  for (int round = 0; round != 2000; ++round) {
+    AtomicInt value(0);
+    std::thread replacing([&] { value.replace(1); });
+    for (int i = 0; i != 20; ++i)
+      value.compareExchange(0, 0);
+    replacing.join();
+    ASSERT_EQ(value.getCount(), 1) << round;
+  }
 }
 
 TEST(AtomicIntCompareExchange, IsWonByOneThreadOnly) {

@@ -10,6 +10,7 @@
 namespace {
 
 using qv::kit::osdep::CriticalSection;
+using qv::kit::osdep::IValidator;
 
 template <typename Action>
 auto InAnotherThread(Action action) {
@@ -31,12 +32,17 @@ TEST(CriticalSection, IsFreeWhenConstructed) {
 }
 
 TEST(CriticalSection, ConstructedWithAValidatorBehavesAsWithoutOne) {
-  const CriticalSection section(nullptr);
-  section.enter();
-  EXPECT_TRUE(section.inOwningThread());
-  EXPECT_FALSE(AnotherThreadCanEnter(section));
-  section.leave();
-  EXPECT_TRUE(AnotherThreadCanEnter(section));
+  // Nothing of the validator is used, not even that it is one.
+  unsigned char notAValidator = 0;
+  IValidator* const any = reinterpret_cast<IValidator*>(&notAValidator);
+  for (IValidator* const validator : {static_cast<IValidator*>(nullptr), any}) {
+    const CriticalSection section(validator);
+    section.enter();
+    EXPECT_TRUE(section.inOwningThread());
+    EXPECT_FALSE(AnotherThreadCanEnter(section));
+    section.leave();
+    EXPECT_TRUE(AnotherThreadCanEnter(section));
+  }
 }
 
 TEST(CriticalSection, IsNotCopyable) {
