@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <memory>
 #include <new>
 #include <utility>
@@ -25,6 +26,7 @@ using DLLPointer = std::unique_ptr<T, DLLDeleter<T>>;
 /// throws; no memory is lost then.
 template <typename T, typename... Arguments>
 DLLPointer<T> MakeDLLObject(Arguments&&... arguments) {
+  static_assert(alignof(T) <= alignof(std::max_align_t), "DLLMalloc aligns no further");
   struct RawDeleter {
     void operator()(void* memory) const noexcept { DLLFree(memory); }
   };

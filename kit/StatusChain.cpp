@@ -1,6 +1,7 @@
 #include "kit/StatusChain.h"
 
 #include <atomic>
+#include <cstddef>
 #include <utility>
 
 #include "kit/NumericCast.h"
@@ -34,7 +35,6 @@ void StatusChain::Element::createMessage(const WString* message) {
 }
 
 void StatusChain::Element::copy(const Element& other) {
-  code_ = other.code_;
   if (other.message_ == nullptr) {
     clearMessage();
   } else if (message_ == nullptr) {
@@ -42,6 +42,8 @@ void StatusChain::Element::copy(const Element& other) {
   } else {
     *message_ = *other.message_;
   }
+  // Last, so that nothing has changed when there is no memory for the message.
+  code_ = other.code_;
 }
 
 std::uint32_t StatusChain::Element::serializationSize() const {
@@ -77,11 +79,13 @@ void StatusChain::Element::deserialize(const unsigned char*& cursor, const unsig
 /// Earlier statuses and how many chains share them. The count is atomic so that chains on different
 /// threads can let go of one history; its elements belong to one thread at a time.
 struct StatusChain::History {
-  std::atomic<std::uint32_t> references{1};
   Vector<Element> elements;
+  std::atomic<std::uint32_t> references{1};
 };
 
 const Vector<StatusChain::Element>* StatusChain::history() const noexcept {
+  static_assert(offsetof(History, elements) == 0,
+                "other modules take the pointer for one to the vector");
   return history_ == nullptr ? nullptr : &history_->elements;
 }
 

@@ -47,7 +47,7 @@ class StatusChain {
     /// A copy of message, or an empty one for null. For an element without a message.
     void createMessage(const WString* message);
 
-    /// Takes over code and message. When the message cannot be copied, only the code is.
+    /// Takes over code and message, or nothing when there is no memory for the message.
     void copy(const Element& other);
 
     /// Bytes that serialize() writes. Throws OutOfRange when they need more than 32 bits.
@@ -107,6 +107,7 @@ class StatusChain {
   void cleanupHistory() noexcept;
 
   /// Takes over code and message, and shares the history: what either chain adds to it, both have.
+  /// When there is no memory for the message nothing changes; so it is with assignment and merge().
   void copy(const StatusChain& other);
 
   /// Keeps the status that matters more, which is copied if it is the other one: any status against
@@ -141,7 +142,8 @@ class StatusChain {
 template <>
 inline constexpr std::uint32_t kLeastSerializationSize<StatusChain::Element> = 8;
 
-// Other modules rely on the layout: the code, then the two pointers.
+// Other modules rely on the layout: the code, a pointer to the message and one to the history,
+// which begins with its vector.
 static_assert(sizeof(StatusChain::Element) == 2 * sizeof(void*));
 static_assert(sizeof(StatusChain) == 3 * sizeof(void*));
 

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <cstring>
 #include <memory>
 #include <string>
 #include <thread>
@@ -207,6 +208,24 @@ TEST(StatusChainElement, LeavesNoMessageBehindWhenReadingOneFails) {
 
 TEST(StatusChain, IsAnElementAndAPointer) {
   EXPECT_EQ(sizeof(StatusChain), sizeof(Element) + sizeof(void*));
+}
+
+TEST(StatusChain, HoldsACodeAPointerToAMessageAndOneToAVectorOfElements) {
+  struct Layout {
+    std::int32_t code;
+    const WString* message;
+    const Vector<Element>* history;
+  };
+  static_assert(sizeof(Layout) == sizeof(StatusChain));
+  StatusChain chain = ChainWith(-5, "ab");
+  chain.pushCurrent();
+  chain.pushCurrent();
+  Layout layout{};
+  std::memcpy(&layout, static_cast<const void*>(&chain), sizeof(layout));
+  EXPECT_EQ(layout.code, -5);
+  EXPECT_EQ(layout.message, chain.current().message());
+  ASSERT_EQ(layout.history, chain.history());
+  EXPECT_EQ(layout.history->size(), 2U);
 }
 
 TEST(StatusChain, StartsNotSetWhichCountsAsAnError) {
@@ -588,6 +607,14 @@ TEST(StatusChainDeserialize, RefusesAHistoryCountThatCannotFollow) {
     ExpectRefused<DeserializationError>(chain, Joined({Status(1), Word(count), twelve}));
     EXPECT_EQ(chain.history(), nullptr);
   }
+}
+
+TEST(StatusChainDeserialize, ReadsElementsUpToACountOfTheBytesFromTheCountOn) {
+  const Bytes elements = Joined({Status(8, "\xFF"), Bytes(3)});
+  ASSERT_EQ(elements.size(), 12U);
+  StatusChain chain;
+  ExpectRefused<InvalidSequence>(chain, Joined({Status(1), Word(16), elements}));
+  ExpectRefused<DeserializationError>(chain, Joined({Status(1), Word(17), elements}));
 }
 
 TEST(StatusChainDeserialize, RefusesAMessageLengthThatCannotFollow) {

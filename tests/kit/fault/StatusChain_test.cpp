@@ -119,4 +119,61 @@ TEST(StatusChainCopy, SharesTheHistoryWithoutMemory) {
   EXPECT_EQ(target.history(), source.history());
 }
 
+bool HasMessage(const StatusChain::Element& element, const wchar_t* text) {
+  return element.message() != nullptr && element.message()->exactCompare(text) == 0;
+}
+
+TEST(StatusChainWithoutMemory, AnElementTakesNeitherCodeNorMessage) {
+  const WString text(L"a text that is longer than the one it replaces");
+  StatusChain::Element source(7);
+  source.createMessage(&text);
+  for (const bool hasMessage : {false, true}) {
+    StatusChain::Element target(5);
+    const WString old(L"old");
+    if (hasMessage) target.createMessage(&old);
+    FailingAllocator allocator;
+    allocator.FailFrom(1);
+    EXPECT_THROW(target.copy(source), std::bad_alloc);
+    EXPECT_THROW(target = source, std::bad_alloc);
+    EXPECT_THROW(StatusChain::Element{source}, std::bad_alloc);
+    EXPECT_EQ(target.code(), 5);
+    EXPECT_EQ(HasMessage(target, L"old"), hasMessage);
+    EXPECT_EQ(target.message() != nullptr, hasMessage);
+    EXPECT_EQ(source.code(), 7);
+    EXPECT_TRUE(HasMessage(source, text.c_str()));
+  }
+}
+
+TEST(StatusChainWithoutMemory, CopyAssignmentAndMergeLeaveBothChains) {
+  const unsigned char error[] = {0xFF, 0xFF, 0xFF, 0xFF, 2, 0, 0, 0, 'a', 'b', 0, 0, 0, 0};
+  const unsigned char* cursor = error;
+  StatusChain failed;
+  failed.deserialize(cursor, error + sizeof(error));
+  failed.pushCurrent();
+  const auto* const history = failed.history();
+
+  StatusChain target;
+  target.set(4);
+  target.pushCurrent();
+  target.set(5);
+  const auto* const ownHistory = target.history();
+
+  FailingAllocator allocator;
+  allocator.FailFrom(1);
+  EXPECT_THROW(target.copy(failed), std::bad_alloc);
+  EXPECT_THROW(target = failed, std::bad_alloc);
+  EXPECT_THROW(target.merge(failed), std::bad_alloc);
+  EXPECT_THROW(StatusChain{failed}, std::bad_alloc);
+  EXPECT_EQ(target.code(), 5);
+  EXPECT_EQ(target.current().message(), nullptr);
+  EXPECT_EQ(target.history(), ownHistory);
+  ASSERT_EQ(ownHistory->size(), 1U);
+  EXPECT_EQ((*ownHistory)[0].code(), 4);
+  EXPECT_EQ(failed.code(), -1);
+  EXPECT_TRUE(HasMessage(failed.current(), L"ab"));
+  EXPECT_EQ(failed.history(), history);
+  ASSERT_EQ(history->size(), 1U);
+  EXPECT_TRUE(HasMessage((*history)[0], L"ab"));
+}
+
 }  // namespace
