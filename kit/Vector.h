@@ -133,7 +133,9 @@ class Vector {
 
   /// Writes the number of elements and each element at cursor and advances it; end is one past the
   /// last usable byte. Throws BufferOverflow, with nothing written, when there is no room for all.
-  /// cursor stays where it was when anything is thrown.
+  /// Where serializationSize() stops early, only the part that it counts is checked ahead, and a
+  /// lack of room for the rest shows when elements have been written. cursor stays where it was
+  /// when anything is thrown.
   void serialize(unsigned char*& cursor, const unsigned char* end) const {
     if (!little_endian::HasRoom(cursor, end, serializationSize())) {
       QV_THROW(exception::BufferOverflow());

@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <cstdint>
+#include <set>
 
 namespace {
 
@@ -64,25 +66,28 @@ TEST(SafeIntegerDoubling, DoublesBelowHalfTheRangeAndThrowsFromThere) {
   EXPECT_THROW(Safe(0xFFFFFFFF).doubled(), OutOfRange);
 }
 
-TEST(SafeInteger, AFailedCheckCarriesThePlaceOfThatCheck) {
-  std::uint32_t addLine = 0;
+template <typename Action>
+std::uint32_t LineOfFailure(Action action) {
   try {
-    Safe::Add(0xFFFFFFFF, 1);
+    action();
   } catch (const OutOfRange& exception) {
     EXPECT_STREQ(exception.what(), "Out of range");
     EXPECT_STREQ(exception.file(), "kit/SafeInteger.h");
-    addLine = exception.line();
+    return exception.line();
   }
-  std::uint32_t doublingLine = 0;
-  try {
-    Safe(0x80000000).doubled();
-  } catch (const OutOfRange& exception) {
-    EXPECT_STREQ(exception.file(), "kit/SafeInteger.h");
-    doublingLine = exception.line();
-  }
-  EXPECT_NE(addLine, 0U);
-  EXPECT_NE(doublingLine, 0U);
-  EXPECT_NE(addLine, doublingLine);
+  ADD_FAILURE();
+  return 0;
+}
+
+TEST(SafeInteger, AFailedCheckCarriesThePlaceOfThatCheck) {
+  const std::set<std::uint32_t> lines{
+      LineOfFailure([] { Safe(-1); }),
+      LineOfFailure([] { Safe::Add(0xFFFFFFFF, 1); }),
+      LineOfFailure([] { static_cast<void>(Safe(0x40000000) * 4); }),
+      LineOfFailure([] { Safe(0x80000000).doubled(); }),
+  };
+  EXPECT_EQ(lines.size(), 4U) << "two checks share a line";
+  EXPECT_EQ(lines.count(0), 0U);
 }
 
 }  // namespace

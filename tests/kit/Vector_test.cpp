@@ -357,6 +357,19 @@ TEST(VectorSerializationSize, StopsBeforeTheElementThatNeedsMoreThanThirtyTwoBit
   EXPECT_EQ(words.serializationSize(), 0xFFFFFFF4U);
 }
 
+TEST(VectorSerialize, ChecksOnlyTheCountedElementsAheadWhereTheSizeStopsEarly) {
+  Vector<Word> words = Words({5});
+  words.push_back(Word{6, 0xFFFFFFFF});
+  std::array<unsigned char, 8> bytes{};
+  unsigned char* cursor = bytes.data();
+  EXPECT_THROW(words.serialize(cursor, bytes.data() + 8), BufferOverflow);
+  EXPECT_EQ(cursor, bytes.data());
+  EXPECT_THAT(bytes, ElementsAre(2, 0, 0, 0, 5, 0, 0, 0));
+  bytes.fill(9);
+  EXPECT_THROW(words.serialize(cursor, bytes.data() + 7), BufferOverflow);
+  EXPECT_THAT(bytes, testing::Each(9));
+}
+
 TEST(VectorSerializationSize, ReachesTheLargestValueExactly) {
   Vector<Word> words;
   words.push_back(Word{1, 0xFFFFFFFB});
@@ -413,6 +426,11 @@ TEST(VectorDeserialize, LeavesEverythingWhenAnElementThrows) {
 
 TEST(VectorDeserialize, ThrowsTheErrorOfAnElementAheadOfTheLackOfBytes) {
   ExpectRefused<CopyFailed>({3, 0, 0, 0, 0xAD, 0x0B, 0, 0, 1, 0, 0, 0});
+}
+
+TEST(VectorDeserialize, ReadsElementsUpToACountOfTheBytesFromTheCountOn) {
+  ExpectRefused<CopyFailed>({16, 0, 0, 0, 0xAD, 0x0B, 0, 0, 1, 0, 0, 0, 2, 0, 0, 0});
+  ExpectRefused<DeserializationError>({17, 0, 0, 0, 0xAD, 0x0B, 0, 0, 1, 0, 0, 0, 2, 0, 0, 0});
 }
 
 TEST(VectorDeserialize, ACountWhoseBytesNeedMoreThanThirtyTwoBitsIsOutOfRange) {

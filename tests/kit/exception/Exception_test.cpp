@@ -35,4 +35,13 @@ TEST(Exception, OutOfRangeAndBoundExceededShareTheirCode) {
   EXPECT_EQ(BoundExceeded().getErrorCode(), OutOfRange().getErrorCode());
 }
 
+TEST(AddFileAndLineInfo, GivesACopyThatKnowsThePlaceAndLeavesTheOriginal) {
+  OutOfRange original;
+  const OutOfRange placed = qv::kit::AddFileAndLineInfo(original, "here", 12);
+  EXPECT_STREQ(placed.file(), "here");
+  EXPECT_EQ(placed.line(), 12U);
+  EXPECT_EQ(original.file(), nullptr);
+  EXPECT_EQ(original.line(), 0U);
+}
+
 }  // namespace

@@ -51,4 +51,20 @@ TEST(PosixError, IsCaughtAsOSException) {
   }
 }
 
+TEST(PosixError, HasATextOfTheCLibraryForCodesThatNobodyKnows) {
+  for (const int code : {-43, 12345}) {
+    const std::string text = std::strerror(code);
+    errno = code;
+    EXPECT_EQ(PosixError().what(), text);
+  }
+}
+
+TEST(PosixError, LeavesTheTextThatAnotherCallOfStrerrorGave) {
+  const char* const shared = std::strerror(54321);
+  const std::string before = shared;
+  errno = 12345;
+  const PosixError error;
+  EXPECT_EQ(shared, before);
+}
+
 }  // namespace
