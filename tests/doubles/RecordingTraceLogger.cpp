@@ -1,8 +1,10 @@
 #include "tests/doubles/RecordingTraceLogger.h"
 
+#include <atomic>
 #include <cstdarg>
 #include <cstdio>
 #include <mutex>
+#include <new>
 #include <string>
 
 #include "source/client/MyTraceLogger.h"
@@ -12,15 +14,17 @@ namespace {
 std::mutex g_Mutex;
 QvTestTraceSink g_Sink = nullptr;
 void* g_Context = nullptr;
+std::atomic<bool> g_Refuse{false};
 
 __attribute__((format(printf, 3, 0))) void Record(const std::string& origin,
                                                   const char* functionName, const char* format,
                                                   std::va_list arguments) {
+  const std::lock_guard<std::mutex> guard(g_Mutex);
+  if (g_Sink == nullptr) return;
   char message[4096];
   std::vsnprintf(message, sizeof message, format, arguments);
   const std::string record = origin + " | " + functionName + " | " + message;
-  const std::lock_guard<std::mutex> guard(g_Mutex);
-  if (g_Sink != nullptr) g_Sink(record.c_str(), g_Context);
+  g_Sink(record.c_str(), g_Context);
 }
 
 }  // namespace
@@ -31,9 +35,15 @@ void QVTEST_SetTraceSink(QvTestTraceSink sink, void* context) {
   g_Context = context;
 }
 
+void QVTEST_RefuseTraceLoggers(int refuse) {
+  g_Refuse = refuse != 0;
+}
+
 namespace qv::traceengine {
 
-MyTraceLogger::MyTraceLogger(const kit::String& moduleName) : moduleName_(moduleName) {}
+MyTraceLogger::MyTraceLogger(const kit::String& moduleName) : moduleName_(moduleName) {
+  if (g_Refuse) throw std::bad_alloc();
+}
 
 MyTraceLogger::~MyTraceLogger() = default;
 

@@ -12,4 +12,7 @@ using QvTestTraceSink = void (*)(const char* record, void* context);
 __attribute__((visibility("default"))) void QVTEST_SetTraceSink(QvTestTraceSink sink,
                                                                 void* context);
 
+/// While refuse is not 0, no trace logger can be made: its constructor throws std::bad_alloc.
+__attribute__((visibility("default"))) void QVTEST_RefuseTraceLoggers(int refuse);
+
 }  // extern "C"

@@ -1,7 +1,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <new>
 #include <set>
 #include <string>
@@ -126,6 +128,28 @@ TEST_F(Handles, GivenBackAfterOpensslWentAreRefused) {
   EXPECT_THAT(traces_.under("1"), ElementsAre(Returning(kReleased, "error", 1, 0)));
 }
 
+TEST_F(Handles, AreNotIssuedWhereTheTraceLoggerCouldNotBeMade) {
+  installation_.refuseTraceLogger(true);
+  EXPECT_EQ(installation_.init(), nullptr);
+  EXPECT_THAT(journal_.lines(), IsEmpty());
+  EXPECT_THAT(traces_.all(), IsEmpty());
+}
+
+TEST_F(Handles, AreIssuedByALaterInitThatStaysWithoutALoggerAndMakesNoCertificate) {
+  installation_.refuseTraceLogger(true);
+  EXPECT_EQ(installation_.init(), nullptr);
+  installation_.refuseTraceLogger(false);
+  QvSslInitHandle* handle = installation_.init();
+  ASSERT_NE(handle, nullptr);
+  EXPECT_EQ(reinterpret_cast<const qvsslinit::SslInitializer*>(handle)->handle(), 1);
+  EXPECT_THAT(journal_.linesOf("SSL_library_init"), SizeIs(1));
+  EXPECT_THAT(journal_.linesOf("RAND_seed"), IsEmpty());
+  EXPECT_FALSE(installation_.directory().has("data/certstore"));
+  EXPECT_THAT(traces_.all(), IsEmpty());  // another singleton would have made another logger
+  installation_.uninit(handle);
+  EXPECT_THAT(journal_.linesOf("unload"), SizeIs(2));
+}
+
 class AbsentOpenssl : public Handles {
  protected:
   void SetUp() override { installation_.removeOpenssl(); }
@@ -183,10 +207,20 @@ TEST_F(AbsentOpenssl, IsNotSoughtAnywhereElse) {
     std::filesystem::rename(installation_.directory().path(std::string("lib/") + name),
                             elsewhere + "/" + name);
   }
-  ::setenv("LD_LIBRARY_PATH", elsewhere.c_str(), 1);
   std::filesystem::current_path(elsewhere);
   EXPECT_EQ(installation_.init(), nullptr);
   EXPECT_THAT(journal_.lines(), IsEmpty());
+  // The loader reads its search path when a program starts, so another one is started: this test
+  // once more, up to here, with the doubles of this run in the path.
+  ::setenv("LD_LIBRARY_PATH", elsewhere.c_str(), 1);
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(
+      {
+        const bool sought = installation_.init() != nullptr || !journal_.lines().empty();
+        std::filesystem::remove_all(installation_.directory().path());
+        std::exit(sought ? 1 : 0);
+      },
+      testing::ExitedWithCode(0), "");
 }
 
 TEST_F(Handles, FailedInitsBetweenTwoStartsCountNothing) {

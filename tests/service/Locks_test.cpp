@@ -122,6 +122,20 @@ TEST_F(Locks, AreNotLeftForAThreadThatDoesNotHoldThem) {
       [&] { callbacks.locking(kUnlock | kWrite, 0, "", 0); });
 }
 
+TEST_F(Locks, ExcludeAsLongAsOpensslIsBeingUnloaded) {
+  const Journal::Callbacks callbacks = start(3);
+  int unloads = 0;
+  for (const char* unload : {"unload libeay32.dylib", "unload libssleay32.dylib"}) {
+    journal_.onCall(unload, [&] {
+      ++unloads;
+      expectExclusion(callbacks, kLock | kWrite, kUnlock | kWrite, 0);
+      expectExclusion(callbacks, kLock | kWrite, kUnlock | kWrite, 2);
+    });
+  }
+  stop();
+  EXPECT_EQ(unloads, 2);
+}
+
 TEST_F(Locks, WorkWhileTheCertificateIsMade) {
   start(7);
   EXPECT_GT(journal_.lockCalls(), 40u);

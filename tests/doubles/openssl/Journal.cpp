@@ -63,8 +63,14 @@ Journal::Callbacks Journal::callbacks() const {
 }
 
 void Journal::note(const std::string& line) {
-  const Guard guard(mutex_);
-  lines_.push_back(line);
+  std::function<void()> hook;
+  {
+    const Guard guard(mutex_);
+    lines_.push_back(line);
+    const auto script = scripts_.find(line);
+    if (script != scripts_.end()) hook = script->second.hook;
+  }
+  if (hook) hook();
 }
 
 std::optional<long> Journal::call(const std::string& function, const std::string& arguments) {

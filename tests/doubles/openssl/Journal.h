@@ -37,7 +37,8 @@ class __attribute__((visibility("default"))) Journal {
   void answer(const std::string& function, long value, int call = kEveryCall);
   /// The documented sign of failure, which for all functions in use is 0 or null.
   void fail(const std::string& function, int call = kEveryCall) { answer(function, 0, call); }
-  /// Runs hook in each call of function, after it was written down.
+  /// Runs hook in each call of function, or whenever the line "unload FILE" or its like is noted,
+  /// after it was written down.
   void onCall(const std::string& function, std::function<void()> hook);
   void setLockCount(int count) { answer("CRYPTO_num_locks", count); }
 
@@ -62,7 +63,7 @@ class __attribute__((visibility("default"))) Journal {
 
   // For the doubles.
 
-  /// Writes a line that is no call.
+  /// Writes a line that is no call, and runs its hook.
   void note(const std::string& line);
   /// Writes a call down, runs its hook, and gives what the call is told to answer, if anything.
   std::optional<long> call(const std::string& function, const std::string& arguments);

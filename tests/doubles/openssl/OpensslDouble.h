@@ -114,6 +114,11 @@ class Installation {
     return find<decltype(QVTEST_SetTraceSink)>("QVTEST_SetTraceSink");
   }
 
+  /// Whether the library finds it impossible to make its trace logger.
+  void refuseTraceLogger(bool refuse) {
+    find<decltype(QVTEST_RefuseTraceLoggers)>("QVTEST_RefuseTraceLoggers")(refuse ? 1 : 0);
+  }
+
  private:
   void copyDouble(const std::string& from, const char* to) {
     std::filesystem::copy_file(QV_OPENSSL_DOUBLES "/" + from, directory_.path(to));
