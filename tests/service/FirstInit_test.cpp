@@ -206,13 +206,17 @@ TEST_F(FirstInit, TracesThatTheCertificateExistsAlready) {
   const std::string store = installation_.inStore("");
   const std::string exists =
       "5 | DefaultCertCreator::createDirIfDoesNotExist | Dir already exists at '";
+  const std::string created =
+      "5 | DefaultCertCreator::createDirIfDoesNotExist | Created directory at '";
   EXPECT_THAT(traces.under("5"),
-              IsSupersetOf({exists + store + "'", exists + store + "server_certs/'",
-                            "5 | DefaultCertCreator::defaultCertificateExists | Default "
-                            "Certificate exists at '" +
-                                store + "server_certs/server_0.cer'",
-                            std::string("5 | DefaultCertCreator::DefaultCertCreator | Default "
-                                        "certificate already existed")}));
+              testing::ElementsAre(
+                  exists + store + "'", exists + store + "server_certs/'",
+                  created + store + "open_csrs/'", created + store + "temp/'",
+                  "5 | DefaultCertCreator::defaultCertificateExists | Default Certificate exists "
+                  "at '" +
+                      store + "server_certs/server_0.cer'",
+                  "5 | DefaultCertCreator::DefaultCertCreator | Default certificate already "
+                  "existed"));
 }
 
 TEST_F(FirstInit, SucceedsWithoutAStoreWhereItsParentIsMissing) {
