@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <filesystem>
+#include <string>
 
 #include "source/client/ModuleLogger.h"
 #include "source/client/MyTraceLogger.h"
@@ -179,6 +181,27 @@ TEST_F(DefaultCertCreatorTest, ASerialNumberThatALongCannotHoldFails) {
   const Outcome outcome = create(L"US", L"", 1, 0x80000000U);
   EXPECT_EQ(outcome.code, -1);
   EXPECT_EQ(outcome.detail, "Error setting serial number");
+}
+
+TEST_F(DefaultCertCreatorTest, BuiltAfterAFailureDoesEverythingButMakeACertificate) {
+  std::filesystem::remove_all(directory_.path("certstore"));
+  status_.set(-5);
+  const DefaultCertCreator other(openssl_.table(), openssl_.objects(), status_);
+  EXPECT_EQ(status_.code(), -5);
+  EXPECT_THAT(journal_.lines(), ElementsAre(testing::StartsWith("RAND_seed(")));
+  const std::string store = directory_.path("") + "certstore/";
+  const std::string created =
+      "5 | DefaultCertCreator::createDirIfDoesNotExist | Created directory at '" + store;
+  const std::string constructor = "5 | DefaultCertCreator::DefaultCertCreator | ";
+  EXPECT_THAT(records_.under("5"),
+              ElementsAre(created + "'", created + "server_certs/'", created + "open_csrs/'",
+                          created + "temp/'",
+                          "5 | DefaultCertCreator::defaultCertificateExists | Default Certificate "
+                          "does not exist at '" +
+                              store + "server_certs/server_0.cer'",
+                          constructor + "Creation failed for default certificate",
+                          constructor + "certificate creation detailedErrorInfo is ''"));
+  EXPECT_THAT(records_.under("ERROR"), IsEmpty());
 }
 
 TEST_F(DefaultCertCreatorTest, AfterAFailureTheCreatorIsNotEvenBuilt) {

@@ -8,6 +8,7 @@
 #include <memory>
 
 #include "source/client/ModuleLogger.h"
+#include "tests/doubles/SslInitializerImplementationProbe.h"
 #include "tests/doubles/TraceRecords.h"
 #include "tests/doubles/openssl/Journal.h"
 
@@ -15,13 +16,6 @@
 // the library here.
 
 namespace qvsslinit {
-
-struct SslInitializerImplementationProbe {
-  static void setNextHandle(SslInitializerImplementation& singleton, std::int32_t handle) {
-    singleton.nextHandle_ = handle;
-  }
-  static void seedPRNG(SslInitializerImplementation& singleton) { singleton.seedPRNG(); }
-};
 
 namespace {
 
@@ -52,6 +46,22 @@ class SslInitializerImplementationTest : public testing::Test {
 TEST_F(SslInitializerImplementationTest, BuiltWithAGoodStatusMakesTheLogger) {
   EXPECT_EQ(status_.code(), 0);
   EXPECT_NE(g_pGLogger, nullptr);
+}
+
+TEST_F(SslInitializerImplementationTest, BuiltAfterAFailureMakesNoLogger) {
+  g_pGLogger = nullptr;
+  status_.set(-5);
+  const SslInitializerImplementation other(status_);
+  EXPECT_EQ(g_pGLogger, nullptr);
+  EXPECT_EQ(status_.code(), -5);
+}
+
+TEST_F(SslInitializerImplementationTest, BuiltWithoutALoggerToBeHadFails) {
+  g_pGLogger = nullptr;
+  QVTEST_RefuseTraceLoggers(1);
+  const SslInitializerImplementation other(status_);
+  EXPECT_EQ(g_pGLogger, nullptr);
+  EXPECT_EQ(status_.code(), -1);
 }
 
 TEST_F(SslInitializerImplementationTest, IssuesNumbersFromOneAndCountsThem) {
@@ -170,6 +180,36 @@ TEST_F(SslInitializerImplementationTest, SeedsTheGeneratorWithFourBytesOfTheDate
 
 TEST_F(SslInitializerImplementationTest, TellsThreadsApartByTheirPosixIdentity) {
   EXPECT_EQ(singleton_->xid(), static_cast<unsigned long>(pthread_self()));
+}
+
+TEST_F(SslInitializerImplementationTest, WhatNobodyCallsTracesItsScopeToo) {
+  journal_.setLockCount(0);  // no locks, so no callbacks in between
+  load();
+  records_.clear();
+  singleton_->xid();
+  Probe::seedPRNG(*singleton_);
+  EXPECT_THAT(records_.all(), ElementsAre("4 | SslInitializerImplementation::xid | In",
+                                          "4 | SslInitializerImplementation::xid | Out",
+                                          "4 | SslInitializerImplementation::seedPRNG | In",
+                                          "4 | SslInitializerImplementation::seedPRNG | Out"));
+}
+
+TEST_F(SslInitializerImplementationTest, DestroyedTracesItsScopeAroundWhatItDoes) {
+  singleton_.reset();
+  const std::string name = "SslInitializerImplementation::~SslInitializerImplementation | ";
+  EXPECT_THAT(records_.all(), ElementsAre("4 | " + name + "In",
+                                          "ERROR | " + name + "DTOR called while refCount_ > 0",
+                                          "4 | " + name + "Out"));
+}
+
+TEST_F(SslInitializerImplementationTest, DestroyedWithItsLoggerTracesNoExit) {
+  load();
+  records_.clear();
+  singleton_.reset();
+  EXPECT_THAT(records_.all(),
+              ElementsAre("4 | SslInitializerImplementation::~SslInitializerImplementation | In",
+                          "4 | SslInitializerImplementation::destroyObjects | In",
+                          "4 | SslInitializerImplementation::destroyObjects | Out"));
 }
 
 TEST_F(SslInitializerImplementationTest, OperationsTraceTheirScopes) {
