@@ -1,5 +1,11 @@
-find_package(GTest REQUIRED)
 include(GoogleTest)
+if(CMAKE_SIZEOF_VOID_P EQUAL 8)
+  find_package(GTest REQUIRED)
+else()
+  # Debian's library is built for the machine's own width; its sources are packaged for any other.
+  set(INSTALL_GTEST OFF)
+  add_subdirectory(/usr/src/googletest "${PROJECT_BINARY_DIR}/googletest" EXCLUDE_FROM_ALL)
+endif()
 
 # Precompiled once, for it is most of what compiling a test costs.
 add_library(qv_test_main STATIC "${PROJECT_SOURCE_DIR}/tests/main.cpp")

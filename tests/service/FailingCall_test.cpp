@@ -349,13 +349,13 @@ TEST_F(OddAnswer, ANameEntryThatIsNotAddedExactlyOnceIsAFailure) {
 
 TEST_F(OddAnswer, AnErrorWithoutATextIsTracedAsSuch) {
   journal_.fail("PEM_ASN1_write_bio");
-  journal_.answer("ERR_get_error", 4294967295);
+  journal_.answer("ERR_get_error", 2147483647);
   journal_.fail("ERR_reason_error_string");
   const TraceRecords traces(installation_.traceSink());
   ASSERT_NE(installation_.init(), nullptr);
   EXPECT_THAT(traces.under("ERROR"),
               ElementsAre("ERROR | DefaultCertCreator::saveKeyToFile | Failed to write key to disk "
-                          "err=4294967295, errString='(null)'"));
+                          "err=2147483647, errString='(null)'"));
 }
 
 TEST_F(OddAnswer, TheSharedRsaKeyIsGivenBackWhenItCannotBeWritten) {
