@@ -13,6 +13,11 @@ struct State {
   std::array<int, 5> errors{};
   int attributesAlive = 0;
   int mutexesAlive = 0;
+  // Plain arrays, for recording must not allocate.
+  std::array<const pthread_mutex_t*, 512> made{};
+  std::size_t madeCount = 0;
+  std::array<std::size_t, 512> destroyed{};
+  std::size_t destroyedCount = 0;
 };
 
 State g_state;
@@ -21,6 +26,21 @@ using Call = qv::test::FailingMutexes::Call;
 
 int ErrorOf(Call call) {
   return g_state.watching ? g_state.errors[static_cast<std::size_t>(call)] : 0;
+}
+
+void NoteMade(const pthread_mutex_t* mutex) {
+  if (g_state.watching && g_state.madeCount < g_state.made.size()) {
+    g_state.made[g_state.madeCount++] = mutex;
+  }
+}
+
+void NoteDestroyed(const pthread_mutex_t* mutex) {
+  if (!g_state.watching) return;
+  for (std::size_t place = 0; place < g_state.madeCount; ++place) {
+    if (g_state.made[place] != mutex) continue;
+    g_state.made[place] = nullptr;  // another may be made in its place
+    g_state.destroyed[g_state.destroyedCount++] = place;
+  }
 }
 
 template <typename Real>
@@ -58,12 +78,15 @@ int __wrap_pthread_mutexattr_destroy(pthread_mutexattr_t* attributes) {
 }
 
 int __wrap_pthread_mutex_init(pthread_mutex_t* mutex, const pthread_mutexattr_t* attributes) {
-  return Make(Call::kMutexInit, g_state.mutexesAlive,
-              [=] { return __real_pthread_mutex_init(mutex, attributes); });
+  return Make(Call::kMutexInit, g_state.mutexesAlive, [=] {
+    NoteMade(mutex);
+    return __real_pthread_mutex_init(mutex, attributes);
+  });
 }
 
 int __wrap_pthread_mutex_destroy(pthread_mutex_t* mutex) {
   --g_state.mutexesAlive;
+  NoteDestroyed(mutex);
   return __real_pthread_mutex_destroy(mutex);
 }
 
@@ -100,6 +123,11 @@ int FailingMutexes::attributesAlive() const {
 
 int FailingMutexes::mutexesAlive() const {
   return g_state.mutexesAlive;
+}
+
+std::vector<std::size_t> FailingMutexes::destroyed() const {
+  return {g_state.destroyed.begin(),
+          g_state.destroyed.begin() + static_cast<std::ptrdiff_t>(g_state.destroyedCount)};
 }
 
 }  // namespace qv::test

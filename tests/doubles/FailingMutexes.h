@@ -1,5 +1,8 @@
 #pragma once
 
+#include <cstddef>
+#include <vector>
+
 namespace qv::test {
 
 /// Stands between the code under test and the pthread calls that make, lock and try mutexes as long
@@ -20,6 +23,10 @@ class FailingMutexes {
   /// Attribute objects and mutexes that were made since the object was, less those destroyed.
   int attributesAlive() const;
   int mutexesAlive() const;
+
+  /// The mutexes that were destroyed, one after the other: the place at which each was made,
+  /// counted from 0. Mutexes beyond the first few hundred are left out.
+  std::vector<std::size_t> destroyed() const;
 };
 
 }  // namespace qv::test

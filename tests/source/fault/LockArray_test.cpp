@@ -1,0 +1,60 @@
+#include "source/LockArray.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <new>
+
+#include "tests/doubles/FailingAllocator.h"
+#include "tests/doubles/FailingMutexes.h"
+
+namespace {
+
+using qv::test::FailingMutexes;
+using qvsslinit::LockArray;
+
+TEST(LockArray, DestroysTheLastLockFirst) {
+  const FailingMutexes mutexes;
+  LockArray locks;
+  locks.create(4);
+  locks.destroy();
+  EXPECT_THAT(mutexes.destroyed(), testing::ElementsAre(3, 2, 1, 0));
+}
+
+TEST(LockArray, KeepsTheOldLocksWhereThereIsNoMemoryForNewOnes) {
+  LockArray locks;
+  locks.create(2);
+  for (std::uint32_t n = 1;; ++n) {
+    const auto* const old = locks.at(0);
+    bool failed = false;
+    {
+      qv::test::FailingAllocator allocator;
+      allocator.FailCall(n);
+      try {
+        locks.create(3);
+      } catch (const std::bad_alloc&) {
+        failed = true;
+      }
+    }
+    if (!failed) {
+      EXPECT_GT(n, 3u);  // one for the array and one at least for each lock
+      break;
+    }
+    EXPECT_EQ(locks.at(0), old) << n;
+  }
+}
+
+TEST(LockArray, GivesTheLocksBackThatWereMadeBeforeOneCouldNotBe) {
+  FailingMutexes mutexes;
+  {
+    LockArray locks;
+    qv::test::FailingAllocator allocator;
+    allocator.FailCall(6);
+    EXPECT_THROW(locks.create(3), std::bad_alloc);
+    EXPECT_EQ(locks.at(0), nullptr);
+  }
+  EXPECT_EQ(mutexes.mutexesAlive(), 0);
+}
+
+}  // namespace
