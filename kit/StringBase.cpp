@@ -26,11 +26,11 @@ namespace {
 using Size = SafeInteger<unsigned long>;
 
 constexpr std::uint32_t npos = 0xFFFFFFFFU;
-constexpr std::uint32_t k_COUNT_BYTES = 4;
+constexpr std::uint32_t kCountBytes = 4;
 
 /// Largest capacity whose storage can be counted in 32 bits of bytes.
 template <typename CharT>
-constexpr std::uint32_t k_LARGEST_CAPACITY = npos / sizeof(CharT) - 1;
+constexpr std::uint32_t kLargestCapacity = npos / sizeof(CharT) - 1;
 
 std::size_t TextLength(const char* text) {
   return std::strlen(text);
@@ -476,7 +476,7 @@ std::int32_t StringBase<C, O, T>::exactCompare(Text other) const {
 
 template <typename C, typename O, typename T>
 std::uint32_t StringBase<C, O, T>::serializationSize() const {
-  return Size::Add(StringForm<C, O, T>::SerializedBytes(begin_, end_), k_COUNT_BYTES).value();
+  return Size::Add(StringForm<C, O, T>::SerializedBytes(begin_, end_), kCountBytes).value();
 }
 
 template <typename C, typename O, typename T>
@@ -484,14 +484,14 @@ void StringBase<C, O, T>::serialize(unsigned char*& cursor, const unsigned char*
   const std::uint32_t bytes = serializationSize();
   if (!little_endian::HasRoom(cursor, end, bytes)) QV_THROW(exception::BufferOverflow());
   unsigned char* const written = cursor + bytes;
-  little_endian::SerializeRaw(bytes - k_COUNT_BYTES, cursor, end);
+  little_endian::SerializeRaw(bytes - kCountBytes, cursor, end);
   StringForm<C, O, T>::Write(begin_, end_, cursor, written);
   cursor = written;
 }
 
 template <typename C, typename O, typename T>
 void StringBase<C, O, T>::deserialize(const unsigned char*& cursor, const unsigned char* end) {
-  if (!little_endian::HasRoom(cursor, end, k_COUNT_BYTES)) {
+  if (!little_endian::HasRoom(cursor, end, kCountBytes)) {
     QV_THROW(exception::DeserializationError());
   }
   const unsigned char* bytes = cursor;
@@ -565,7 +565,7 @@ void StringBase<C, O, T>::ReallocBuffer(std::uint32_t capacity) {
 template <typename C, typename O, typename T>
 void StringBase<C, O, T>::Grow(std::uint32_t length) {
   const std::uint32_t roomy = Size(length).doubled().value();
-  if (roomy <= k_LARGEST_CAPACITY<C> && TryResizeStorage(roomy)) return;
+  if (roomy <= kLargestCapacity<C> && TryResizeStorage(roomy)) return;
   ResizeStorage(length);
 }
 

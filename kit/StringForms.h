@@ -61,10 +61,10 @@ struct TerminatedBytes : PlainBytes<char> {
 /// Serialized as UTF-8.
 struct WideAsUtf8 {
   /// Leaves room for the 4-byte count.
-  static constexpr std::uint32_t k_LONGEST = 0xFFFFFFFBU;
+  static constexpr std::uint32_t kLongest = 0xFFFFFFFBU;
 
   static std::uint32_t SerializedBytes(const wchar_t* begin, const wchar_t* end) {
-    return GetUtf8EncodingBytesWithBufferLimit(begin, end, k_LONGEST);
+    return GetUtf8EncodingBytesWithBufferLimit(begin, end, kLongest);
   }
   static void Write(const wchar_t* begin, const wchar_t* end, unsigned char* out,
                     unsigned char* outEnd) {
@@ -80,15 +80,15 @@ struct WideAsUtf8 {
 };
 
 /// The name by which the converters know the encoding of the process locale.
-inline constexpr char k_PROCESS_LOCALE[] = "";
+inline constexpr char kProcessLocale[] = "";
 
 /// What the two narrow forms have in common.
 struct LocaleText {
   static std::uint32_t ConvertedBound(const wchar_t* begin, const wchar_t* end) {
-    return osdep::GetWideToAnsiRequiredBufferLength(begin, end, k_PROCESS_LOCALE);
+    return osdep::GetWideToAnsiRequiredBufferLength(begin, end, kProcessLocale);
   }
   static std::uint32_t Convert(const wchar_t* begin, const wchar_t* end, char* out, char* outEnd) {
-    return osdep::WideToAnsiNoAlloc(begin, end, k_PROCESS_LOCALE, out, outEnd);
+    return osdep::WideToAnsiNoAlloc(begin, end, kProcessLocale, out, outEnd);
   }
   static std::int32_t Compare(const char* begin, const char* end, const char* otherBegin,
                               const char* otherEnd) {
@@ -106,10 +106,10 @@ struct StringForm;
 template <>
 struct StringForm<wchar_t, char, wchar_t> : WideAsUtf8 {
   static std::uint32_t ConvertedBound(const char* begin, const char* end) {
-    return osdep::GetAnsiToWideRequiredBufferLength(begin, end, k_PROCESS_LOCALE);
+    return osdep::GetAnsiToWideRequiredBufferLength(begin, end, kProcessLocale);
   }
   static std::uint32_t Convert(const char* begin, const char* end, wchar_t* out, wchar_t* outEnd) {
-    return osdep::AnsiToWideNoAlloc(begin, end, k_PROCESS_LOCALE, out, outEnd);
+    return osdep::AnsiToWideNoAlloc(begin, end, kProcessLocale, out, outEnd);
   }
   static std::int32_t Compare(const wchar_t* begin, const wchar_t* end, const wchar_t* otherBegin,
                               const wchar_t* otherEnd) {

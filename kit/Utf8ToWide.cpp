@@ -40,12 +40,12 @@ Sequence SequenceOf(unsigned char lead) {
   return {0, 0, 0};
 }
 
-constexpr std::size_t k_RUN = sizeof(std::uint64_t);
+constexpr std::size_t kRun = sizeof(std::uint64_t);
 
-// Whether the k_RUN bytes at p are ASCII.
+// Whether the kRun bytes at p are ASCII.
 bool IsAsciiRun(const unsigned char* p) {
   std::uint64_t bytes = 0;
-  std::memcpy(&bytes, p, k_RUN);
+  std::memcpy(&bytes, p, kRun);
   return (bytes & 0x8080808080808080U) == 0;
 }
 
@@ -58,13 +58,13 @@ std::size_t Remaining(const void* p, const void* end) {
 void Decode(const unsigned char*& p, const unsigned char* end, wchar_t*& out,
             const wchar_t* outEnd) {
   while (p < end && out < outEnd) {
-    while (Remaining(p, end) >= k_RUN && Remaining(out, outEnd) >= k_RUN * sizeof(wchar_t) &&
+    while (Remaining(p, end) >= kRun && Remaining(out, outEnd) >= kRun * sizeof(wchar_t) &&
            IsAsciiRun(p)) {
-      for (std::size_t i = 0; i < k_RUN; ++i) {
+      for (std::size_t i = 0; i < kRun; ++i) {
         out[i] = static_cast<wchar_t>(p[i]);
       }
-      p += k_RUN;
-      out += k_RUN;
+      p += kRun;
+      out += kRun;
     }
     if (p < end && out < outEnd) {
       p = ConvertNextUtf8Character(p, end, *out);
@@ -130,9 +130,9 @@ std::uint32_t GetUtf8StringLength(const unsigned char* begin, const unsigned cha
   std::uint64_t count = 0;
   const unsigned char* p = begin;
   while (p < end) {
-    if (Remaining(p, end) >= k_RUN && IsAsciiRun(p)) {
-      p += k_RUN;
-      count += k_RUN;
+    if (Remaining(p, end) >= kRun && IsAsciiRun(p)) {
+      p += kRun;
+      count += kRun;
       continue;
     }
     wchar_t character = 0;

@@ -10,12 +10,12 @@
 namespace qv::kit {
 namespace {
 
-constexpr std::ptrdiff_t k_RUN = 8;
+constexpr std::ptrdiff_t kRun = 8;
 
-// Whether the k_RUN characters at p are ASCII.
+// Whether the kRun characters at p are ASCII.
 bool IsAsciiRun(const wchar_t* p) {
   std::uint32_t bits = 0;
-  for (std::ptrdiff_t i = 0; i < k_RUN; ++i) {
+  for (std::ptrdiff_t i = 0; i < kRun; ++i) {
     bits |= static_cast<std::uint32_t>(p[i]);
   }
   return bits < 0x80;
@@ -46,21 +46,21 @@ std::ptrdiff_t EncodedLength(std::uint32_t value) {
 
 // Writes the length bytes of value, the last one first.
 void EncodeValue(std::uint32_t value, std::ptrdiff_t length, unsigned char* out) {
-  constexpr unsigned char k_LEAD[] = {0, 0x00, 0xC0, 0xE0, 0xF0, 0xF8, 0xFC};
+  constexpr unsigned char kLead[] = {0, 0x00, 0xC0, 0xE0, 0xF0, 0xF8, 0xFC};
   for (std::ptrdiff_t i = length - 1; i > 0; --i) {
     out[i] = static_cast<unsigned char>(0x80U | (value & 0x3FU));
     value >>= 6;
   }
-  out[0] = static_cast<unsigned char>(k_LEAD[length] | value);
+  out[0] = static_cast<unsigned char>(kLead[length] | value);
 }
 
 // Bytes of the first characters that stay within limit together.
 std::uint64_t CountBytes(const wchar_t* p, const wchar_t* end, std::uint64_t limit) {
   std::uint64_t count = 0;
   while (p < end) {
-    if (end - p >= k_RUN && limit - count >= k_RUN && IsAsciiRun(p)) {
-      count += k_RUN;
-      p += k_RUN;
+    if (end - p >= kRun && limit - count >= kRun && IsAsciiRun(p)) {
+      count += kRun;
+      p += kRun;
       continue;
     }
     const auto length = static_cast<std::uint64_t>(EncodedLength(EncodableValue(*p)));
@@ -79,12 +79,12 @@ std::uint32_t WideToUtf8(const wchar_t* begin, const wchar_t* end, unsigned char
                          const unsigned char* outEnd) {
   unsigned char* written = out;
   while (begin < end) {
-    if (end - begin >= k_RUN && outEnd - written >= k_RUN && IsAsciiRun(begin)) {
-      for (std::ptrdiff_t i = 0; i < k_RUN; ++i) {
+    if (end - begin >= kRun && outEnd - written >= kRun && IsAsciiRun(begin)) {
+      for (std::ptrdiff_t i = 0; i < kRun; ++i) {
         written[i] = static_cast<unsigned char>(begin[i]);
       }
-      begin += k_RUN;
-      written += k_RUN;
+      begin += kRun;
+      written += kRun;
       continue;
     }
     const std::uint32_t value = EncodableValue(*begin);

@@ -12,7 +12,7 @@ FLOORS = {
           kit/osdep/CriticalSection kit/osdep/UnixCriticalSection kit/osdep/AtomicInt""",
     2: """kit/Vector kit/Utf8ToWide kit/WideToUtf8 kit/StringCompare kit/osdep/IConv
           kit/osdep/AnsiToWide kit/osdep/WideToAnsi kit/osdep/AllocateConverted
-          kit/osdep/platform/SystemEncoding""",
+          kit/osdep/platform/SystemEncoding kit/osdep/platform/CFOwner""",
     3: "kit/StringBase kit/StringForms kit/BufferStrategy",
     4: """kit/exception/InvalidArgument2 kit/exception/OutOfRange2 kit/exception/BoundExceeded2
           kit/exception/AccessDenied kit/exception/OSException kit/exception/PosixError

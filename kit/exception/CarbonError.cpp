@@ -4,7 +4,7 @@ namespace qv::kit::osdep {
 
 namespace {
 
-constexpr short k_FNF_ERR = -43;
+constexpr short kFnfErr = -43;
 
 std::uint32_t SignExtended(short code) {
   return static_cast<std::uint32_t>(std::int32_t{code});
@@ -18,7 +18,7 @@ CarbonError::CarbonError(const String& message, short code)
     : OSException(message, SignExtended(code)) {}
 
 std::int32_t CarbonError::getErrorCode() const noexcept {
-  return StatusWith(SignExtended(k_FNF_ERR));
+  return StatusWith(SignExtended(kFnfErr));
 }
 
 }  // namespace qv::kit::osdep

@@ -9,7 +9,7 @@ OSException::OSException(const String& message, std::uint32_t code)
 
 std::int32_t OSException::StatusWith(std::uint32_t fileNotFound) const noexcept {
   if (code_ == 0) return 0;
-  return code_ == fileNotFound ? k_FILE_NOT_FOUND : k_GENERIC_FAILURE;
+  return code_ == fileNotFound ? kFileNotFound : kGenericFailure;
 }
 
 }  // namespace qv::kit::osdep

@@ -18,7 +18,7 @@ class OSException : public exception::Exception {
 
   const char* what() const noexcept override { return message_.c_str(); }
   /// A status for the failure, not the code of the system.
-  std::int32_t getErrorCode() const noexcept override { return k_GENERIC_FAILURE; }
+  std::int32_t getErrorCode() const noexcept override { return kGenericFailure; }
   /// The code of the operating system.
   virtual std::uint32_t whatcode() const noexcept { return code_; }
 
@@ -28,8 +28,8 @@ class OSException : public exception::Exception {
   std::int32_t StatusWith(std::uint32_t fileNotFound) const noexcept;
 
  private:
-  static constexpr std::int32_t k_FILE_NOT_FOUND = 7;
-  static constexpr std::int32_t k_GENERIC_FAILURE = 42;
+  static constexpr std::int32_t kFileNotFound = 7;
+  static constexpr std::int32_t kGenericFailure = 42;
 
   String message_;
   std::uint32_t code_;

@@ -17,7 +17,7 @@ std::uint32_t AnsiToWideNoAlloc(const char* begin, const char* end, const char* 
   if (IsSystemEncoding(locale)) {
     return CarbonAnsiToWide(begin, end, outBegin, outEnd);
   }
-  IConv(begin, end, locale, outBegin, outEnd, k_WIDE_ENCODING);
+  IConv(begin, end, locale, outBegin, outEnd, kWideEncoding);
   return RangeLength(outBegin, outEnd);
 }
 

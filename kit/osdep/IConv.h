@@ -11,7 +11,7 @@
 namespace qv::kit::osdep {
 
 /// iconv's name for what wide text is in memory.
-inline constexpr char k_WIDE_ENCODING[] = "UTF-32LE";
+inline constexpr char kWideEncoding[] = "UTF-32LE";
 
 /// A conversion opened with iconv_open, closed with the object.
 class IConvDescriptor {

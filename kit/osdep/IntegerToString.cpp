@@ -10,11 +10,11 @@ namespace qv::kit::osdep {
 namespace {
 
 wchar_t MapDigit(std::uint64_t digit, std::uint32_t base) {
-  constexpr wchar_t k_DIGITS[] = L"0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ";
+  constexpr wchar_t kDigits[] = L"0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ";
   if (base < 2 || base > 36 || digit >= base) {
     QV_THROW(exception::UnableToConvert());
   }
-  return k_DIGITS[digit];
+  return kDigits[digit];
 }
 
 template <typename UnsignedT>

@@ -23,7 +23,7 @@ std::uint32_t WideToAnsiNoAlloc(const wchar_t* begin, const wchar_t* end, const 
   if (IsSystemEncoding(locale)) {
     return CarbonWideToAnsi(begin, end, outBegin, outEnd);
   }
-  IConv(begin, end, k_WIDE_ENCODING, outBegin, outEnd, locale);
+  IConv(begin, end, kWideEncoding, outBegin, outEnd, locale);
   return RangeLength(outBegin, outEnd);
 }
 

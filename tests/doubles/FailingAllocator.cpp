@@ -9,16 +9,16 @@
 
 namespace {
 
-constexpr std::uint64_t k_NEVER = std::numeric_limits<std::uint64_t>::max();
-constexpr std::size_t k_NEVER_SIZE = std::numeric_limits<std::size_t>::max();
+constexpr std::uint64_t kNever = std::numeric_limits<std::uint64_t>::max();
+constexpr std::size_t kNeverSize = std::numeric_limits<std::size_t>::max();
 
 struct State {
   bool watching = false;
   std::uint64_t calls = 0;
-  std::uint64_t firstToFail = k_NEVER;
-  std::uint64_t lastToFail = k_NEVER;
-  std::size_t sizeToFail = k_NEVER_SIZE;
-  std::size_t sizeToPretend = k_NEVER_SIZE;
+  std::uint64_t firstToFail = kNever;
+  std::uint64_t lastToFail = kNever;
+  std::size_t sizeToFail = kNeverSize;
+  std::size_t sizeToPretend = kNeverSize;
   int errorToLeave = 0;
   bool includesNew = false;
   // A plain array, for recording must not allocate.
@@ -73,7 +73,7 @@ void operator delete(void* block, std::size_t /*size*/) noexcept {
   std::free(block);
 }
 
-namespace qv::test {
+namespace qv::tests {
 
 FailingAllocator::FailingAllocator() {
   if (g_state.watching) std::abort();
@@ -94,7 +94,7 @@ void FailingAllocator::FailCall(std::uint32_t n) {
 
 void FailingAllocator::FailFrom(std::uint32_t n) {
   g_state.firstToFail = g_state.calls + n;
-  g_state.lastToFail = k_NEVER;
+  g_state.lastToFail = kNever;
 }
 
 void FailingAllocator::FailSizesFrom(std::size_t bytes) {
@@ -114,8 +114,8 @@ void FailingAllocator::IncludeNew() {
 }
 
 void FailingAllocator::Relent() {
-  g_state.firstToFail = g_state.lastToFail = k_NEVER;
-  g_state.sizeToFail = g_state.sizeToPretend = k_NEVER_SIZE;
+  g_state.firstToFail = g_state.lastToFail = kNever;
+  g_state.sizeToFail = g_state.sizeToPretend = kNeverSize;
   g_state.errorToLeave = 0;
   g_state.includesNew = false;
 }
@@ -125,4 +125,4 @@ std::vector<std::size_t> FailingAllocator::sizes() const {
           g_state.sizes.begin() + static_cast<std::ptrdiff_t>(g_state.calls)};
 }
 
-}  // namespace qv::test
+}  // namespace qv::tests

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <vector>
 
-namespace qv::test {
+namespace qv::tests {
 
 /// Stands between the code under test and malloc and realloc as long as the object lives: lets
 /// chosen calls fail and keeps the sizes that were asked for. Programs that use it link with
@@ -38,4 +38,4 @@ class FailingAllocator {
   std::vector<std::size_t> sizes() const;
 };
 
-}  // namespace qv::test
+}  // namespace qv::tests

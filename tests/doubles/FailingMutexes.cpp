@@ -22,7 +22,7 @@ struct State {
 
 State g_state;
 
-using Call = qv::test::FailingMutexes::Call;
+using Call = qv::tests::FailingMutexes::Call;
 
 int ErrorOf(Call call) {
   return g_state.watching ? g_state.errors[static_cast<std::size_t>(call)] : 0;
@@ -101,7 +101,7 @@ int __wrap_pthread_mutex_trylock(pthread_mutex_t* mutex) {
 }
 }
 
-namespace qv::test {
+namespace qv::tests {
 
 FailingMutexes::FailingMutexes() {
   if (g_state.watching) std::abort();
@@ -130,4 +130,4 @@ std::vector<std::size_t> FailingMutexes::destroyed() const {
           g_state.destroyed.begin() + static_cast<std::ptrdiff_t>(g_state.destroyedCount)};
 }
 
-}  // namespace qv::test
+}  // namespace qv::tests

@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <vector>
 
-namespace qv::test {
+namespace qv::tests {
 
 /// Stands between the code under test and the pthread calls that make, lock and try mutexes as long
 /// as the object lives. Programs that use it link with --wrap for each of them; only calls from
@@ -29,4 +29,4 @@ class FailingMutexes {
   std::vector<std::size_t> destroyed() const;
 };
 
-}  // namespace qv::test
+}  // namespace qv::tests

@@ -27,20 +27,20 @@ template <typename CharT>
 class RepeatedText {
  public:
   RepeatedText(std::size_t length, CharT character)
-      : length_(length), bytes_((length * sizeof(CharT) + k_BLOCK - 1) / k_BLOCK * k_BLOCK) {
+      : length_(length), bytes_((length * sizeof(CharT) + kBlock - 1) / kBlock * kBlock) {
     const int file = ::memfd_create("text", 0);
-    const bool sized = file >= 0 && ::ftruncate(file, k_BLOCK) == 0;
+    const bool sized = file >= 0 && ::ftruncate(file, kBlock) == 0;
     begin_ = static_cast<char*>(
         ::mmap(nullptr, bytes_, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0));
     if (!sized || begin_ == MAP_FAILED) throw std::bad_alloc();
-    for (std::size_t place = 0; place < bytes_; place += k_BLOCK) {
-      if (::mmap(begin_ + place, k_BLOCK, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_FIXED, file,
-                 0) == MAP_FAILED) {
+    for (std::size_t place = 0; place < bytes_; place += kBlock) {
+      if (::mmap(begin_ + place, kBlock, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_FIXED, file, 0) ==
+          MAP_FAILED) {
         throw std::bad_alloc();
       }
     }
     ::close(file);
-    std::fill_n(reinterpret_cast<CharT*>(begin_), k_BLOCK / sizeof(CharT), character);
+    std::fill_n(reinterpret_cast<CharT*>(begin_), kBlock / sizeof(CharT), character);
   }
   RepeatedText(const RepeatedText&) = delete;
   RepeatedText& operator=(const RepeatedText&) = delete;
@@ -50,7 +50,7 @@ class RepeatedText {
   const CharT* end() const { return begin() + length_; }
 
  private:
-  static constexpr std::size_t k_BLOCK = std::size_t{1} << 21;
+  static constexpr std::size_t kBlock = std::size_t{1} << 21;
 
   std::size_t length_;
   std::size_t bytes_;

@@ -5,6 +5,7 @@ import datetime
 import os
 import pathlib
 import re
+import resource
 import shutil
 import signal
 import socket
@@ -161,6 +162,32 @@ class Pair(Store):
         init(self.data)
         self.assertEqual(self.certificate.read_text(), "of our own\n")
         self.assertFalse(self.key.exists())
+
+
+class FullDisk(Store):
+    """A process that may not let any file grow stands for a disk that is full."""
+
+    @staticmethod
+    def write_nothing():
+        # Without the signal ignored, the first write would end the process.
+        signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
+        resource.setrlimit(resource.RLIMIT_FSIZE, (0, 0))
+
+    def init_on_full_disk(self):
+        # Output goes through a pipe, which the limit does not concern.
+        return run(MINIMAL_HOST, LIBRARY, env=environment(self.data),
+                   preexec_fn=self.write_nothing)
+
+    def test_does_not_fail_init_and_leaves_no_empty_certificate(self):
+        self.assertIn("ready", self.init_on_full_disk())
+        self.assertTrue(self.certificate.parent.is_dir())
+        self.assertFalse(self.certificate.exists())
+
+    def test_is_made_up_for_by_the_next_init_with_room(self):
+        self.init_on_full_disk()
+        init(self.data)
+        self.assertIn("RSA key ok", openssl("rsa", "-in", self.key, "-check", "-noout"))
+        self.assertEqual(openssl("rsa", "-in", self.key, "-pubout"), self.x509("-pubkey"))
 
 
 class Server(Store):

@@ -4,7 +4,7 @@
 #include <string_view>
 #include <type_traits>
 
-namespace qv::test {
+namespace qv::tests {
 
 /// A string of any form with these characters, zeros included.
 template <typename S>
@@ -25,4 +25,4 @@ std::string ToAscii(const S& string) {
   return result;
 }
 
-}  // namespace qv::test
+}  // namespace qv::tests

@@ -20,7 +20,7 @@ using qv::kit::WString;
 using qv::kit::exception::InvalidSequence;
 using qv::kit::exception::OutOfRange;
 using qv::kit::exception::OutOfRange2;
-using qv::test::FromAscii;
+using qv::tests::FromAscii;
 
 int Sign(std::int32_t value) {
   return (value > 0) - (value < 0);
@@ -39,14 +39,14 @@ struct Row {
   int exactlyCompared;
 };
 
-constexpr Row k_ROWS[] = {
+constexpr Row kRows[] = {
     {"", "", 0, 0},       {"Abc", "aBC", 0, -1}, {"aBC", "Abc", 0, 1}, {"abc", "ABD", -1, 1},
     {"abd", "ABC", 1, 1}, {"abc", "ab", 1, 1},   {"ab", "ABC", -1, 1}, {"", "a", -1, -1},
     {"a", "", 1, 1},      {"a_", "aB", 1, 1},    {"a[", "az", 1, -1},  {"a`", "aa", 1, -1},
 };
 
 TYPED_TEST(StringComparison, DisregardsCaseUnlessExact) {
-  for (const Row& row : k_ROWS) {
+  for (const Row& row : kRows) {
     SCOPED_TRACE(std::string(row.a) + " and " + row.b);
     const auto a = FromAscii<TypeParam>(row.a);
     const auto b = FromAscii<TypeParam>(row.b);
@@ -59,33 +59,33 @@ TYPED_TEST(StringComparison, DisregardsCaseUnlessExact) {
 
 /// Whether each of the operators takes these two, in this order.
 template <typename A, typename B, typename = void>
-constexpr bool k_EQUATE = false;
+constexpr bool kEquate = false;
 template <typename A, typename B>
-constexpr bool k_EQUATE<A, B, std::void_t<decltype(std::declval<A>() == std::declval<B>())>> = true;
+constexpr bool kEquate<A, B, std::void_t<decltype(std::declval<A>() == std::declval<B>())>> = true;
 template <typename A, typename B, typename = void>
-constexpr bool k_DIFFER = false;
+constexpr bool kDiffer = false;
 template <typename A, typename B>
-constexpr bool k_DIFFER<A, B, std::void_t<decltype(std::declval<A>() != std::declval<B>())>> = true;
+constexpr bool kDiffer<A, B, std::void_t<decltype(std::declval<A>() != std::declval<B>())>> = true;
 template <typename A, typename B, typename = void>
-constexpr bool k_ORDER = false;
+constexpr bool kOrder = false;
 template <typename A, typename B>
-constexpr bool k_ORDER<A, B, std::void_t<decltype(std::declval<A>() < std::declval<B>())>> = true;
+constexpr bool kOrder<A, B, std::void_t<decltype(std::declval<A>() < std::declval<B>())>> = true;
 template <typename A, typename B>
-constexpr bool k_COMPARE = k_EQUATE<A, B>&& k_DIFFER<A, B>&& k_ORDER<A, B>;
+constexpr bool kCompare = kEquate<A, B>&& kDiffer<A, B>&& kOrder<A, B>;
 template <typename A, typename B>
-constexpr bool k_NEVER_COMPARE = !(k_EQUATE<A, B> || k_EQUATE<B, A> || k_DIFFER<A, B> ||
-                                   k_DIFFER<B, A> || k_ORDER<A, B> || k_ORDER<B, A>);
+constexpr bool kNeverCompare = !(kEquate<A, B> || kEquate<B, A> || kDiffer<A, B> || kDiffer<B, A> ||
+                                 kOrder<A, B> || kOrder<B, A>);
 
-static_assert(k_COMPARE<WString, const wchar_t*> && k_COMPARE<const wchar_t*, WString>);
-static_assert(k_COMPARE<String, const char*> && k_COMPARE<const char*, String>);
-static_assert(k_NEVER_COMPARE<WString, const char*>);
-static_assert(k_NEVER_COMPARE<String, const wchar_t*>);
-static_assert(k_NEVER_COMPARE<CountedString, const wchar_t*>);
-static_assert(k_NEVER_COMPARE<Utf8String, const wchar_t*>);
-static_assert(k_NEVER_COMPARE<WString, String>);
+static_assert(kCompare<WString, const wchar_t*> && kCompare<const wchar_t*, WString>);
+static_assert(kCompare<String, const char*> && kCompare<const char*, String>);
+static_assert(kNeverCompare<WString, const char*>);
+static_assert(kNeverCompare<String, const wchar_t*>);
+static_assert(kNeverCompare<CountedString, const wchar_t*>);
+static_assert(kNeverCompare<Utf8String, const wchar_t*>);
+static_assert(kNeverCompare<WString, String>);
 
 TYPED_TEST(StringComparison, OperatorsFollowCompare) {
-  for (const Row& row : k_ROWS) {
+  for (const Row& row : kRows) {
     SCOPED_TRACE(std::string(row.a) + " and " + row.b);
     const auto a = FromAscii<TypeParam>(row.a);
     const auto b = FromAscii<TypeParam>(row.b);

@@ -12,7 +12,7 @@ using qv::kit::CountedString;
 using qv::kit::String;
 using qv::kit::Utf8String;
 using qv::kit::WString;
-using qv::test::ToAscii;
+using qv::tests::ToAscii;
 
 // The locale is part of what is converted, and each test has a process of its own to set it in.
 class StringConversion : public testing::Test {

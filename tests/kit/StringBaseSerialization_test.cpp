@@ -22,8 +22,8 @@ using qv::kit::WString;
 using qv::kit::exception::BufferOverflow;
 using qv::kit::exception::DeserializationError;
 using qv::kit::exception::InvalidSequence;
-using qv::test::FromAscii;
-using qv::test::ToAscii;
+using qv::tests::FromAscii;
+using qv::tests::ToAscii;
 using testing::ElementsAre;
 
 using Bytes = std::vector<unsigned char>;

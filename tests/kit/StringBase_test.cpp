@@ -22,7 +22,7 @@ using qv::kit::Utf8String;
 using qv::kit::WString;
 using qv::kit::exception::OutOfRange;
 using qv::kit::exception::OutOfRange2;
-using qv::test::ToAscii;
+using qv::tests::ToAscii;
 
 constexpr std::uint32_t npos = 0xFFFFFFFFU;
 

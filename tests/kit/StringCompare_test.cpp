@@ -16,8 +16,8 @@ namespace {
 using namespace qv::kit;
 using namespace qv::kit::osdep;
 
-constexpr std::int32_t k_MOST = std::numeric_limits<std::int32_t>::max();
-constexpr std::int32_t k_LEAST = std::numeric_limits<std::int32_t>::min();
+constexpr std::int32_t kMost = std::numeric_limits<std::int32_t>::max();
+constexpr std::int32_t kLeast = std::numeric_limits<std::int32_t>::min();
 
 template <typename CharT>
 std::int32_t CaseCompare(const std::basic_string<CharT>& a, const std::basic_string<CharT>& b) {
@@ -160,23 +160,22 @@ TEST(StringCaseCompare, NarrowCharactersMapAsTheCLibraryMapsThemInTheCLocale) {
 TEST(StringCaseCompare, LengthsNear32BitsKeepTheirSign) {
   const ReservedRange<wchar_t> wide(0xFFFFFFFF);
   const ReservedRange<char> narrow(0xFFFFFFFF);
-  EXPECT_EQ(StringCaseCompare(wide.begin(), wide.end(), wide.begin(), wide.begin()), k_MOST);
-  EXPECT_EQ(StringCaseCompare(wide.begin(), wide.begin(), wide.begin(), wide.end()), k_LEAST);
-  EXPECT_EQ(StringCaseCompare(narrow.begin(), narrow.end(), narrow.begin(), narrow.begin()),
-            k_MOST);
+  EXPECT_EQ(StringCaseCompare(wide.begin(), wide.end(), wide.begin(), wide.begin()), kMost);
+  EXPECT_EQ(StringCaseCompare(wide.begin(), wide.begin(), wide.begin(), wide.end()), kLeast);
+  EXPECT_EQ(StringCaseCompare(narrow.begin(), narrow.end(), narrow.begin(), narrow.begin()), kMost);
   EXPECT_EQ(StringCaseCompare(narrow.begin(), narrow.begin(), narrow.begin(), narrow.end()),
-            k_LEAST);
+            kLeast);
 }
 
 TEST(StringCaseCompare, LengthsAreExactAsFarAs32BitsGo) {
   const ReservedRange<char> range(0x80000001);
   const char* begin = range.begin();
-  EXPECT_EQ(StringCaseCompare(begin, begin + 0x7FFFFFFF, begin, begin), k_MOST);
-  EXPECT_EQ(StringCaseCompare(begin, begin + 0x7FFFFFFE, begin, begin), k_MOST - 1);
-  EXPECT_EQ(StringCaseCompare(begin, begin + 0x80000000, begin, begin), k_MOST);
-  EXPECT_EQ(StringCaseCompare(begin, begin, begin, begin + 0x7FFFFFFF), k_LEAST + 1);
-  EXPECT_EQ(StringCaseCompare(begin, begin, begin, begin + 0x80000000), k_LEAST);
-  EXPECT_EQ(StringCaseCompare(begin, begin, begin, begin + 0x80000001), k_LEAST);
+  EXPECT_EQ(StringCaseCompare(begin, begin + 0x7FFFFFFF, begin, begin), kMost);
+  EXPECT_EQ(StringCaseCompare(begin, begin + 0x7FFFFFFE, begin, begin), kMost - 1);
+  EXPECT_EQ(StringCaseCompare(begin, begin + 0x80000000, begin, begin), kMost);
+  EXPECT_EQ(StringCaseCompare(begin, begin, begin, begin + 0x7FFFFFFF), kLeast + 1);
+  EXPECT_EQ(StringCaseCompare(begin, begin, begin, begin + 0x80000000), kLeast);
+  EXPECT_EQ(StringCaseCompare(begin, begin, begin, begin + 0x80000001), kLeast);
 }
 
 TEST(CLocaleStringCaseCompare, IsTheComparisonOfWideText) {
@@ -227,12 +226,12 @@ TEST(StringExactCompare, OrdersWideCharactersAsSignedAndNarrowOnesAsUnsigned) {
 TEST(StringExactCompare, LengthsNear32BitsKeepTheirSign) {
   const ReservedRange<wchar_t> wide(0xFFFFFFFF);
   const ReservedRange<char> narrow(0xFFFFFFFF);
-  EXPECT_EQ(StringExactCompare(wide.begin(), wide.end(), wide.begin(), wide.begin()), k_MOST);
-  EXPECT_EQ(StringExactCompare(wide.begin(), wide.begin(), wide.begin(), wide.end()), k_LEAST);
+  EXPECT_EQ(StringExactCompare(wide.begin(), wide.end(), wide.begin(), wide.begin()), kMost);
+  EXPECT_EQ(StringExactCompare(wide.begin(), wide.begin(), wide.begin(), wide.end()), kLeast);
   EXPECT_EQ(StringExactCompare(narrow.begin(), narrow.end(), narrow.begin(), narrow.begin()),
-            k_MOST);
+            kMost);
   EXPECT_EQ(StringExactCompare(narrow.begin(), narrow.begin(), narrow.begin(), narrow.end()),
-            k_LEAST);
+            kLeast);
 }
 
 TEST(Utf8StringCaseInsensitiveCompare, IgnoresTheCaseOfTheLettersAToZOnly) {
@@ -283,10 +282,10 @@ TEST(Utf8StringCaseInsensitiveCompare, LengthsNear32BitsKeepTheirSign) {
   const ReservedRange<unsigned char> range(0xFFFFFFFF);
   EXPECT_EQ(
       Utf8StringCaseInsensitiveCompare(range.begin(), range.end(), range.begin(), range.begin()),
-      k_MOST);
+      kMost);
   EXPECT_EQ(
       Utf8StringCaseInsensitiveCompare(range.begin(), range.begin(), range.begin(), range.end()),
-      k_LEAST);
+      kLeast);
 }
 
 TEST(Utf8StringExactCompare, TellsCaseApart) {

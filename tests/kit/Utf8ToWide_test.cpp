@@ -18,29 +18,29 @@ namespace {
 // The end of the output is only compared with: callers may have it as a pointer to const.
 using Decoder = std::uint32_t (*)(const unsigned char*, const unsigned char*, wchar_t*,
                                   const wchar_t*);
-[[maybe_unused]] constexpr Decoder k_DECODERS[] = {&qv::kit::Utf8ToWide,
-                                                   &qv::kit::Utf8ToWideNoOverflow};
+[[maybe_unused]] constexpr Decoder kDecoders[] = {&qv::kit::Utf8ToWide,
+                                                  &qv::kit::Utf8ToWideNoOverflow};
 
 using namespace qv::kit;
 using Buffer = ExactBuffer<unsigned char>;
 using WideBuffer = ExactBuffer<wchar_t>;
 using reference::Bytes;
 
-constexpr auto k_UNTOUCHED = static_cast<wchar_t>(0x5A5A5A5A);
+constexpr auto kUntouched = static_cast<wchar_t>(0x5A5A5A5A);
 
 // The value of bytes as one whole character.
 std::uint32_t Character(const Buffer& bytes) {
-  wchar_t character = k_UNTOUCHED;
+  wchar_t character = kUntouched;
   const unsigned char* past = ConvertNextUtf8Character(bytes.begin(), bytes.end(), character);
   EXPECT_EQ(past, bytes.end());
   return static_cast<std::uint32_t>(character);
 }
 
 void ExpectInvalid(const Buffer& bytes) {
-  wchar_t character = k_UNTOUCHED;
+  wchar_t character = kUntouched;
   EXPECT_THROW(ConvertNextUtf8Character(bytes.begin(), bytes.end(), character),
                exception::InvalidSequence);
-  EXPECT_EQ(character, k_UNTOUCHED);
+  EXPECT_EQ(character, kUntouched);
 }
 
 // All of Utf8ToWide.h on one input against the reference.
@@ -65,7 +65,7 @@ void ExpectAgreement(const Bytes& input) {
 
 void ExpectAgreementOnFirstCharacter(const Bytes& input, const Buffer& bytes) {
   const auto expected = reference::DecodeOne(input, 0);
-  wchar_t character = k_UNTOUCHED;
+  wchar_t character = kUntouched;
   const unsigned char* past = nullptr;
   try {
     past = ConvertNextUtf8Character(bytes.begin(), bytes.end(), character);
@@ -80,21 +80,21 @@ void ExpectAgreementOnFirstCharacter(const Bytes& input, const Buffer& bytes) {
 }
 
 TEST(ConvertNextUtf8Character, ANullPointerGivesZeroAndNull) {
-  wchar_t character = k_UNTOUCHED;
+  wchar_t character = kUntouched;
   EXPECT_EQ(ConvertNextUtf8Character(nullptr, nullptr, character), nullptr);
   EXPECT_EQ(character, L'\0');
 }
 
 TEST(ConvertNextUtf8Character, TheEndGivesZeroAndThePointerUnchanged) {
   const Buffer bytes{'a'};
-  wchar_t character = k_UNTOUCHED;
+  wchar_t character = kUntouched;
   EXPECT_EQ(ConvertNextUtf8Character(bytes.end(), bytes.end(), character), bytes.end());
   EXPECT_EQ(character, L'\0');
 }
 
 TEST(ConvertNextUtf8Character, TakesOneCharacterAndLeavesTheRest) {
   const Buffer bytes{0xC3, 0xA9, 'x'};
-  wchar_t character = k_UNTOUCHED;
+  wchar_t character = kUntouched;
   EXPECT_EQ(ConvertNextUtf8Character(bytes.begin(), bytes.end(), character), bytes.begin() + 2);
   EXPECT_EQ(character, static_cast<wchar_t>(0xE9));
 }
@@ -222,13 +222,13 @@ TEST(ConvertNextUtf8Character, AgreesWithTheReferenceOnEveryOneAndTwoBytes) {
 }
 
 TEST(ConvertNextUtf8Character, AgreesWithTheReferenceOnLongerSequencesWithBoundaryBytes) {
-  constexpr unsigned char k_BYTES[] = {0x00, 0x7F, 0x80, 0x83, 0x84, 0x8F,
-                                       0x90, 0x9F, 0xA0, 0xBF, 0xC0, 0xFF};
+  constexpr unsigned char kBytes[] = {0x00, 0x7F, 0x80, 0x83, 0x84, 0x8F,
+                                      0x90, 0x9F, 0xA0, 0xBF, 0xC0, 0xFF};
   Buffer bytes(6);
   for (unsigned lead = 0xE0; lead < 256; ++lead) {
     bytes.begin()[0] = static_cast<unsigned char>(lead);
-    for (const unsigned char second : k_BYTES) {
-      for (const unsigned char third : k_BYTES) {
+    for (const unsigned char second : kBytes) {
+      for (const unsigned char third : kBytes) {
         for (const unsigned char later : Bytes{0x7F, 0x80, 0xBF, 0xC0}) {
           std::fill(bytes.begin(), bytes.end(), static_cast<unsigned char>(0x80));
           bytes.begin()[0] = static_cast<unsigned char>(lead);
@@ -262,9 +262,9 @@ TEST(Utf8ToWide, WritesNothingForAnEmptyRange) {
 TEST(Utf8ToWide, LeavesTheRoomThatItDoesNotNeed) {
   const Buffer bytes{'a', 'b'};
   WideBuffer out(4);
-  std::fill(out.begin(), out.end(), k_UNTOUCHED);
+  std::fill(out.begin(), out.end(), kUntouched);
   EXPECT_EQ(Utf8ToWide(bytes.begin(), bytes.end(), out.begin(), out.end()), 2U);
-  EXPECT_EQ(out.vector(), (std::vector<wchar_t>{L'a', L'b', k_UNTOUCHED, k_UNTOUCHED}));
+  EXPECT_EQ(out.vector(), (std::vector<wchar_t>{L'a', L'b', kUntouched, kUntouched}));
 }
 
 TEST(Utf8ToWide, ThrowsBufferOverflowWhenInputRemains) {

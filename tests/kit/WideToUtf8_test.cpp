@@ -17,8 +17,8 @@ namespace {
 // The end of the output is only compared with: callers may have it as a pointer to const.
 using Encoder = std::uint32_t (*)(const wchar_t*, const wchar_t*, unsigned char*,
                                   const unsigned char*);
-[[maybe_unused]] constexpr Encoder k_ENCODERS[] = {&qv::kit::WideToUtf8,
-                                                   &qv::kit::WideToUtf8NoOverflow};
+[[maybe_unused]] constexpr Encoder kEncoders[] = {&qv::kit::WideToUtf8,
+                                                  &qv::kit::WideToUtf8NoOverflow};
 
 using namespace qv::kit;
 using Buffer = ExactBuffer<unsigned char>;

@@ -23,7 +23,7 @@ struct DecoderRow {
   unsigned secondAtLeast;  // the others need at least this
 };
 
-inline constexpr DecoderRow k_DECODER_ROWS[] = {
+inline constexpr DecoderRow kDecoderRows[] = {
     {0x00, 0x7F, 1, 7, 0x00, 0},    {0x80, 0xC1, 0, 0, 0x00, 0},    {0xC2, 0xDF, 2, 5, 0xC2, 0},
     {0xE0, 0xEF, 3, 4, 0xE1, 0xA0}, {0xF0, 0xF7, 4, 3, 0xF1, 0x90}, {0xF8, 0xFD, 6, 1, 0xFD, 0x84},
     {0xFE, 0xFF, 0, 0, 0x00, 0},
@@ -32,7 +32,7 @@ inline constexpr DecoderRow k_DECODER_ROWS[] = {
 /// The character at position; nothing where the bytes are no character.
 inline std::optional<Character> DecodeOne(const Bytes& bytes, std::size_t position) {
   const unsigned lead = bytes.at(position);
-  for (const DecoderRow& row : k_DECODER_ROWS) {
+  for (const DecoderRow& row : kDecoderRows) {
     if (lead < row.firstLead || lead > row.lastLead) continue;
     if (row.length == 0 || position + row.length > bytes.size()) return std::nullopt;
     std::uint32_t value = lead % (1U << row.leadBits);
@@ -65,14 +65,14 @@ struct EncoderRow {
   unsigned prefix;  // of the lead byte
 };
 
-inline constexpr EncoderRow k_ENCODER_ROWS[] = {
+inline constexpr EncoderRow kEncoderRows[] = {
     {0x7F, 1, 0x00},     {0x7FF, 2, 0xC0},     {0xFFFF, 3, 0xE0},
     {0x1FFFFF, 4, 0xF0}, {0x3FFFFFF, 5, 0xF8}, {0x7FFFFFFF, 6, 0xFC},
 };
 
 /// The bytes of one character, "?" for one that has none.
 inline Bytes EncodeOne(std::uint32_t value) {
-  for (const EncoderRow& row : k_ENCODER_ROWS) {
+  for (const EncoderRow& row : kEncoderRows) {
     if (value > row.last) continue;
     Bytes bytes(row.length);
     for (std::size_t i = row.length - 1; i > 0; --i) {

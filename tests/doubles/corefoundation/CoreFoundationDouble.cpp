@@ -56,7 +56,7 @@ struct CoreFoundationDouble::State {
   std::map<std::pair<std::int16_t, std::uint32_t>, std::string> folders;
   std::unique_ptr<DoubleBundle> mainBundle;
   std::string processLocation;
-  CFStringEncoding systemEncoding = k_LATIN1;
+  CFStringEncoding systemEncoding = kLatin1;
   std::int16_t currentProcessResult = 0;
   std::int32_t processLocationResult = 0;
   std::set<std::string> failing;
@@ -129,11 +129,11 @@ std::string Encode(char32_t character, CFStringEncoding encoding) {
   switch (encoding) {
     case kCFStringEncodingUTF32LE:
       return {byte(character), byte(character >> 8), byte(character >> 16), byte(character >> 24)};
-    case k_ASCII:
+    case kAscii:
       return character < 0x80 ? std::string{byte(character)} : "";
-    case k_LATIN1:
+    case kLatin1:
       return character < 0x100 ? std::string{byte(character)} : "";
-    case k_UTF8: {
+    case kUtf8: {
       if (character < 0x80) return {byte(character)};
       const char last = byte(0x80 | (character & 0x3F));
       if (character < 0x800) return {byte(0xC0 | character >> 6), last};
@@ -157,7 +157,7 @@ std::optional<std::pair<char32_t, std::size_t>> Decode(const std::string& bytes,
   if (encoding == kCFStringEncodingUTF32LE) {
     character |= byte(1) << 8 | byte(2) << 16 | byte(3) << 24;
     length = 4;
-  } else if (encoding == k_UTF8 && character >= 0x80) {
+  } else if (encoding == kUtf8 && character >= 0x80) {
     length = character >= 0xF0 ? 4 : character >= 0xE0 ? 3 : 2;
     character &= 0x7FU >> length;
     for (std::size_t at = 1; at < length; ++at) {
@@ -174,7 +174,7 @@ std::optional<std::pair<char32_t, std::size_t>> Decode(const std::string& bytes,
 std::string Utf8(CFStringRef string) {
   std::string text;
   for (std::size_t position = 0; position < string->units.size();)
-    text += Encode(Next(string->units, position), k_UTF8);
+    text += Encode(Next(string->units, position), kUtf8);
   return text;
 }
 
@@ -311,7 +311,7 @@ CFIndex CFStringGetBytes(CFStringRef string, CFRange range, CFStringEncoding enc
 CFIndex CFStringGetMaximumSizeForEncoding(CFIndex length, CFStringEncoding encoding) {
   Enter("CFStringGetMaximumSizeForEncoding", length, encoding);
   if (State().fails("CFStringGetMaximumSizeForEncoding")) return -1;
-  return encoding == k_UTF8 ? length * 3 : length;
+  return encoding == kUtf8 ? length * 3 : length;
 }
 
 CFStringEncoding CFStringGetSystemEncoding() {
@@ -347,7 +347,7 @@ CFURLRef CFURLCreateFromFSRef(CFAllocatorRef allocator, const FSRef* place) {
 
 CFStringRef CFURLCopyFileSystemPath(CFURLRef url, CFURLPathStyle style) {
   if (!Enter("CFURLCopyFileSystemPath", Alive(url)->path, style)) return nullptr;
-  return NewString(url->path, k_UTF8);
+  return NewString(url->path, kUtf8);
 }
 
 CFBundleRef CFBundleCreate(CFAllocatorRef allocator, CFURLRef url) {

@@ -10,9 +10,9 @@
 namespace qv::tests {
 
 /// Encodings that a system can be set to.
-constexpr CFStringEncoding k_ASCII = 0x0600;
-constexpr CFStringEncoding k_LATIN1 = 0x0201;
-constexpr CFStringEncoding k_UTF8 = 0x08000100;
+constexpr CFStringEncoding kAscii = 0x0600;
+constexpr CFStringEncoding kLatin1 = 0x0201;
+constexpr CFStringEncoding kUtf8 = 0x08000100;
 
 /// The Core Foundation and Carbon of a program that links it. One object at a time, and no call
 /// without one.
@@ -27,7 +27,7 @@ class CoreFoundationDouble {
   ~CoreFoundationDouble();
 
   /// There are no standard folders, no main bundle and no bundle of the process until a test says
-  /// so. The system encoding is k_LATIN1.
+  /// so. The system encoding is kLatin1.
   void addFolder(std::int16_t domain, std::uint32_t type, const std::string& path);
   void setMainBundle(const std::string& path);
   void setProcessLocation(const std::string& path);

@@ -19,8 +19,8 @@
 namespace {
 
 using namespace qv::kit;
-using qv::test::FailingAllocator;
-using qv::test::FailingMutexes;
+using qv::tests::FailingAllocator;
+using qv::tests::FailingMutexes;
 using testing::ElementsAre;
 
 constexpr unsigned char kLong[] = {5, 0, 0, 0, '1', '2', '3', '4', '5'};

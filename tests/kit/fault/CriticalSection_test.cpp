@@ -14,8 +14,8 @@ namespace {
 
 using qv::kit::osdep::AtomicInt;
 using qv::kit::osdep::CriticalSection;
-using qv::test::FailingAllocator;
-using qv::test::FailingMutexes;
+using qv::tests::FailingAllocator;
+using qv::tests::FailingMutexes;
 using Call = FailingMutexes::Call;
 
 TEST(CriticalSectionWithoutResources, MakesAndDestroysOneMutexAndItsAttributes) {

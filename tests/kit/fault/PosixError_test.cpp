@@ -11,7 +11,7 @@
 namespace {
 
 using qv::kit::osdep::PosixError;
-using qv::test::FailingAllocator;
+using qv::tests::FailingAllocator;
 
 TEST(PosixError, ReadsErrnoOnceBeforeTheMemoryForItsTextChangesIt) {
   const std::string text = std::strerror(ENOENT);

@@ -11,7 +11,7 @@
 namespace {
 
 using namespace qv::kit;
-using qv::test::FailingAllocator;
+using qv::tests::FailingAllocator;
 
 // Code 7, message "ab", history of one element with code 5 and message "c".
 constexpr unsigned char kBytes[] = {7, 0, 0, 0, 2, 0, 0, 0, 'a', 'b', 1,  0,

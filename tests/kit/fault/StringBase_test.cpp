@@ -26,9 +26,9 @@ using qv::kit::Utf8String;
 using qv::kit::WString;
 using qv::kit::exception::BoundExceeded2;
 using qv::kit::exception::OutOfRange;
-using qv::test::FailingAllocator;
-using qv::test::FromAscii;
-using qv::test::ToAscii;
+using qv::tests::FailingAllocator;
+using qv::tests::FromAscii;
+using qv::tests::ToAscii;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -228,14 +228,14 @@ class HugeString {
   alignas(S) unsigned char object_[sizeof(S)];
 };
 
-constexpr std::size_t k_HUGE = std::size_t{1} << 30;
+constexpr std::size_t kHuge = std::size_t{1} << 30;
 
 /// Refuses what is huge, and skips where such a string has no room in the address space.
 class HugeStrings : public testing::Test {
  protected:
   void SetUp() override {
     if (sizeof(void*) == 4) GTEST_SKIP() << "no address space for strings of 2^31 bytes";
-    allocator_.FailSizesFrom(k_HUGE);
+    allocator_.FailSizesFrom(kHuge);
   }
   FailingAllocator allocator_;
 };

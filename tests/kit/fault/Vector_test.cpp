@@ -11,7 +11,7 @@
 namespace {
 
 using namespace qv::kit;
-using qv::test::FailingAllocator;
+using qv::tests::FailingAllocator;
 using testing::ElementsAre;
 
 Vector<int> OneTwoThree() {

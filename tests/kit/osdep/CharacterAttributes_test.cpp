@@ -15,7 +15,7 @@ using namespace qv::kit;
 using namespace qv::kit::osdep;
 
 // Asked before main, in whatever order static initializers run.
-const bool k_ASKED_BEFORE_MAIN =
+const bool kAskedBeforeMain =
     CharacterAttributes<char>().isAlpha('a') && !CharacterAttributes<wchar_t>().isAlpha(L'1');
 
 // The classes of the C locale, as the C standard lists their members.
@@ -27,16 +27,16 @@ struct Classes {
   bool isGraph() const { return isAlnum() || isPunct; }
 };
 
-constexpr char k_LOWER[] = "abcdefghijklmnopqrstuvwxyz";
-constexpr char k_UPPER[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZ";
+constexpr char kLower[] = "abcdefghijklmnopqrstuvwxyz";
+constexpr char kUpper[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZ";
 
 bool IsOneOf(std::uint32_t value, const std::string& members) {
   return value > 0 && value < 128 && members.find(static_cast<char>(value)) != std::string::npos;
 }
 
 Classes ClassesOf(std::uint32_t value) {
-  return {IsOneOf(value, k_LOWER),
-          IsOneOf(value, k_UPPER),
+  return {IsOneOf(value, kLower),
+          IsOneOf(value, kUpper),
           IsOneOf(value, "0123456789"),
           IsOneOf(value, "0123456789abcdefABCDEF"),
           IsOneOf(value, " \t\n\v\f\r"),
@@ -138,7 +138,7 @@ TEST(CharacterAttributes, ACopyAnswersTheSame) {
 }
 
 TEST(CharacterAttributes, AnswersBeforeMain) {
-  EXPECT_TRUE(k_ASKED_BEFORE_MAIN);
+  EXPECT_TRUE(kAskedBeforeMain);
 }
 
 TEST(GetDefaultSystemLocaleHelper, IsTheClassicLocaleOnceForAllThreads) {

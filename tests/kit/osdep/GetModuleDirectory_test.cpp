@@ -25,7 +25,7 @@ using qv::tests::Exactly;
 using qv::tests::PluginFile;
 using qv::tests::TemporaryDirectory;
 
-void* const k_ANY_ADDRESS = reinterpret_cast<void*>(std::intptr_t{-1});
+void* const kAnyAddress = reinterpret_cast<void*>(std::intptr_t{-1});
 
 std::wstring ExecutableAsTheSystemHasIt() {
   return std::filesystem::read_symlink("/proc/self/exe").wstring();
@@ -45,7 +45,7 @@ TEST(GetModuleDirectory, GivesTheDirectoryOfTheExecutableForANullAddress) {
 }
 
 TEST(GetModuleDirectory, GivesTheDirectoryOfTheProgramThatItIsLinkedInto) {
-  const WString directory = GetModuleDirectory(k_ANY_ADDRESS);
+  const WString directory = GetModuleDirectory(kAnyAddress);
   EXPECT_TRUE(std::filesystem::equivalent(Exactly(directory), Exactly(GetExeDirectory())));
   EXPECT_EQ(directory[0], L'/');
   EXPECT_EQ(directory[directory.length() - 1], L'/');
@@ -71,7 +71,7 @@ class Whereabouts : public testing::Test {
 };
 
 TEST_F(Whereabouts, GivesTheDirectoryOfTheLibraryThatItIsLinkedInto) {
-  EXPECT_EQ(ask(directory_.wide("where.dylib"), k_ANY_ADDRESS), Exactly(directory_.wide()) + L"/");
+  EXPECT_EQ(ask(directory_.wide("where.dylib"), kAnyAddress), Exactly(directory_.wide()) + L"/");
 }
 
 TEST_F(Whereabouts, LooksAtNoAddressButNull) {
@@ -86,7 +86,7 @@ TEST_F(Whereabouts, GivesTheDirectoryOfTheExecutableForANullAddressInALibraryToo
 TEST_F(Whereabouts, MakesTheDirectoryOfALibraryLoadedByARelativePathAbsolute) {
   const std::filesystem::path before = std::filesystem::current_path();
   std::filesystem::current_path(directory_.path());
-  const std::wstring found = ask(L"./where.dylib", k_ANY_ADDRESS);
+  const std::wstring found = ask(L"./where.dylib", kAnyAddress);
   std::filesystem::current_path(before);
   EXPECT_TRUE(std::filesystem::equivalent(found, directory_.path()));
   EXPECT_EQ(found.front(), L'/');
@@ -99,8 +99,8 @@ TEST_F(Whereabouts, SeesALibraryLoadedByARelativePathFromTheDirectoryOfTheMoment
   std::filesystem::current_path(directory_.path());
   library_.load(L"./where.dylib");
   std::filesystem::current_path(other.path());
-  const std::wstring found = reinterpret_cast<Function>(
-      library_.getFunctionPointer("qv_whereabouts", false))(k_ANY_ADDRESS);
+  const std::wstring found =
+      reinterpret_cast<Function>(library_.getFunctionPointer("qv_whereabouts", false))(kAnyAddress);
   std::filesystem::current_path(before);
   EXPECT_TRUE(std::filesystem::equivalent(found, other.path()));
 }

@@ -16,9 +16,9 @@ using namespace qv::kit::osdep;
 using qv::tests::Exactly;
 
 template <typename T>
-constexpr T k_LEAST = std::numeric_limits<T>::min();
+constexpr T kLeast = std::numeric_limits<T>::min();
 template <typename T>
-constexpr T k_MOST = std::numeric_limits<T>::max();
+constexpr T kMost = std::numeric_limits<T>::max();
 
 std::wstring Ones(std::size_t count) {
   return std::wstring(count, L'1');
@@ -50,10 +50,10 @@ TEST(UInt64ToString, HasAllThirtySixDigits) {
 }
 
 TEST(UInt64ToString, TheLargestValueFitsInEveryBase) {
-  EXPECT_EQ(Exactly(UInt64ToString(k_MOST<std::uint64_t>, 2)), Ones(64));
-  EXPECT_EQ(Exactly(UInt64ToString(k_MOST<std::uint64_t>, 10)), L"18446744073709551615");
-  EXPECT_EQ(Exactly(UInt64ToString(k_MOST<std::uint64_t>, 16)), L"FFFFFFFFFFFFFFFF");
-  EXPECT_EQ(Exactly(UInt64ToString(k_MOST<std::uint64_t>, 36)), L"3W5E11264SGSF");
+  EXPECT_EQ(Exactly(UInt64ToString(kMost<std::uint64_t>, 2)), Ones(64));
+  EXPECT_EQ(Exactly(UInt64ToString(kMost<std::uint64_t>, 10)), L"18446744073709551615");
+  EXPECT_EQ(Exactly(UInt64ToString(kMost<std::uint64_t>, 16)), L"FFFFFFFFFFFFFFFF");
+  EXPECT_EQ(Exactly(UInt64ToString(kMost<std::uint64_t>, 36)), L"3W5E11264SGSF");
 }
 
 TEST(UInt64ToString, IsReadBackByTheCLibraryInEveryBase) {
@@ -67,24 +67,24 @@ TEST(UInt64ToString, IsReadBackByTheCLibraryInEveryBase) {
 }
 
 TEST(UIntToString, IsThe32BitForm) {
-  EXPECT_EQ(Exactly(UIntToString(k_MOST<std::uint32_t>, 2)), Ones(32));
+  EXPECT_EQ(Exactly(UIntToString(kMost<std::uint32_t>, 2)), Ones(32));
   EXPECT_EQ(Exactly(UIntToString(4294967295U, 10)), L"4294967295");
 }
 
 TEST(UnsignedToString, TheLargestValueOfEachWidthFitsInBase2) {
-  EXPECT_EQ(Exactly(UInt32ToString(k_MOST<std::uint32_t>, 2)), Ones(32));
-  EXPECT_EQ(Exactly(UInt16ToString(k_MOST<std::uint16_t>, 2)), Ones(16));
-  EXPECT_EQ(Exactly(UInt8ToString(k_MOST<std::uint8_t>, 2)), Ones(8));
+  EXPECT_EQ(Exactly(UInt32ToString(kMost<std::uint32_t>, 2)), Ones(32));
+  EXPECT_EQ(Exactly(UInt16ToString(kMost<std::uint16_t>, 2)), Ones(16));
+  EXPECT_EQ(Exactly(UInt8ToString(kMost<std::uint8_t>, 2)), Ones(8));
 }
 
 TEST(UnsignedToString, TheLargestValueOfEachWidthHasNoSign) {
-  EXPECT_EQ(Exactly(UInt16ToString(k_MOST<std::uint16_t>, 10)), L"65535");
-  EXPECT_EQ(Exactly(UInt8ToString(k_MOST<std::uint8_t>, 10)), L"255");
+  EXPECT_EQ(Exactly(UInt16ToString(kMost<std::uint16_t>, 10)), L"65535");
+  EXPECT_EQ(Exactly(UInt8ToString(kMost<std::uint8_t>, 10)), L"255");
 }
 
 TEST(SignedToString, PositiveValuesAreWrittenAsUnsignedOnes) {
-  EXPECT_EQ(Exactly(Int64ToString(k_MOST<std::int64_t>, 10)), L"9223372036854775807");
-  EXPECT_EQ(Exactly(Int32ToString(k_MOST<std::int32_t>, 16)), L"7FFFFFFF");
+  EXPECT_EQ(Exactly(Int64ToString(kMost<std::int64_t>, 10)), L"9223372036854775807");
+  EXPECT_EQ(Exactly(Int32ToString(kMost<std::int32_t>, 16)), L"7FFFFFFF");
   EXPECT_EQ(Exactly(IntToString(42, 10)), L"42");
   EXPECT_EQ(Exactly(Int16ToString(32767, 10)), L"32767");
   EXPECT_EQ(Exactly(Int8ToString(127, 2)), Ones(7));
@@ -112,18 +112,18 @@ TEST(SignedToString, ANegativeValueIsTheBitPatternOfItsWidthInOtherBases) {
 }
 
 TEST(SignedToString, TheSmallestValueOfEachWidthIsRightInBase10) {
-  EXPECT_EQ(Exactly(Int64ToString(k_LEAST<std::int64_t>, 10)), L"-9223372036854775808");
-  EXPECT_EQ(Exactly(Int32ToString(k_LEAST<std::int32_t>, 10)), L"-2147483648");
-  EXPECT_EQ(Exactly(IntToString(k_LEAST<std::int32_t>, 10)), L"-2147483648");
-  EXPECT_EQ(Exactly(Int16ToString(k_LEAST<std::int16_t>, 10)), L"-32768");
-  EXPECT_EQ(Exactly(Int8ToString(k_LEAST<std::int8_t>, 10)), L"-128");
+  EXPECT_EQ(Exactly(Int64ToString(kLeast<std::int64_t>, 10)), L"-9223372036854775808");
+  EXPECT_EQ(Exactly(Int32ToString(kLeast<std::int32_t>, 10)), L"-2147483648");
+  EXPECT_EQ(Exactly(IntToString(kLeast<std::int32_t>, 10)), L"-2147483648");
+  EXPECT_EQ(Exactly(Int16ToString(kLeast<std::int16_t>, 10)), L"-32768");
+  EXPECT_EQ(Exactly(Int8ToString(kLeast<std::int8_t>, 10)), L"-128");
 }
 
 TEST(SignedToString, TheSmallestValueOfEachWidthIsAOneAndZerosInBase2) {
-  EXPECT_EQ(Exactly(Int64ToString(k_LEAST<std::int64_t>, 2)), OneAndZeros(63));
-  EXPECT_EQ(Exactly(Int32ToString(k_LEAST<std::int32_t>, 2)), OneAndZeros(31));
-  EXPECT_EQ(Exactly(Int16ToString(k_LEAST<std::int16_t>, 2)), OneAndZeros(15));
-  EXPECT_EQ(Exactly(Int8ToString(k_LEAST<std::int8_t>, 2)), OneAndZeros(7));
+  EXPECT_EQ(Exactly(Int64ToString(kLeast<std::int64_t>, 2)), OneAndZeros(63));
+  EXPECT_EQ(Exactly(Int32ToString(kLeast<std::int32_t>, 2)), OneAndZeros(31));
+  EXPECT_EQ(Exactly(Int16ToString(kLeast<std::int16_t>, 2)), OneAndZeros(15));
+  EXPECT_EQ(Exactly(Int8ToString(kLeast<std::int8_t>, 2)), OneAndZeros(7));
 }
 
 TEST(IntegerToString, ABaseOutside2To36ThrowsUnableToConvert) {

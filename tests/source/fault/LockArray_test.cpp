@@ -11,7 +11,7 @@
 
 namespace {
 
-using qv::test::FailingMutexes;
+using qv::tests::FailingMutexes;
 using qvsslinit::LockArray;
 
 TEST(LockArray, DestroysTheLastLockFirst) {
@@ -29,7 +29,7 @@ TEST(LockArray, KeepsTheOldLocksWhereThereIsNoMemoryForNewOnes) {
     const auto* const old = locks.at(0);
     bool failed = false;
     {
-      qv::test::FailingAllocator allocator;
+      qv::tests::FailingAllocator allocator;
       allocator.FailCall(n);
       try {
         locks.create(3);
@@ -49,7 +49,7 @@ TEST(LockArray, GivesTheLocksBackThatWereMadeBeforeOneCouldNotBe) {
   FailingMutexes mutexes;
   {
     LockArray locks;
-    qv::test::FailingAllocator allocator;
+    qv::tests::FailingAllocator allocator;
     allocator.FailCall(6);
     EXPECT_THROW(locks.create(3), std::bad_alloc);
     EXPECT_EQ(locks.at(0), nullptr);

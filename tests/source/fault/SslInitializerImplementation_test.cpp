@@ -25,7 +25,7 @@ namespace qvsslinit {
 namespace {
 
 using qv::kit::StatusChain;
-using qv::test::FailingAllocator;
+using qv::tests::FailingAllocator;
 using qv::tests::Journal;
 using testing::ElementsAre;
 using testing::IsEmpty;

@@ -8,7 +8,7 @@
 namespace qv::kit::osdep {
 namespace {
 
-constexpr CFIndex k_CHARACTER_BYTES = sizeof(wchar_t);
+constexpr CFIndex kCharacterBytes = sizeof(wchar_t);
 
 }  // namespace
 
@@ -21,15 +21,15 @@ WString CFStringToString(CFStringRef string) {
   text.resize(SafeInteger<unsigned long>(length).value());
   CFIndex bytes = 0;
   CFStringGetBytes(string, CFRangeMake(0, length), kCFStringEncodingUTF32LE, 0, false,
-                   reinterpret_cast<UInt8*>(text.begin()), length * k_CHARACTER_BYTES, &bytes);
-  text.resize(static_cast<std::uint32_t>(bytes / k_CHARACTER_BYTES));
+                   reinterpret_cast<UInt8*>(text.begin()), length * kCharacterBytes, &bytes);
+  text.resize(static_cast<std::uint32_t>(bytes / kCharacterBytes));
   return text;
 }
 
 CFStringRef StringToCFString(const WString& string) {
   return CFStringCreateWithBytes(
       kCFAllocatorDefault, reinterpret_cast<const UInt8*>(string.begin()),
-      static_cast<CFIndex>(string.length()) * k_CHARACTER_BYTES, kCFStringEncodingUTF32LE, false);
+      static_cast<CFIndex>(string.length()) * kCharacterBytes, kCFStringEncodingUTF32LE, false);
 }
 
 WString CFURLToFilePath(CFURLRef url, CFURLPathStyle pathStyle) {

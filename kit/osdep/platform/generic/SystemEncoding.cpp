@@ -18,7 +18,7 @@ std::uint32_t CarbonAnsiToWide(const char* begin, const char* end, wchar_t* outB
     outEnd = outBegin;
     return 0;
   }
-  IConv(begin, end, ::nl_langinfo(CODESET), outBegin, outEnd, k_WIDE_ENCODING);
+  IConv(begin, end, ::nl_langinfo(CODESET), outBegin, outEnd, kWideEncoding);
   return RangeLength(outBegin, outEnd);
 }
 
@@ -28,7 +28,7 @@ std::uint32_t CarbonWideToAnsi(const wchar_t* begin, const wchar_t* end, char* o
     outEnd = outBegin;
     return 0;
   }
-  IConv(begin, end, k_WIDE_ENCODING, outBegin, outEnd, ::nl_langinfo(CODESET));
+  IConv(begin, end, kWideEncoding, outBegin, outEnd, ::nl_langinfo(CODESET));
   return RangeLength(outBegin, outEnd);
 }
 

@@ -15,7 +15,7 @@ namespace {
 
 using namespace qv::kit;
 using namespace qv::kit::osdep;
-using qv::test::FailingAllocator;
+using qv::tests::FailingAllocator;
 using qv::tests::StagedSystemCalls;
 using qv::tests::SystemCall;
 using qv::tests::TemporaryDirectory;

@@ -89,7 +89,7 @@ std::string NarrowInto(std::size_t room, const std::wstring& text, const std::ve
   g_iconv.steps = steps;
   std::vector<char> out(room);
   char* end = out.data() + room;
-  IConv(text.data(), text.data() + text.size(), k_WIDE_ENCODING, out.data(), end, "UTF-8");
+  IConv(text.data(), text.data() + text.size(), kWideEncoding, out.data(), end, "UTF-8");
   return {out.data(), end};
 }
 
@@ -98,7 +98,7 @@ std::wstring WideInto(std::size_t room, const std::string& text, const std::vect
   g_iconv.steps = steps;
   std::vector<wchar_t> out(room);
   wchar_t* end = out.data() + room;
-  IConv(text.data(), text.data() + text.size(), "UTF-8", out.data(), end, k_WIDE_ENCODING);
+  IConv(text.data(), text.data() + text.size(), "UTF-8", out.data(), end, kWideEncoding);
   return {out.data(), end};
 }
 
@@ -236,7 +236,7 @@ TYPED_TEST(StringOverIConv, ThrowsInvalidLocaleFromEveryConversionAndChangesNoth
   g_iconv.openError = EINVAL;
   for (const auto& [name, operation] : operations) {
     SCOPED_TRACE(name);
-    S string = qv::test::FromAscii<S>("quay");
+    S string = qv::tests::FromAscii<S>("quay");
     const std::uint32_t capacity = string.capacity();
     try {
       operation(string);
@@ -244,7 +244,7 @@ TYPED_TEST(StringOverIConv, ThrowsInvalidLocaleFromEveryConversionAndChangesNoth
     } catch (const exception::InvalidLocale& refusal) {
       EXPECT_STREQ(refusal.what(), "Invalid locale");
     }
-    EXPECT_EQ(qv::test::ToAscii(string), "quay");
+    EXPECT_EQ(qv::tests::ToAscii(string), "quay");
     EXPECT_EQ(string.capacity(), capacity);
   }
 }
@@ -254,20 +254,20 @@ TYPED_TEST(StringOverIConv, NeverOpensItForEmptyText) {
   const auto* null = static_cast<decltype(&this->text_[0])>(nullptr);
   const auto* empty = this->text_ + 1;
   const typename TestFixture::OtherString emptyString;
-  S string = qv::test::FromAscii<S>("quay");
+  S string = qv::tests::FromAscii<S>("quay");
   EXPECT_EQ(S(null).capacity(), 0U);
   EXPECT_EQ(S(empty).capacity(), 0U);
   EXPECT_EQ(S(empty, empty).capacity(), 0U);
   EXPECT_EQ(S(emptyString).capacity(), 0U);
-  EXPECT_EQ(qv::test::ToAscii(S(string.c_str(), emptyString)), "quay");
-  EXPECT_EQ(qv::test::ToAscii(string + empty), "quay");
+  EXPECT_EQ(qv::tests::ToAscii(S(string.c_str(), emptyString)), "quay");
+  EXPECT_EQ(qv::tests::ToAscii(string + empty), "quay");
   string.append(empty);
   string += null;
-  EXPECT_EQ(qv::test::ToAscii(string), "quay");
+  EXPECT_EQ(qv::tests::ToAscii(string), "quay");
   string = empty;
   string = null;
   string = emptyString;
-  EXPECT_EQ(qv::test::ToAscii(string), "");
+  EXPECT_EQ(qv::tests::ToAscii(string), "");
   EXPECT_THAT(g_iconv.opened, testing::IsEmpty());
 }
 

@@ -26,20 +26,20 @@ using qv::tests::TemporaryDirectory;
 using testing::Contains;
 using testing::ElementsAre;
 
-constexpr std::uint32_t k_FRAMEWORKS = 0x6672616D;
-constexpr std::uint32_t k_PRIVATE_FRAMEWORKS = 0x7066726D;
+constexpr std::uint32_t kFrameworks = 0x6672616D;
+constexpr std::uint32_t kPrivateFrameworks = 0x7066726D;
 /// What a wide string can hold and no text can.
-const WString k_NO_TEXT(1, static_cast<wchar_t>(0x110000));
+const WString kNoText(1, static_cast<wchar_t>(0x110000));
 
 class AppleBundles : public qv::tests::AppleTest {
  protected:
   AppleBundles() {
     for (const char* folder : {"user", "local", "system", "private", "main"})
       directory_.makeDirectory(folder);
-    foundation_.addFolder(-32763, k_FRAMEWORKS, directory_.path("user"));
-    foundation_.addFolder(-32765, k_FRAMEWORKS, directory_.path("local"));
-    foundation_.addFolder(-32766, k_FRAMEWORKS, directory_.path("system"));
-    foundation_.addFolder(-32766, k_PRIVATE_FRAMEWORKS, directory_.path("private"));
+    foundation_.addFolder(-32763, kFrameworks, directory_.path("user"));
+    foundation_.addFolder(-32765, kFrameworks, directory_.path("local"));
+    foundation_.addFolder(-32766, kFrameworks, directory_.path("system"));
+    foundation_.addFolder(-32766, kPrivateFrameworks, directory_.path("private"));
     foundation_.setMainBundle(directory_.path("main"));
   }
 
@@ -114,7 +114,7 @@ TEST_F(AppleBundles, ReportAMissingFunction) {
   const Bundle bundle(directory_.wide("foo"));
   EXPECT_EQ(bundle.getFunctionPointer(L"no_such_function", true), nullptr);
   EXPECT_THROW(bundle.getFunctionPointer(L"no_such_function", false), CarbonError);
-  EXPECT_EQ(bundle.getFunctionPointer(k_NO_TEXT, true), nullptr);
+  EXPECT_EQ(bundle.getFunctionPointer(kNoText, true), nullptr);
 }
 
 TEST_F(AppleBundles, AreReleasedWhenAnotherIsOpened) {
@@ -126,10 +126,10 @@ TEST_F(AppleBundles, AreReleasedWhenAnotherIsOpened) {
 }
 
 TEST_F(AppleBundles, CannotHaveNamesThatAreNoText) {
-  EXPECT_EQ(CreateUrlFromPath(k_NO_TEXT), nullptr);
-  EXPECT_EQ(CreateUrlInStandardFolder(k_NO_TEXT, FolderDomain::User, FolderType::Frameworks),
+  EXPECT_EQ(CreateUrlFromPath(kNoText), nullptr);
+  EXPECT_EQ(CreateUrlInStandardFolder(kNoText, FolderDomain::User, FolderType::Frameworks),
             nullptr);
-  EXPECT_EQ(CreateUrlOfMainBundleResource(k_NO_TEXT), nullptr);
+  EXPECT_EQ(CreateUrlOfMainBundleResource(kNoText), nullptr);
 }
 
 TEST_F(AppleBundles, AreNotLookedForInAFolderThatTheSystemLacks) {

@@ -16,9 +16,9 @@ namespace {
 using namespace qv::kit::osdep;
 using qv::kit::exception::InvalidLocale;
 using qv::kit::exception::OutOfRange;
-using qv::tests::k_ASCII;
-using qv::tests::k_LATIN1;
-using qv::tests::k_UTF8;
+using qv::tests::kAscii;
+using qv::tests::kLatin1;
+using qv::tests::kUtf8;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -54,7 +54,7 @@ class AppleEncoding : public qv::tests::AppleTest {
 TEST_F(AppleEncoding, OfTheSystemIsUsedInBothDirections) {
   EXPECT_EQ(toWide("a\xE9"), L"a\u00E9");
   EXPECT_EQ(toNarrow(L"a\u00E9"), "a\xE9");
-  foundation_.setSystemEncoding(k_UTF8);
+  foundation_.setSystemEncoding(kUtf8);
   EXPECT_EQ(toWide("a\xC3\xA9\xF0\x9F\x98\x80"), L"a\u00E9\U0001F600");
   EXPECT_EQ(toNarrow(L"a\u00E9\U0001F600"), "a\xC3\xA9\xF0\x9F\x98\x80");
 }
@@ -82,7 +82,7 @@ TEST_F(AppleEncoding, WithoutACharacterHasOneQuestionMarkForIt) {
 }
 
 TEST_F(AppleEncoding, ThatTheBytesAreNotInThrowsInvalidLocale) {
-  foundation_.setSystemEncoding(k_ASCII);
+  foundation_.setSystemEncoding(kAscii);
   try {
     toWide("a\xE9");
     FAIL();
@@ -117,13 +117,13 @@ TEST_F(AppleEncoding, WritesNothingWithoutRoomNotEvenForANullOutput) {
 }
 
 TEST_F(AppleEncoding, ThatTheTextIsNotInThrowsInvalidLocaleWithoutRoomToo) {
-  foundation_.setSystemEncoding(k_ASCII);
+  foundation_.setSystemEncoding(kAscii);
   EXPECT_THROW(toWide("\xE9", 0), InvalidLocale);
   EXPECT_THROW(toNarrow(std::wstring(1, static_cast<wchar_t>(0x110000)), 0), InvalidLocale);
 }
 
 TEST_F(AppleEncoding, LeavesOutACharacterThatDoesNotFitWhole) {
-  foundation_.setSystemEncoding(k_UTF8);
+  foundation_.setSystemEncoding(kUtf8);
   EXPECT_EQ(toNarrow(L"a\u20AC", 3), "a");
 }
 
@@ -137,7 +137,7 @@ TEST_F(AppleEncoding, CountsNoPartOfAWideCharacter) {
 TEST_F(AppleEncoding, TellsTheRoomThatNarrowTextNeeds) {
   EXPECT_EQ(required(L"abcd"), 4U);
   EXPECT_THAT(foundation_.calls(), ElementsAre("CFStringGetMaximumSizeForEncoding 4 513"));
-  foundation_.setSystemEncoding(k_UTF8);
+  foundation_.setSystemEncoding(kUtf8);
   EXPECT_EQ(required(L"abcd"), 12U);
   EXPECT_EQ(required(L""), 0U);
 }
@@ -158,7 +158,7 @@ TEST_F(AppleEncoding, IsWhatTheLocaleCarbonStandsFor) {
 }
 
 TEST_F(AppleEncoding, HasRoomForCharactersOutsideTheBasicPlane) {
-  foundation_.setSystemEncoding(k_UTF8);
+  foundation_.setSystemEncoding(kUtf8);
   const std::unique_ptr<char[]> narrow(WideToAnsi(L"\U0001F600\U0010FFFFa\U00010000", "carbon"));
   EXPECT_STREQ(narrow.get(), "\xF0\x9F\x98\x80\xF4\x8F\xBF\xBF\x61\xF0\x90\x80\x80");
   EXPECT_EQ(required(L"\uFFFF"), 3U);
