@@ -6,8 +6,10 @@
 
 #include <limits>
 #include <memory>
+#include <utility>
 
 #include "source/client/ModuleLogger.h"
+#include "source/client/MyTraceLogger.h"
 #include "tests/doubles/SslInitializerImplementationProbe.h"
 #include "tests/doubles/TraceRecords.h"
 #include "tests/doubles/openssl/Journal.h"
@@ -49,7 +51,7 @@ TEST_F(SslInitializerImplementationTest, BuiltWithAGoodStatusMakesTheLogger) {
 }
 
 TEST_F(SslInitializerImplementationTest, BuiltAfterAFailureMakesNoLogger) {
-  g_pGLogger = nullptr;
+  delete std::exchange(g_pGLogger, nullptr);
   status_.set(-5);
   const SslInitializerImplementation other(status_);
   EXPECT_EQ(g_pGLogger, nullptr);
@@ -57,7 +59,7 @@ TEST_F(SslInitializerImplementationTest, BuiltAfterAFailureMakesNoLogger) {
 }
 
 TEST_F(SslInitializerImplementationTest, BuiltWithoutALoggerToBeHadFails) {
-  g_pGLogger = nullptr;
+  delete std::exchange(g_pGLogger, nullptr);
   QVTEST_RefuseTraceLoggers(1);
   const SslInitializerImplementation other(status_);
   EXPECT_EQ(g_pGLogger, nullptr);
