@@ -4,23 +4,23 @@ namespace nQVSS100 {
 namespace {
 
 struct UnitFactor {
-  tTimeUnit unit;
   /// Units to a second, or seconds to a unit.
   std::uint64_t factor;
+  tTimeUnit unit;
   bool shorterThanASecond;
 };
 
 constexpr UnitFactor kFactors[] = {
-    {kAttoseconds, 1'000'000'000'000'000'000, true},
-    {kFemtoseconds, 1'000'000'000'000'000, true},
-    {kPicoseconds, 1'000'000'000'000, true},
-    {kNanoseconds, 1'000'000'000, true},
-    {kTicksOf100Nanoseconds, 10'000'000, true},
-    {kMicroseconds, 1'000'000, true},
-    {kMilliseconds, 1'000, true},
-    {kMinutes, 60, false},
-    {kHours, 3'600, false},
-    {kDays, 86'400, false},
+    {1'000'000'000'000'000'000, kAttoseconds, true},
+    {1'000'000'000'000'000, kFemtoseconds, true},
+    {1'000'000'000'000, kPicoseconds, true},
+    {1'000'000'000, kNanoseconds, true},
+    {10'000'000, kTicksOf100Nanoseconds, true},
+    {1'000'000, kMicroseconds, true},
+    {1'000, kMilliseconds, true},
+    {60, kMinutes, false},
+    {3'600, kHours, false},
+    {86'400, kDays, false},
 };
 
 const UnitFactor* FindFactor(tTimeUnit unit) noexcept {

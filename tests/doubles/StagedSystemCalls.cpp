@@ -32,6 +32,7 @@ struct Step {
   std::function<void()> action;
   std::optional<std::string> answer = std::nullopt;
   std::vector<std::string> matches = {};
+  std::optional<timeval> time = std::nullopt;
 
   bool covers(unsigned number) const { return number >= first && number - first < count; }
 };
@@ -52,6 +53,7 @@ struct Orders {
   std::optional<std::size_t> bytes;
   std::optional<std::string> answer;
   std::vector<std::string> matches;
+  std::optional<timeval> time;
 };
 
 Orders TakeOrders(SystemCall call) {
@@ -68,6 +70,7 @@ Orders TakeOrders(SystemCall call) {
       if (step.bytes) orders.bytes = step.bytes;
       if (step.answer) orders.answer = step.answer;
       if (!step.matches.empty()) orders.matches = step.matches;
+      if (step.time) orders.time = step.time;
       if (step.action) actions.push_back(step.action);
     }
   }
@@ -174,6 +177,12 @@ void StagedSystemCalls::giveMatches(const std::vector<std::string>& names) {
   state_->add(SystemCall::Glob, {1, 1, std::nullopt, std::nullopt, nullptr, std::nullopt, names});
 }
 
+void StagedSystemCalls::giveTime(const timeval& time) {
+  Step step{1, kAll, std::nullopt, std::nullopt, nullptr};
+  step.time = time;
+  state_->add(SystemCall::Gettimeofday, step);
+}
+
 void StagedSystemCalls::before(SystemCall call, std::function<void()> action, unsigned nth) {
   state_->add(call, {nth, 1, std::nullopt, std::nullopt, std::move(action)});
 }
@@ -187,11 +196,13 @@ unsigned StagedSystemCalls::calls(SystemCall call) const {
 
 // The linker sends every call of NAME to __wrap_NAME and lets __real_NAME be the one of the C
 // library. Those that deal in file offsets have a second name on 32-bit systems.
+using qv::tests::Orders;
 using qv::tests::Perform;
 using qv::tests::PerformGlob;
 using qv::tests::PerformInto;
 using qv::tests::PerformTransfer;
 using qv::tests::SystemCall;
+using qv::tests::TakeOrders;
 
 // NOLINTBEGIN(bugprone-macro-parentheses, cert-dcl50-cpp)
 
@@ -318,6 +329,14 @@ int __wrap_gethostname(char* name, std::size_t length) {
 int __real_dladdr(const void* address, Dl_info* info);
 int __wrap_dladdr(const void* address, Dl_info* info) {
   return Perform(SystemCall::Dladdr, 0, [&] { return __real_dladdr(address, info); });
+}
+
+int __real_gettimeofday(timeval* now, void* zone);
+int __wrap_gettimeofday(timeval* now, void* zone) {
+  const Orders orders = TakeOrders(SystemCall::Gettimeofday);
+  if (!orders.time) return __real_gettimeofday(now, zone);
+  *now = *orders.time;
+  return 0;
 }
 
 }  // extern "C"

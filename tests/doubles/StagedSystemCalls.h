@@ -1,5 +1,7 @@
 #pragma once
 
+#include <sys/time.h>
+
 #include <climits>
 #include <cstddef>
 #include <functional>
@@ -31,6 +33,7 @@ enum class SystemCall {
   Tempnam,
   Gethostname,
   Dladdr,
+  Gettimeofday,
   Count,
 };
 
@@ -64,6 +67,9 @@ class StagedSystemCalls {
 
   /// The next glob finds these names, in this order, whatever its pattern.
   void giveMatches(const std::vector<std::string>& names);
+
+  /// gettimeofday gives this from now on.
+  void giveTime(const timeval& time);
 
   /// Runs action just before the call numbered nth.
   void before(SystemCall call, std::function<void()> action, unsigned nth = 1);
