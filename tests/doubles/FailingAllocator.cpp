@@ -14,7 +14,7 @@ constexpr std::size_t kNeverSize = std::numeric_limits<std::size_t>::max();
 
 struct State {
   bool watching = false;
-  std::uint64_t calls = 0;
+  std::size_t calls = 0;
   std::uint64_t firstToFail = kNever;
   std::uint64_t lastToFail = kNever;
   std::size_t sizeToFail = kNeverSize;
