@@ -1,0 +1,136 @@
+#include "qvini/lineFiles.h"
+
+#include <errno.h>
+#include <string.h>
+#include <unistd.h>
+
+#include "qvini/qvini.h"
+
+enum { kNoByte = -1 };
+
+void qvini_InitFileSource(qvini_FileSource* source, int descriptor) {
+  source->descriptor = descriptor;
+  source->length = 0;
+  source->position = 0;
+  source->ended = 0;
+  source->failed = 0;
+  source->partner = kNoByte;
+}
+
+// Reads what there is, up to a full block.
+static void ReadMore(qvini_FileSource* source) {
+  ssize_t count = 0;
+  do {
+    count = read(source->descriptor, source->block + source->length,
+                 sizeof(source->block) - source->length);
+  } while (count == -1 && errno == EINTR);
+  if (count > 0) {
+    source->length += (size_t)count;
+    return;
+  }
+  source->ended = 1;
+  source->failed = count < 0;
+}
+
+static int BeginsWith(const qvini_FileSource* source, const char* mark, size_t length) {
+  return source->length >= length && memcmp(source->block, mark, length) == 0;
+}
+
+int qvini_CheckEncoding(qvini_FileSource* source) {
+  // A pipe may give its first bytes one by one.
+  while (source->length < 4 && !source->ended)
+    ReadMore(source);
+  // The mark of UTF-32 with the low byte first begins with that of UTF-16.
+  if (BeginsWith(source, "\xff\xfe", 2) || BeginsWith(source, "\xfe\xff", 2) ||
+      BeginsWith(source, "\0\0\xfe\xff", 4))
+    return kIniUnknownEncoding;
+  if (BeginsWith(source, "\xef\xbb\xbf", 3)) source->position = 3;
+  return kIniDone;
+}
+
+// The next byte, which stays the next one; kNoByte where there is none.
+static int NextByte(qvini_FileSource* source) {
+  if (source->position == source->length) {
+    if (source->ended) return kNoByte;
+    source->length = 0;
+    source->position = 0;
+    ReadMore(source);
+    if (source->length == 0) return kNoByte;
+  }
+  return (unsigned char)source->block[source->position];
+}
+
+static int IsLineEnd(int byte) {
+  return byte == '\n' || byte == '\r' || byte == '\0';
+}
+
+static int PartnerOf(int byte) {
+  if (byte == '\n') return '\r';
+  return byte == '\r' ? '\n' : kNoByte;
+}
+
+// The byte that makes a pair of the last line end belongs to no line.
+static void SkipPartner(qvini_FileSource* source) {
+  if (source->partner == kNoByte) return;
+  if (NextByte(source) == source->partner) ++source->position;
+  source->partner = kNoByte;
+}
+
+int IniLineFileInputFunction(void* source, char* buffer, size_t size) {
+  qvini_FileSource* const file = source;
+  SkipPartner(file);
+  size_t length = 0;
+  int byte = NextByte(file);
+  for (; byte != kNoByte && !IsLineEnd(byte) && length < size - 1; byte = NextByte(file)) {
+    buffer[length++] = (char)byte;
+    ++file->position;
+  }
+  buffer[length] = '\0';
+  if (byte == kNoByte) {
+    if (file->failed) return kIniReadFailed;
+    return length > 0 ? kIniInputLine : kIniInputEnd;
+  }
+  if (!IsLineEnd(byte)) return kIniInputPart;
+  ++file->position;
+  file->partner = PartnerOf(byte);
+  return kIniInputLine;
+}
+
+void qvini_InitFileSink(qvini_FileSink* sink, int descriptor) {
+  sink->descriptor = descriptor;
+  sink->length = 0;
+}
+
+int qvini_Flush(qvini_FileSink* sink) {
+  size_t done = 0;
+  while (done < sink->length) {
+    const ssize_t count = write(sink->descriptor, sink->block + done, sink->length - done);
+    if (count == -1 && errno == EINTR) continue;
+    // A system that takes nothing and gives no reason would keep us here for ever.
+    if (count <= 0) return kIniFlushFailed;
+    done += (size_t)count;
+  }
+  sink->length = 0;
+  return kIniDone;
+}
+
+int qvini_PutBytes(qvini_FileSink* sink, const char* bytes, size_t length) {
+  while (length > 0) {
+    if (sink->length == sizeof(sink->block)) {
+      const int result = qvini_Flush(sink);
+      if (result != kIniDone) return result;
+    }
+    const size_t room = sizeof(sink->block) - sink->length;
+    const size_t count = length < room ? length : room;
+    memcpy(sink->block + sink->length, bytes, count);
+    sink->length += count;
+    bytes += count;
+    length -= count;
+  }
+  return kIniDone;
+}
+
+int IniLineFileOutputFunction(void* sink, const char* line) {
+  const int result = qvini_PutBytes(sink, line, strlen(line));
+  return result == kIniDone ? qvini_PutBytes(sink, "\n", 1) : result;
+}

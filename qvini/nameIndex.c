@@ -1,0 +1,122 @@
+#include "qvini/nameIndex.h"
+
+#include <stdlib.h>
+#include <string.h>
+
+enum { kFirstSlotCount = 32 };
+
+// A place in the list counted from 1, so that 0 says that the slot is free. The hash value saves
+// most comparisons of names, and computing it anew when the table grows.
+typedef struct Slot {
+  size_t place;
+  uint64_t hash;
+} Slot;
+
+struct qvini_NameIndex {
+  qvini_HashKey key;
+  int inAnyCase;
+  // Open addressing; the number of slots is a power of two. Of items with the same name only the
+  // first has a slot, so that any number of duplicates costs nothing.
+  Slot* slots;
+  size_t slotCount;
+  size_t usedSlots;
+  size_t knownItems;
+};
+
+const char* qvini_NameOf(const void* item) {
+  return *(char* const*)item;
+}
+
+int qvini_IsName(const char* stored, qvini_Range wanted, int inAnyCase) {
+  const qvini_Range name = qvini_Whole(stored);
+  return inAnyCase ? qvini_EqualInAnyCase(name, wanted) : qvini_EqualExactly(name, wanted);
+}
+
+qvini_NameIndex* qvini_NewNameIndex(const qvini_HashKey* key, int inAnyCase) {
+  qvini_NameIndex* const index = malloc(sizeof(*index));
+  if (index == NULL) return NULL;
+  index->key = *key;
+  index->inAnyCase = inAnyCase;
+  index->slots = NULL;
+  index->slotCount = 0;
+  index->usedSlots = 0;
+  index->knownItems = 0;
+  return index;
+}
+
+void qvini_DisposeNameIndex(qvini_NameIndex* index) {
+  if (index == NULL) return;
+  free(index->slots);
+  free(index);
+}
+
+// The slot that holds the name, or the free one where it belongs.
+static Slot* FindSlot(const qvini_NameIndex* index, void* const* items, qvini_Range name,
+                      uint64_t hash) {
+  const size_t mask = index->slotCount - 1;
+  size_t i = (size_t)hash & mask;
+  for (;; i = (i + 1) & mask) {
+    Slot* const slot = &index->slots[i];
+    if (slot->place == 0) return slot;
+    if (slot->hash != hash) continue;
+    if (qvini_IsName(qvini_NameOf(items[slot->place - 1]), name, index->inAnyCase)) return slot;
+  }
+}
+
+static Slot* NewSlots(size_t count) {
+  if (count > SIZE_MAX / sizeof(Slot)) return NULL;
+  Slot* const slots = malloc(count * sizeof(Slot));
+  if (slots != NULL) memset(slots, 0, count * sizeof(Slot));
+  return slots;
+}
+
+static void PutIntoFreeSlot(qvini_NameIndex* index, Slot used) {
+  const size_t mask = index->slotCount - 1;
+  size_t i = (size_t)used.hash & mask;
+  while (index->slots[i].place != 0)
+    i = (i + 1) & mask;
+  index->slots[i] = used;
+}
+
+// Makes sure that a quarter of the slots stays free when one more is taken.
+static int MakeRoom(qvini_NameIndex* index) {
+  if (index->usedSlots < index->slotCount / 4 * 3) return 1;
+  if (index->slotCount > SIZE_MAX / 2) return 0;
+  const size_t count = index->slotCount == 0 ? kFirstSlotCount : index->slotCount * 2;
+  Slot* const former = index->slots;
+  const size_t formerCount = index->slotCount;
+  Slot* const slots = NewSlots(count);
+  if (slots == NULL) return 0;
+
+  index->slots = slots;
+  index->slotCount = count;
+  for (size_t i = 0; i < formerCount; ++i) {
+    if (former[i].place != 0) PutIntoFreeSlot(index, former[i]);
+  }
+  free(former);
+  return 1;
+}
+
+static int LearnNextItem(qvini_NameIndex* index, void* const* items) {
+  if (!MakeRoom(index)) return 0;
+  const qvini_Range name = qvini_Whole(qvini_NameOf(items[index->knownItems]));
+  const uint64_t hash = qvini_HashName(&index->key, name, index->inAnyCase);
+  Slot* const slot = FindSlot(index, items, name, hash);
+  ++index->knownItems;
+  if (slot->place != 0) return 1;
+  slot->place = index->knownItems;
+  slot->hash = hash;
+  ++index->usedSlots;
+  return 1;
+}
+
+int qvini_IndexFind(qvini_NameIndex* index, void* const* items, size_t count, qvini_Range name,
+                    size_t* place) {
+  while (index->knownItems < count) {
+    if (!LearnNextItem(index, items)) return 0;
+  }
+  const uint64_t hash = qvini_HashName(&index->key, name, index->inAnyCase);
+  const Slot* const slot = FindSlot(index, items, name, hash);
+  *place = slot->place == 0 ? count : slot->place - 1;
+  return 1;
+}
