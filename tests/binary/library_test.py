@@ -12,7 +12,8 @@ LIBRARY = sys.argv.pop(1)
 
 def run(*command):
     """The command's output; a tool that fails or says nothing fails the test."""
-    output = subprocess.run(command, check=True, capture_output=True, text=True,
+    # Constants among the texts are no UTF-8.
+    output = subprocess.run(command, check=True, capture_output=True, errors="replace",
                             env={"LC_ALL": "C", "PATH": "/usr/bin:/bin"}).stdout
     if not output.strip():
         raise RuntimeError(f"{command[0]} said nothing about {LIBRARY}")
@@ -55,7 +56,9 @@ class Library(unittest.TestCase):
 
     def test_runs_just_the_known_static_initializers(self):
         symbols = run("nm", "--defined-only", LIBRARY)
-        initializers = sorted(re.findall(r"_GLOBAL__sub_I_(\S+)", symbols))
+        # Their paths for exceptions may have symbols of their own.
+        initializers = sorted(name for name in re.findall(r"_GLOBAL__sub_I_(\S+)", symbols)
+                              if not name.endswith(".cold"))
         self.assertEqual(initializers, (HERE / "static_initializers.txt").read_text().split())
 
     def test_names_no_path_of_the_machine_that_built_it(self):
