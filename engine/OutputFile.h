@@ -1,0 +1,58 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <atomic>
+#include <cstddef>
+#include <string>
+#include <utility>
+
+namespace qv::traceengine {
+
+/// The file that lines are appended to, by several processes perhaps. One thread at a time may use
+/// an object.
+class OutputFile {
+ public:
+  /// As much as one write puts into a file or a pipe in one piece, whoever else writes to it.
+  static constexpr std::size_t kMostAtOnce = 4096;
+
+  /// The file is opened with the first lines. An empty path means standard error, which stays open.
+  explicit OutputFile(std::string path) noexcept : path_(std::move(path)) {}
+  OutputFile(const OutputFile&) = delete;
+  OutputFile& operator=(const OutputFile&) = delete;
+  ~OutputFile();
+
+  /// Appends lines, up to kMostAtOnce bytes with a line end as the last, in one write. Returns how
+  /// many bytes of them, whole lines always, are in the file afterwards: fewer than size when it
+  /// cannot be opened or is full. Half a line that a full disk took is taken back, or, where others
+  /// have written behind it, ended before the next line.
+  ///
+  /// Lines go to the file that has the path now: when it was renamed or removed, one is made in its
+  /// place, readable by the owner only. While that fails, lines still go to the former file. A host
+  /// that closes descriptors that are not its own, and perhaps has other files under their numbers
+  /// then, neither loses lines nor finds them there.
+  std::size_t append(const char* lines, std::size_t size) noexcept;
+
+  /// In a new child process: the file is shared with the parent, half a line is the parent's
+  /// affair.
+  void becomeChild() noexcept { endsInHalfLine_ = false; }
+
+ private:
+  bool isReady() noexcept;
+  bool isSameFile(int descriptor) const noexcept;
+  bool pathLeadsToFile() const noexcept;
+  void openFile() noexcept;
+  std::size_t writeAll(const char* bytes, std::size_t size) const noexcept;
+  bool endHalfLine() noexcept;
+  bool takeBack(const char* bytes, std::size_t size) const noexcept;
+
+  std::string path_;
+  // A process that is forked off at any moment finds -1 here or a descriptor, and never the number
+  // of one that has been closed.
+  std::atomic<int> descriptor_{-1};
+  dev_t device_ = 0;
+  ino_t node_ = 0;
+  bool endsInHalfLine_ = false;
+};
+
+}  // namespace qv::traceengine

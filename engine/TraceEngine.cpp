@@ -1,0 +1,109 @@
+#include "engine/TraceEngine.h"
+
+#include <pthread.h>
+
+#include <chrono>
+#include <new>
+#include <type_traits>
+
+namespace qv::traceengine {
+namespace {
+
+/// How long the end of a process, or of the last reference, waits for a file that takes nothing.
+constexpr std::chrono::milliseconds kPatience{2000};
+
+// Never destroyed: threads may still trace while the process ends.
+TraceEngine g_engine;
+static_assert(std::is_trivially_destructible_v<TraceEngine>);
+
+void TellOfChild() noexcept {
+  g_engine.becomeChild();
+}
+
+/// The host keeps its reference to the end of the process. This runs after all of its exit
+/// handlers.
+[[gnu::destructor]] void FlushAtExit() noexcept {
+  g_engine.flush();
+}
+
+}  // namespace
+
+TraceEngine& TraceEngine::Instance() noexcept {
+  return g_engine;
+}
+
+bool TraceEngine::start() noexcept {
+  const std::lock_guard<std::mutex> guard(mutex_);
+  return startLocked();
+}
+
+bool TraceEngine::startLocked() noexcept {
+  if (session_ != nullptr) return true;
+  // Only the child is told: nothing is locked over a fork, so no handler of the host can meet a
+  // lock that the fork itself holds.
+  if (!isToldOfForks_ && pthread_atfork(nullptr, nullptr, &TellOfChild) != 0) return false;
+  isToldOfForks_ = true;
+  try {
+    session_ = new TraceSession(EngineSettings::FromEnvironment());
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
+  return true;
+}
+
+void TraceEngine::flush() noexcept {
+  const std::lock_guard<std::mutex> guard(mutex_);
+  if (session_ != nullptr) session_.load()->finish(kPatience);
+}
+
+void TraceEngine::becomeChild() noexcept {
+  new (&mutex_) std::mutex;
+  if (session_ != nullptr) session_.load()->becomeChild();
+}
+
+void TraceEngine::addRef() noexcept {
+  const std::lock_guard<std::mutex> guard(mutex_);
+  ++references_;
+  // The last reference may have gone since GetInterface gave the pointer to this caller.
+  startLocked();
+}
+
+void TraceEngine::release() noexcept {
+  TraceSession* session = nullptr;
+  {
+    const std::lock_guard<std::mutex> guard(mutex_);
+    if (--references_ == 0) session = session_.exchange(nullptr);
+  }
+  // A thread that is stuck in the file still works on the session, which stays then.
+  if (session != nullptr && session->finish(kPatience)) delete session;
+}
+
+void TraceEngine::sendBlock(LoggingBlock* block) noexcept {
+  if (TraceSession* session = session_) session->sendBlock(block);
+}
+
+LoggingBlock* TraceEngine::getFreeBlock() noexcept {
+  TraceSession* session = session_;
+  return session != nullptr ? session->getFreeBlock() : nullptr;
+}
+
+bool TraceEngine::showTagNames() noexcept {
+  const TraceSession* session = session_;
+  return session == nullptr || session->settings().showTagNames;
+}
+
+void TraceEngine::getConfigDirectory(kit::WString& directory) noexcept {
+  const TraceSession* session = session_;
+  if (session == nullptr) return;
+  try {
+    directory = session->settings().configDirectory;
+  } catch (const std::bad_alloc&) {
+    return;
+  }
+}
+
+void TraceEngine::noteDroppedRecord() noexcept {
+  if (TraceSession* session = session_) session->noteDroppedRecord();
+}
+
+}  // namespace qv::traceengine

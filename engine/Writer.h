@@ -1,0 +1,58 @@
+#pragma once
+
+#include <pthread.h>
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <string>
+
+#include "engine/BlockPool.h"
+#include "engine/LineBatch.h"
+#include "engine/OutputFile.h"
+#include "engine/RecordQueue.h"
+
+namespace qv::traceengine {
+
+/// The thread that writes what is in the queue, and the file that it writes to. Any thread may
+/// call.
+class Writer {
+ public:
+  /// queue and pool must outlive the writer.
+  Writer(RecordQueue& queue, BlockPool& pool, std::string outputPath) noexcept
+      : queue_(queue), pool_(pool), file_(std::move(outputPath)) {}
+  Writer(const Writer&) = delete;
+  Writer& operator=(const Writer&) = delete;
+  /// For a writer without a thread.
+  ~Writer() = default;
+
+  /// Starts the thread unless it runs. When the system has no thread to give, the next call tries
+  /// again. No signal handler of the host ever runs in the thread.
+  void ensureRuns() noexcept;
+
+  /// Lets the thread write all that is in the queue, and the count of dropped records, and waits
+  /// for its end. False when patience is over before that: then the thread is stuck in a file that
+  /// takes nothing, and the writer with all it refers to must stay as long as the process.
+  bool finish(std::chrono::milliseconds patience) noexcept;
+
+  /// In a new child process, which has no such thread: it starts when it is needed.
+  void becomeChild() noexcept;
+
+ private:
+  static void* Run(void* writer) noexcept;
+  void writeUntilClosed() noexcept;
+  void writeBlocks(PooledBlock* first, LineBatch& lines) noexcept;
+  void writeDropCount(std::uint64_t dropped, LineBatch& lines) noexcept;
+
+  RecordQueue& queue_;
+  BlockPool& pool_;
+  OutputFile file_;
+  std::mutex mutex_;
+  std::condition_variable end_;
+  std::atomic<bool> runs_{false};
+  bool hasEnded_ = false;
+  pthread_t thread_{};
+};
+
+}  // namespace qv::traceengine
