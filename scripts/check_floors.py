@@ -10,6 +10,7 @@ FLOORS = {
     1: """kit/exception/Exception kit/AddFileAndLineInfo kit/SafeInteger kit/NumericCast
           kit/CharactersToBytes kit/RangeLength kit/DLLAlloc kit/little_endian kit/big_endian
           kit/osdep/CriticalSection kit/osdep/UnixCriticalSection kit/osdep/AtomicInt
+          kit/osdep/CancellationDeferral
           kit/IRefCounted kit/SmartPtr kit/AbsTime kit/FixedPoint128 kit/TimeValue kit/TimeAbsolute
           kit/osdep/CurrentSystemTime""",
     2: """kit/Vector kit/Utf8ToWide kit/WideToUtf8 kit/StringCompare kit/osdep/IConv
@@ -21,7 +22,7 @@ FLOORS = {
           kit/exception/CarbonError kit/osdep/IntegerToString kit/osdep/ThreadID
           kit/osdep/CharacterAttributes kit/StatusChain kit/StatusFromException kit/AutoBuffer
           kit/BufferWrapper kit/CompareBuffers kit/osdep/Latin1""",
-    6: """kit/LibraryInterface kit/LoadSharedLibrary kit/osdep/INIFileManager
+    6: """kit/LibraryInterface kit/InterfaceCast kit/LoadSharedLibrary kit/osdep/INIFileManager
           kit/osdep/OutputReleaseAssertion""",
 }
 # The string source reports bad positions with the two exceptions that carry a string.

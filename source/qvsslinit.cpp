@@ -2,12 +2,12 @@
 
 #include <memory>
 
-#include "source/CancellationDeferral.h"
+#include "kit/osdep/CancellationDeferral.h"
 #include "source/ServiceStatus.h"
 #include "source/SingletonMutex.h"
 #include "source/SslInitializer.h"
 
-using qvsslinit::CancellationDeferral;
+using qv::kit::osdep::CancellationDeferral;
 using qvsslinit::SingletonMutex;
 using qvsslinit::SslInitializer;
 

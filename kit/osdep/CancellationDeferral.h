@@ -2,11 +2,11 @@
 
 #include <pthread.h>
 
-namespace qvsslinit {
+namespace qv::kit::osdep {
 
 /// Lets a cancellation of the calling thread wait until this object goes. A thread that vanished
 /// from the middle of a start would leave it half done, and the unwinding that ends it must not be
-/// stopped by a handler for all exceptions.
+/// stopped by a handler for all exceptions. Leaves errno alone.
 class CancellationDeferral {
  public:
   CancellationDeferral() { pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &previous_); }
@@ -18,4 +18,4 @@ class CancellationDeferral {
   int previous_ = PTHREAD_CANCEL_ENABLE;
 };
 
-}  // namespace qvsslinit
+}  // namespace qv::kit::osdep
