@@ -1,27 +1,249 @@
 #include "source/client/MyTraceLogger.h"
 
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <new>
+
+#include "kit/NumericCast.h"
+#include "kit/StatusChain.h"
+#include "kit/osdep/CancellationDeferral.h"
+#include "kit/osdep/ThreadID.h"
+#include "kit/osdep/path.h"
+#include "source/client/LoadTraceEngine.h"
+#include "source/client/OpenTagFile.h"
+#include "source/client/TagLine.h"
+#include "source/utils/LoggingBlock.h"
+
 namespace qv::traceengine {
 
-MyTraceLogger::MyTraceLogger(const kit::String& moduleName) : moduleName_(moduleName) {}
+using kit::StatusChain;
+using kit::String;
+using kit::osdep::CancellationDeferral;
 
-MyTraceLogger::~MyTraceLogger() = default;
+namespace {
 
-// There is no engine to take a record yet, so every tag is off and every record goes nowhere.
+constexpr int kLineSize = LoggingBlock::kPayloadSize;
+/// How much of a line of the tag file is read at a time, and the terminator.
+constexpr int kTagLineSize = 1022 + 1;
+constexpr int kEndOfFile = -1;
+constexpr int kNoTag = -1;
 
-bool MyTraceLogger::XTraceTagIsEnabled(int /*tagId*/) const noexcept {
-  return false;
+/// What a trace call leaves as it was: errno, which the caller may be about to look at, and the
+/// thread, which must not be cancelled while the engine is at work.
+class UndisturbedCaller {
+ public:
+  UndisturbedCaller() = default;
+  ~UndisturbedCaller() { errno = errno_; }
+  UndisturbedCaller(const UndisturbedCaller&) = delete;
+  UndisturbedCaller& operator=(const UndisturbedCaller&) = delete;
+
+ private:
+  int errno_ = errno;
+  CancellationDeferral deferral_;
+};
+
+const char* OrNull(const char* text) noexcept {
+  return text == nullptr ? "(null)" : text;
 }
 
-void MyTraceLogger::XTraceLog(int /*tagId*/, const char* /*functionName*/, const char* /*format*/,
-                              ...) noexcept {}
+}  // namespace
 
-void MyTraceLogger::XTraceLogV(int /*tagId*/, const char* /*functionName*/, const char* /*format*/,
-                               std::va_list /*arguments*/) noexcept {}
+MyTraceLogger::MyTraceLogger(const String& moduleName) : moduleName_(moduleName) {
+  const CancellationDeferral deferral;
+  try {
+    StatusChain status;
+    status.clear();
+    LoadTraceEngine(engine_, status);
+    // A library may call its work well done and have given nothing that is an engine.
+    if (status.code() >= 0 && engine_.interface() != nullptr) Initialize();
+  } catch (...) {
+    // The library could not even be looked for. Without an engine nothing is traced.
+  }
+}
 
-void MyTraceLogger::XTraceError(const char* /*functionName*/, const char* /*format*/,
-                                ...) noexcept {}
+MyTraceLogger::~MyTraceLogger() {
+  const CancellationDeferral deferral;
+  initialized_ = false;
+  if (tagTable_ != nullptr) {
+    std::for_each(tagTable_, tagTable_ + kTagCount, [](TraceTag*& tag) {
+      delete tag;
+      tag = nullptr;
+    });
+    delete[] tagTable_;
+    tagTable_ = nullptr;
+  }
+  engine_.unload();
+}
 
-void MyTraceLogger::XTraceErrorV(const char* /*functionName*/, const char* /*format*/,
-                                 std::va_list /*arguments*/) noexcept {}
+void MyTraceLogger::Initialize() {
+  askForTagNames();
+  tagTable_ = new (std::nothrow) TraceTag* [kTagCount] {};
+  if (tagTable_ == nullptr) {
+    errno = ENOMEM;
+    return;
+  }
+  readTagFile();
+  initialized_ = true;
+}
+
+void MyTraceLogger::askForTagNames() noexcept {
+  try {
+    showTagNames_ = engine_.interface()->showTagNames();
+  } catch (...) {
+    // An engine that fails here may still take records.
+  }
+}
+
+void MyTraceLogger::readTagFile() noexcept {
+  try {
+    const TagFile file = OpenTagFile(tagFileName());
+    if (file == nullptr) return;
+    while (parseNextLine(file.get()) != kEndOfFile) {
+    }
+  } catch (...) {
+    // A file that cannot even be named is one that cannot be read.
+  }
+}
+
+String MyTraceLogger::tagFileName() const {
+  kit::WString directory;
+  engine_.interface()->getConfigDirectory(directory);
+  return kit::osdep::path::Join(String(directory), moduleName_ + ".cfg");
+}
+
+int MyTraceLogger::parseNextLine(std::FILE* file) {
+  if (std::feof(file) != 0) return kEndOfFile;
+  char line[kTagLineSize] = {};
+  // A file that fails once would fail for ever.
+  if (std::fgets(line, sizeof(line), file) == nullptr) return std::ferror(file) ? kEndOfFile : 0;
+  TraceTag tag;
+  if (parseOneLine(line, tag) == kNoTag) return 0;
+  if (tag.id() < 0 || static_cast<unsigned>(tag.id()) >= kTagCount) return 0;
+  storeTag(tag);
+  return 0;
+}
+
+int MyTraceLogger::parseOneLine(const char* line, TraceTag& tag) {
+  const TagLine parts(line);
+  if (parts.fields < 2) return kNoTag;
+  // Names a file that nobody writes any more.
+  if (parts.fields == 3 && std::strcmp(parts.name, "Output_File") == 0) return 0;
+  TraceTag defined;
+  defined.Initialize(parts.name, parts.id, std::strcmp(parts.value, "yes") == 0);
+  tag = defined;
+  return 0;
+}
+
+void MyTraceLogger::storeTag(const TraceTag& tag) {
+  auto* const stored = new (std::nothrow) TraceTag(tag);
+  // Without memory the line is lost, and not what was there before it.
+  if (stored == nullptr) return;
+  delete tagTable_[tag.id()];
+  tagTable_[tag.id()] = stored;
+}
+
+void MyTraceLogger::DumpTraceTagTable() const {
+  if (tagTable_ == nullptr) return;
+  std::for_each(tagTable_, tagTable_ + kTagCount, [](const TraceTag* tag) {
+    if (tag == nullptr) return;
+    std::printf("%4d) %s : %s\n", tag->id(), tag->enabled() ? "yes" : "no ", tag->name());
+  });
+}
+
+void MyTraceLogger::XTraceLog(int tagId, const char* functionName, const char* format,
+                              ...) noexcept {
+  std::va_list arguments;
+  va_start(arguments, format);
+  XTraceLogV(tagId, functionName, format, arguments);
+  va_end(arguments);
+}
+
+void MyTraceLogger::XTraceLogV(int tagId, const char* functionName, const char* format,
+                               std::va_list arguments) noexcept {
+  if (!XTraceTagIsEnabled(tagId)) return;
+  sendRecord(tagTable_[tagId], functionName, format, arguments);
+}
+
+void MyTraceLogger::XTraceError(const char* functionName, const char* format, ...) noexcept {
+  std::va_list arguments;
+  va_start(arguments, format);
+  XTraceErrorV(functionName, format, arguments);
+  va_end(arguments);
+}
+
+void MyTraceLogger::XTraceErrorV(const char* functionName, const char* format,
+                                 std::va_list arguments) noexcept {
+  if (!initialized_) return;
+  sendRecord(nullptr, functionName, format, arguments);
+}
+
+void MyTraceLogger::sendRecord(const TraceTag* tag, const char* functionName, const char* format,
+                               std::va_list arguments) noexcept {
+  const UndisturbedCaller undisturbed;
+  // Formatting may fail in the middle: what is there then ends with a terminator all the same.
+  char message[kLineSize] = {};
+  std::vsnprintf(message, sizeof(message), OrNull(format), arguments);
+  message[kLineSize - 1] = '\0';
+  char line[kLineSize] = {};
+  writeLine(line, tag, OrNull(functionName), message);
+  line[kLineSize - 1] = '\0';
+  try {
+    buildAndSendBlock(line);
+  } catch (...) {
+    // The record is lost; the caller has other things to do than to hear of it.
+  }
+}
+
+void MyTraceLogger::writeLine(char* line, const TraceTag* tag, const char* functionName,
+                              const char* message) const noexcept {
+  char threadId[kThreadIdSize] = {};
+  writeThreadID(threadId);
+  if (tag == nullptr) {
+    std::snprintf(line, kLineSize, "t=%s | ERROR | %s | %s | %s", threadId, moduleName_.c_str(),
+                  functionName, message);
+  } else if (showTagNames_) {
+    std::snprintf(line, kLineSize, "t=%s | %s | %s | %s | %s", threadId, moduleName_.c_str(),
+                  tag->name(), functionName, message);
+  } else {
+    std::snprintf(line, kLineSize, "t=%s | %s | %s | %s", threadId, moduleName_.c_str(),
+                  functionName, message);
+  }
+}
+
+void MyTraceLogger::writeThreadID(char (&text)[kThreadIdSize]) noexcept {
+  try {
+    String threadId;
+    getThreadIDString(threadId);
+    std::snprintf(text, sizeof(text), "%s", threadId.c_str());
+  } catch (...) {
+    // Memory has run out, and just then a record is wanted most.
+    std::snprintf(text, sizeof(text), "?");
+  }
+}
+
+void MyTraceLogger::getThreadIDString(String& out) {
+  out = String(kit::osdep::ThreadID::getCallingID().getDisplayStringHex());
+}
+
+void MyTraceLogger::buildAndSendBlock(char* line) {
+  ITraceEngine& engine = *engine_.interface();
+  // Before there is a block: one that was given out must go back whatever happens.
+  std::int32_t length = kit::_UnsignedToSigned<int, unsigned long>()(std::strlen(line) + 1);
+  LoggingBlock* const block = engine.getFreeBlock();
+  if (block == nullptr) {
+    engine.noteDroppedRecord();
+    return;
+  }
+  if (length > block->room()) {
+    length = block->room();
+    line[length] = '\0';
+  }
+  block->stampCurrentTime();
+  StatusChain status;
+  status.clear();
+  block->write(line, length, status);
+  engine.sendBlock(block);
+}
 
 }  // namespace qv::traceengine

@@ -63,8 +63,10 @@ class LoggingBlock {
 
   // For the engine that owns the block.
 
-  /// Gives the block back to its factory.
-  void returnToFactory() { factory_->takeBack(this); }
+  /// Gives the block back to its factory, if it has one.
+  void returnToFactory() {
+    if (factory_ != nullptr) factory_->takeBack(this);
+  }
   /// Makes the block an empty one again, without touching type and factory.
   void clear() noexcept { used_ = 0; }
   const char* payload() const noexcept { return payload_; }
@@ -80,5 +82,8 @@ class LoggingBlock {
   char payload_[kPayloadSize] = {};
   ILoggingBlockFactory* factory_;
 };
+
+// Only the pointers, at either end, grow with the platform.
+static_assert(sizeof(void*) != 4 || sizeof(LoggingBlock) == 548);
 
 }  // namespace qv::traceengine

@@ -42,16 +42,28 @@ void QVTEST_RefuseTraceLoggers(int refuse) {
 }
 
 namespace qv::traceengine {
+namespace {
+
+/// Takes no memory either.
+TraceTag** EveryTagOn() {
+  static TraceTag tags[MyTraceLogger::kTagCount];
+  static TraceTag* table[MyTraceLogger::kTagCount];
+  for (std::uint32_t i = 0; i < MyTraceLogger::kTagCount; ++i) {
+    tags[i].Initialize("", static_cast<int>(i), true);
+    table[i] = &tags[i];
+  }
+  return table;
+}
+
+}  // namespace
 
 MyTraceLogger::MyTraceLogger(const kit::String& moduleName) : moduleName_(moduleName) {
   if (g_Refuse) throw std::bad_alloc();
+  tagTable_ = EveryTagOn();
+  initialized_ = true;
 }
 
 MyTraceLogger::~MyTraceLogger() = default;
-
-bool MyTraceLogger::XTraceTagIsEnabled(int tagId) const noexcept {
-  return tagId >= 0 && tagId <= 255;
-}
 
 void MyTraceLogger::XTraceLogV(int tagId, const char* functionName, const char* format,
                                std::va_list arguments) noexcept {

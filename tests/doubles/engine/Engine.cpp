@@ -1,0 +1,194 @@
+#include <pthread.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <cwchar>
+
+#include "source/client/ITraceEngine.h"
+#include "source/utils/LoggingBlock.h"
+#include "tests/doubles/engine/EngineJournal.h"
+
+// A trace engine as somebody else would build it: from the headers alone, without any library of
+// ours. What the headers declare without defining is reached by its layout in memory.
+
+namespace qv::tests {
+namespace {
+
+EngineJournal& Journal() {
+  return EngineJournal::instance();
+}
+
+/// Thrown by the engine, and known to nobody else: its code goes with the library.
+class EngineError {
+ public:
+  EngineError() = default;
+  EngineError(const EngineError&) { ++copies_; }
+  EngineError& operator=(const EngineError&) = delete;
+  ~EngineError() { Journal().note("forgotten"); }
+
+ private:
+  int copies_ = 0;
+};
+
+void Perform(const char* operation) {
+  Journal().note(operation);
+  if (Journal().script.interruptedIn == operation) {
+    pthread_testcancel();
+    errno = ERANGE;
+  }
+  if (Journal().script.throwsIn == operation) throw EngineError();
+}
+
+struct StatusLayout {
+  std::int32_t code;
+  void* message;
+  void* history;
+};
+static_assert(sizeof(StatusLayout) == sizeof(kit::StatusChain));
+
+struct WideStringLayout {
+  wchar_t* begin;
+  wchar_t* end;
+  wchar_t* capacityEnd;
+};
+static_assert(sizeof(WideStringLayout) == sizeof(kit::WString));
+
+struct BlockLayout {
+  const void* operations;
+  std::int32_t used;
+  std::int32_t enginesOwn;
+  std::uint32_t timeStamp[4];
+  std::int32_t type;
+  char payload[512];
+  const void* factory;
+};
+static_assert(sizeof(BlockLayout) == sizeof(traceengine::LoggingBlock));
+
+template <typename Layout, typename Object>
+Layout Read(const Object& object) {
+  Layout layout;
+  std::memcpy(&layout, static_cast<const void*>(&object), sizeof(layout));
+  return layout;
+}
+
+template <typename Layout, typename Object>
+void Write(Object& object, const Layout& layout) {
+  std::memcpy(static_cast<void*>(&object), &layout, sizeof(layout));
+}
+
+class BlockFactory final : public traceengine::ILoggingBlockFactory {
+ public:
+  traceengine::LoggingBlock* giveOut() override {
+    auto* const block = new traceengine::LoggingBlock(this);
+    auto layout = Read<BlockLayout>(*block);
+    layout.used = Journal().script.used;
+    layout.enginesOwn = EngineJournal::kEnginesOwn;
+    layout.type = EngineJournal::kType;
+    std::memset(layout.payload, '#', sizeof(layout.payload));
+    Write(*block, layout);
+    return block;
+  }
+  void takeBack(traceengine::LoggingBlock* block) override { delete block; }
+};
+
+BlockFactory g_Factory;
+
+SentBlock Contents(const traceengine::LoggingBlock& block) {
+  const auto layout = Read<BlockLayout>(block);
+  SentBlock contents;
+  contents.used = layout.used;
+  contents.enginesOwn = layout.enginesOwn;
+  std::memcpy(contents.timeStamp.data(), layout.timeStamp, sizeof(layout.timeStamp));
+  contents.type = layout.type;
+  contents.payload.assign(layout.payload, sizeof(layout.payload));
+  return contents;
+}
+
+/// Counts references aloud and deletes itself with the last one.
+template <typename Interface>
+class Counted : public Interface {
+ public:
+  Counted() = default;
+  Counted(const Counted&) = delete;
+  Counted& operator=(const Counted&) = delete;
+  virtual ~Counted() { Journal().note("destroyed"); }
+
+  void addRef() override {
+    Perform("addRef");
+    ++references_;
+  }
+  void release() override {
+    Perform("release");
+    if (--references_ == 0) delete this;
+  }
+
+ private:
+  std::atomic<int> references_{0};
+};
+
+class Engine : public Counted<traceengine::ITraceEngine> {
+ public:
+  void sendBlock(traceengine::LoggingBlock* block) override {
+    Journal().keep(Contents(*block));
+    block->returnToFactory();
+    Perform("sendBlock");
+  }
+  traceengine::LoggingBlock* getFreeBlock() override {
+    Perform("getFreeBlock");
+    return Journal().script.hasBlocks ? g_Factory.giveOut() : nullptr;
+  }
+  bool showTagNames() override {
+    Perform("showTagNames");
+    return Journal().script.showTagNames;
+  }
+  void getConfigDirectory(kit::WString& directory) override {
+    Perform("getConfigDirectory");
+    const std::wstring& text = Journal().script.configDirectory;
+    auto layout = Read<WideStringLayout>(directory);
+    std::free(layout.begin);
+    layout.begin = static_cast<wchar_t*>(std::malloc((text.size() + 1) * sizeof(wchar_t)));
+    std::wmemcpy(layout.begin, text.c_str(), text.size() + 1);
+    layout.end = layout.capacityEnd = layout.begin + text.size();
+    Write(directory, layout);
+  }
+  void noteDroppedRecord() override { Perform("noteDroppedRecord"); }
+};
+
+class SomethingElse : public Counted<kit::IRefCounted> {
+ public:
+  virtual void otherOperation() { Perform("otherOperation"); }
+};
+
+struct EndOfLibrary {
+  ~EndOfLibrary() { Journal().note("unloaded"); }
+} g_EndOfLibrary;
+
+/// The entry point, under its name in those variants that have one.
+kit::IRefCounted* Enter(unsigned long version, kit::StatusChain& status) {
+  using Entry = EngineScript::Entry;
+  const EngineScript& script = Journal().script;
+  auto layout = Read<StatusLayout>(status);
+  char call[64];
+  std::snprintf(call, sizeof call, "GetInterface(%lu) at %08X", version,
+                static_cast<unsigned>(layout.code));
+  Journal().note(call);
+  if (script.throwsIn == "GetInterface") throw EngineError();
+  if (script.entry != Entry::LeavesStatus) {
+    layout.code = script.entryCode;
+    Write(status, layout);
+  }
+  if (script.entry == Entry::Nothing) return nullptr;
+  if (script.entry == Entry::OtherInterface) return new SomethingElse;
+  return new Engine;
+}
+
+}  // namespace
+}  // namespace qv::tests
+
+extern "C" __attribute__((visibility("default"))) qv::kit::IRefCounted* QV_ENGINE_ENTRY_POINT(
+    unsigned long version, qv::kit::StatusChain& status) {
+  return qv::tests::Enter(version, status);
+}

@@ -1,0 +1,61 @@
+#include "tests/doubles/engine/EngineJournal.h"
+
+#include <algorithm>
+#include <new>
+
+namespace qv::tests {
+
+using Guard = std::lock_guard<std::mutex>;
+
+EngineJournal& EngineJournal::instance() {
+  // Never destroyed: engines may be unloaded after everything else.
+  static auto* const journal = new EngineJournal;
+  return *journal;
+}
+
+std::vector<std::string> EngineJournal::lines() const {
+  const Guard guard(mutex_);
+  return lines_;
+}
+
+std::size_t EngineJournal::count(const std::string& line) const {
+  const Guard guard(mutex_);
+  return static_cast<std::size_t>(std::count(lines_.begin(), lines_.end(), line));
+}
+
+std::vector<SentBlock> EngineJournal::blocks() const {
+  const Guard guard(mutex_);
+  return blocks_;
+}
+
+std::vector<std::string> EngineJournal::records() const {
+  std::vector<std::string> records;
+  for (const SentBlock& block : blocks()) {
+    std::string text = block.text();
+    if (!text.empty() && text.back() == '\0') text.pop_back();
+    records.push_back(text);
+  }
+  return records;
+}
+
+void EngineJournal::clear() {
+  const Guard guard(mutex_);
+  lines_.clear();
+  blocks_.clear();
+}
+
+void EngineJournal::note(const std::string& line) noexcept {
+  const Guard guard(mutex_);
+  try {
+    lines_.push_back(line);
+  } catch (const std::bad_alloc&) {
+    // Lost.
+  }
+}
+
+void EngineJournal::keep(const SentBlock& block) {
+  const Guard guard(mutex_);
+  blocks_.push_back(block);
+}
+
+}  // namespace qv::tests
