@@ -492,12 +492,12 @@ TEST(INIFileManager, ListsKeysInTheOrderOfTheDocument) {
 
 TEST(INIFileManager, ReplacesTheListOfKeysAndReservesRoomForAllOfThem) {
   TemporaryDirectory directory;
-  const INIFileManager manager = ManagerOf(directory, "[S]\na = 1\nb = 2\nc = 3\n");
+  const INIFileManager manager = ManagerOf(directory, "[S]\na = 1\nb = 2\nc = 3\nd = 4\n");
   Vector<String> keys;
   keys.push_back("old");
   manager.enumKeys("S", keys);
-  ASSERT_EQ(keys.size(), 3U);
-  EXPECT_EQ(keys.capacity(), 3U);
+  ASSERT_EQ(keys.size(), 4U);
+  EXPECT_EQ(keys.capacity(), 4U);
   EXPECT_EQ(Exactly(keys[0]), "a");
 }
 
