@@ -8,8 +8,8 @@
 
 #include "engine/RecordLine.h"
 #include "engine/TimeText.h"
+#include "kit/osdep/CancellationDeferral.h"
 #include "kit/osdep/CurrentSystemTime.h"
-#include "source/CancellationDeferral.h"
 
 namespace qv::traceengine {
 namespace {
@@ -45,7 +45,7 @@ void Writer::ensureRuns() noexcept {
 }
 
 bool Writer::finish(std::chrono::milliseconds patience) noexcept {
-  const qvsslinit::CancellationDeferral deferral;
+  const kit::osdep::CancellationDeferral deferral;
   std::unique_lock<std::mutex> lock(mutex_);
   if (!runs_) return true;
   queue_.close();
