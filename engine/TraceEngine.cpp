@@ -74,8 +74,13 @@ void TraceEngine::release() noexcept {
     const std::lock_guard<std::mutex> guard(mutex_);
     if (--references_ == 0) session = session_.exchange(nullptr);
   }
-  // A thread that is stuck in the file still works on the session, which stays then.
-  if (session != nullptr && session->finish(kPatience)) delete session;
+  if (session == nullptr) return;
+  if (session->finish(kPatience)) {
+    delete session;
+  } else {
+    // A thread that is stuck in the file still works on the session, which therefore stays.
+    session->abandon();
+  }
 }
 
 void TraceEngine::sendBlock(LoggingBlock* block) noexcept {

@@ -26,6 +26,8 @@ class TraceSession {
 
   /// As Writer::finish().
   bool finish(std::chrono::milliseconds patience) noexcept { return writer_.finish(patience); }
+  /// As Writer::abandon().
+  void abandon() noexcept { writer_.abandon(); }
 
   /// In a new child process: what was queued is the parent's to write.
   void becomeChild() noexcept;

@@ -35,6 +35,8 @@ class Writer {
   /// for its end. False when patience is over before that: then the thread is stuck in a file that
   /// takes nothing, and the writer with all it refers to must stay as long as the process.
   bool finish(std::chrono::milliseconds patience) noexcept;
+  /// After finish() gave false: nobody will ask for the thread's end any more.
+  void abandon() noexcept { pthread_detach(thread_); }
 
   /// In a new child process, which has no such thread: it starts when it is needed.
   void becomeChild() noexcept;

@@ -1,15 +1,13 @@
 #include <gmock/gmock.h>
 
 // Absurd sizes must give null, as they do without a sanitizer, rather than end the program. The
-// sanitizers' run-time libraries look for these functions by name; nothing else calls them. A
-// process that is forked off while threads run may start threads of its own, though no longer
-// watched.
+// sanitizers' run-time libraries look for these functions by name; nothing else calls them.
 extern "C" {
 __attribute__((visibility("default"))) const char* __asan_default_options() {
   return "allocator_may_return_null=1";
 }
 __attribute__((visibility("default"))) const char* __tsan_default_options() {
-  return "allocator_may_return_null=1:die_after_fork=0";
+  return "allocator_may_return_null=1";
 }
 }
 

@@ -71,28 +71,6 @@ TEST_F(ProcessEnd, TellsOfDroppedRecords) {
   EXPECT_EQ(file_.dropped(), 1u);
 }
 
-TEST_F(ProcessEnd, OfAChildThatTracedNothingWritesNothingOfItsParent) {
-  LoadedEngine engine;
-  for (int i = 0; i < kRecords; ++i)
-    engine.sendSurely("record");
-  EXPECT_EXIT(std::exit(0), testing::ExitedWithCode(0), "");
-  engine.release();
-  EXPECT_THAT(file_.records(), SizeIs(kRecords));
-}
-
-TEST_F(ProcessEnd, OfAChildWritesWhatItTraced) {
-  LoadedEngine engine;
-  engine.send("parent");
-  EXPECT_EXIT(
-      {
-        engine.send("child");
-        std::exit(0);
-      },
-      testing::ExitedWithCode(0), "");
-  engine.release();
-  EXPECT_THAT(file_.records(), testing::UnorderedElementsAre("parent", "child"));
-}
-
 TEST_F(ProcessEnd, WaitsOnlyAWhileForAFileThatTakesNothing) {
   const std::string pipe = file_.directory().path("pipe");
   ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
