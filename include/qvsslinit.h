@@ -2,8 +2,11 @@
  * qvsslinit: makes OpenSSL ready for a web server, and leaves a default certificate behind.
  *
  * Both functions may be called from any thread, at any time, concurrently. Neither lets an
- * exception out, prints, or ends the process, and a thread that is cancelled meanwhile finishes the
- * call first. What they have to say goes to the trace engine, where one is installed.
+ * exception out or ends the process, and a thread that is cancelled meanwhile finishes the call
+ * first. What they have to say goes to the trace engine, where one is installed. Nothing is
+ * printed, unless "vantis.ini" asks for it: a file that is read once, when the library is loaded,
+ * from the current directory of the process. With [NVE] ShowReleaseAsserts = true in it, each
+ * internal check that fails leaves a line on standard error.
  *
  * Example:
  *     struct QvSslInitHandle* handle = QVSSLINIT_Init();
