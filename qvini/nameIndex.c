@@ -115,8 +115,10 @@ int qvini_IndexFind(qvini_NameIndex* index, void* const* items, size_t count, qv
   while (index->knownItems < count) {
     if (!LearnNextItem(index, items)) return 0;
   }
+  *place = count;
+  if (index->slotCount == 0) return 1;
   const uint64_t hash = qvini_HashName(&index->key, name, index->inAnyCase);
   const Slot* const slot = FindSlot(index, items, name, hash);
-  *place = slot->place == 0 ? count : slot->place - 1;
+  if (slot->place != 0) *place = slot->place - 1;
   return 1;
 }
