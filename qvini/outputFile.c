@@ -67,7 +67,12 @@ static int CanBeUpdated(const char* path) {
 // or a directory must not be replaced by a file.
 static int Probe(qvini_OutputFile* file) {
   struct stat entry;
-  if (stat(file->target, &entry) != 0) return errno == ENOENT && CanBeCreated(file->target);
+  if (stat(file->target, &entry) != 0) {
+    if (errno != ENOENT) return 0;
+    if (CanBeCreated(file->target)) return 1;
+    // Somebody else may have been faster: then there is a file to keep.
+    if (errno != EEXIST || stat(file->target, &entry) != 0) return 0;
+  }
   if (!S_ISREG(entry.st_mode)) return 0;
   file->changesMode = 1;
   file->mode = entry.st_mode & kPermissions;

@@ -10,7 +10,8 @@ enum {
 
 int SetStringCacheSize(IniStringCache* cache, size_t size) {
   if (cache == NULL) return kIniBadPath;
-  if (cache->bytes != NULL && cache->size >= size && cache->size - size <= kToleratedSurplus) return kIniDone;
+  if (cache->bytes != NULL && cache->size >= size && cache->size - size <= kToleratedSurplus)
+    return kIniDone;
   const size_t wanted = size < kSmallestCache ? kSmallestCache : size;
   char* const bytes = realloc(cache->bytes, wanted);
   if (bytes == NULL) return kIniOutOfMemory;

@@ -243,6 +243,12 @@ using qv::tests::TakeOrders;
     return PerformGlob(found, [&] { return __real_##name(pattern, flags, failed, found); }); \
   }
 
+#define QV_WRAP_MKSTEMP(name)                                                        \
+  int __real_##name(char* pattern);                                                  \
+  int __wrap_##name(char* pattern) {                                                 \
+    return Perform(SystemCall::Mkstemp, -1, [&] { return __real_##name(pattern); }); \
+  }
+
 #define QV_WRAP_ONE_PATH(call, name)                                           \
   int __real_##name(const char* path);                                         \
   int __wrap_##name(const char* path) {                                        \
@@ -275,6 +281,8 @@ QV_WRAP_STAT(Lstat, lstat)
 QV_WRAP_STAT(Lstat, lstat64)
 QV_WRAP_GLOB(glob)
 QV_WRAP_GLOB(glob64)
+QV_WRAP_MKSTEMP(mkstemp)
+QV_WRAP_MKSTEMP(mkstemp64)
 QV_WRAP_FILE(Close, close)
 QV_WRAP_FILE(Fsync, fsync)
 QV_WRAP_ONE_PATH(Rmdir, rmdir)
@@ -298,6 +306,11 @@ ssize_t __wrap_write(int file, const void* buffer, std::size_t length) {
 int __real_mkdir(const char* path, mode_t mode);
 int __wrap_mkdir(const char* path, mode_t mode) {
   return Perform(SystemCall::Mkdir, -1, [&] { return __real_mkdir(path, mode); });
+}
+
+int __real_fchmod(int file, mode_t mode);
+int __wrap_fchmod(int file, mode_t mode) {
+  return Perform(SystemCall::Fchmod, -1, [&] { return __real_fchmod(file, mode); });
 }
 
 ssize_t __real_readlink(const char* path, char* buffer, std::size_t length);

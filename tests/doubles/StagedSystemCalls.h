@@ -34,6 +34,8 @@ enum class SystemCall {
   Gethostname,
   Dladdr,
   Gettimeofday,
+  Mkstemp,
+  Fchmod,
   Count,
 };
 

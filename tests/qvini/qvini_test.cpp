@@ -62,13 +62,13 @@ TEST(IniNew, SetsEveryFieldToItsDefault) {
 
 TEST(Document, HasItsFieldsInTheirOrder) {
   const std::vector<std::size_t> offsets = {
-      offsetof(IniDocument, sections),        offsetof(IniDocument, lastSection),
-      offsetof(IniDocument, sectionFlags),    offsetof(IniDocument, mergeDuplicates),
-      offsetof(IniDocument, caseSensitive),   offsetof(IniDocument, lastLine),
-      offsetof(IniDocument, stringCache),     offsetof(IniDocument, maxLineLength),
-      offsetof(IniDocument, wrapBreakChar),   offsetof(IniDocument, writeFlags),
-      offsetof(IniDocument, readFlags),       offsetof(IniDocument, firstBadLine),
-      offsetof(IniDocument, path),            offsetof(IniDocument, modificationTime)};
+      offsetof(IniDocument, sections),      offsetof(IniDocument, lastSection),
+      offsetof(IniDocument, sectionFlags),  offsetof(IniDocument, mergeDuplicates),
+      offsetof(IniDocument, caseSensitive), offsetof(IniDocument, lastLine),
+      offsetof(IniDocument, stringCache),   offsetof(IniDocument, maxLineLength),
+      offsetof(IniDocument, wrapBreakChar), offsetof(IniDocument, writeFlags),
+      offsetof(IniDocument, readFlags),     offsetof(IniDocument, firstBadLine),
+      offsetof(IniDocument, path),          offsetof(IniDocument, modificationTime)};
   EXPECT_TRUE(std::is_sorted(offsets.begin(), offsets.end()));
   EXPECT_EQ(offsets.front(), 0U);
 }
@@ -406,8 +406,12 @@ TEST(NullDocument, IsRefusedByEveryFunction) {
   EXPECT_EQ(IniGetPointerToString(nullptr, "s", "k", &text), 0);
   EXPECT_EQ(IniReadFromFile(nullptr, "file"), -22);
   EXPECT_EQ(IniWriteToFile(nullptr, "file"), -22);
-  EXPECT_EQ(IniRead(nullptr, [](void*, char*, std::size_t) { return 0; }, nullptr), -22);
-  EXPECT_EQ(IniWrite(nullptr, [](void*, const char*) { return 0; }, nullptr), -22);
+  EXPECT_EQ(IniRead(
+                nullptr, [](void*, char*, std::size_t) { return 0; }, nullptr),
+            -22);
+  EXPECT_EQ(IniWrite(
+                nullptr, [](void*, const char*) { return 0; }, nullptr),
+            -22);
   EXPECT_STREQ(text, "untouched");
 }
 

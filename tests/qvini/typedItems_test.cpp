@@ -39,9 +39,8 @@ TEST(TypedPuts, WriteNumbersAndBooleansUnquoted) {
   EXPECT_EQ(IniPutBoolean(document, "s", "yes", 7), 1);
   EXPECT_EQ(IniPutBoolean(document, "s", "no", 0), 1);
   EXPECT_EQ(document.lines(),
-            (Texts{"[s]", "smallest = -2147483648", "largest = 2147483647",
-                   "unsigned = 4294967295", "double = -1.00000000000000e-01", "yes = True",
-                   "no = False", ""}));
+            (Texts{"[s]", "smallest = -2147483648", "largest = 2147483647", "unsigned = 4294967295",
+                   "double = -1.00000000000000e-01", "yes = True", "no = False", ""}));
 }
 
 TEST(TypedPuts, WriteAPointWhateverTheLocale) {
@@ -224,7 +223,8 @@ TEST(TypedGets, SetTheLastLineEvenWhenTheyCannotParse) {
 }
 
 TEST(TypedGets, RefuseNumbersOutOfRange) {
-  const TestDocument document({"[s]", "big = 4294967296", "minus = -5", "huge = 1e400", "inf = inf"});
+  const TestDocument document(
+      {"[s]", "big = 4294967296", "minus = -5", "huge = 1e400", "inf = inf"});
   int number = 0;
   unsigned natural = 0;
   double real = 0;
