@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <new>
 
 namespace {
 
@@ -28,12 +29,17 @@ StagedLoader::~StagedLoader() {
   g_Loader = nullptr;
 }
 
-void* StagedLoader::open(const char* name, int flags) {
-  if (std::find(requests_.begin(), requests_.end(), name) == requests_.end()) {
-    requests_.emplace_back(name);
+void* StagedLoader::open(const char* name, int flags) noexcept {
+  // Like the real one, this never throws: without memory there is no library.
+  try {
+    if (std::find(requests_.begin(), requests_.end(), name) == requests_.end()) {
+      requests_.emplace_back(name);
+    }
+    const auto found = files_.find(name);
+    return found == files_.end() ? nullptr : __real_dlopen(found->second.c_str(), flags);
+  } catch (const std::bad_alloc&) {
+    return nullptr;
   }
-  const auto found = files_.find(name);
-  return found == files_.end() ? nullptr : __real_dlopen(found->second.c_str(), flags);
 }
 
 }  // namespace qv::tests

@@ -22,7 +22,7 @@ class StagedLoader {
   const std::vector<std::string>& requests() const { return requests_; }
 
   /// For the wrapper.
-  void* open(const char* name, int flags);
+  void* open(const char* name, int flags) noexcept;
 
  private:
   std::map<std::string, std::string> files_;

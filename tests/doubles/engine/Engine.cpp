@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <cwchar>
+#include <set>
 
 #include "source/client/ITraceEngine.h"
 #include "source/utils/LoggingBlock.h"
@@ -107,14 +108,25 @@ SentBlock Contents(const traceengine::LoggingBlock& block) {
   return contents;
 }
 
+/// What nobody has released when the library ends goes with it.
+class Transient {
+ public:
+  Transient() { all().insert(this); }
+  Transient(const Transient&) = delete;
+  Transient& operator=(const Transient&) = delete;
+  virtual ~Transient() { all().erase(this); }
+
+  static std::set<Transient*>& all() {
+    static std::set<Transient*> transients;
+    return transients;
+  }
+};
+
 /// Counts references aloud and deletes itself with the last one.
 template <typename Interface>
-class Counted : public Interface {
+class Counted : public Interface, private Transient {
  public:
-  Counted() = default;
-  Counted(const Counted&) = delete;
-  Counted& operator=(const Counted&) = delete;
-  virtual ~Counted() { Journal().note("destroyed"); }
+  virtual ~Counted() = default;
 
   void addRef() override {
     Perform("addRef");
@@ -122,7 +134,9 @@ class Counted : public Interface {
   }
   void release() override {
     Perform("release");
-    if (--references_ == 0) delete this;
+    if (--references_ > 0) return;
+    Journal().note("destroyed");
+    delete this;
   }
 
  private:
@@ -163,7 +177,12 @@ class SomethingElse : public Counted<kit::IRefCounted> {
 };
 
 struct EndOfLibrary {
-  ~EndOfLibrary() { Journal().note("unloaded"); }
+  EndOfLibrary() { Transient::all(); }  // which thereby outlives this object
+  ~EndOfLibrary() {
+    while (!Transient::all().empty())
+      delete *Transient::all().begin();
+    Journal().note("unloaded");
+  }
 } g_EndOfLibrary;
 
 /// The entry point, under its name in those variants that have one.

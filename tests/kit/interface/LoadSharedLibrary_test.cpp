@@ -164,12 +164,14 @@ TEST_F(LoadSharedLibraryTest, RaisesAReleaseAssertionForAnotherInterfaceAndGives
   EXPECT_EQ(journal.lines().back(), "unloaded");
 }
 
+#ifdef QV_UNTYPED_ENGINE
 TEST_F(LoadSharedLibraryTest, RaisesAReleaseAssertionForAnObjectThatDoesNotKnowItsType) {
   load(EngineFile(kUntypedEngine));
   expectNothingHeld();
   EXPECT_THAT(assertions.all(), ElementsAre(kNotCastable));
   EXPECT_EQ(journal.lines().back(), "unloaded");
 }
+#endif
 
 TEST_F(LoadSharedLibraryTest, KeepsAnEngineThatIsHeldWhenAnotherIsOfTheWrongKind) {
   load(EngineFile(kGoodEngine));

@@ -124,11 +124,13 @@ TEST_F(MyTraceLoggerTest, WithAnotherInterfaceStaysUninitialized) {
   EXPECT_EQ(assertions.all().size(), 1u);
 }
 
+#ifdef QV_UNTYPED_ENGINE
 TEST_F(MyTraceLoggerTest, WithAnEngineThatDoesNotKnowItsTypeStaysUninitialized) {
   installed.loader().put(kBarePlace, EngineFile(kUntypedEngine));
   expectUninitialized(MyTraceLogger("module"));
   EXPECT_EQ(assertions.all().size(), 1u);
 }
+#endif
 
 TEST_F(MyTraceLoggerTest, WithAnEntryPointThatThrowsStaysUninitialized) {
   script.throwsIn = "GetInterface";

@@ -361,9 +361,13 @@ TEST_F(RecordsTest, FinishBeforeTheirThreadIsCancelled) {
   }
 }
 
+void MakeLogger() {
+  const MyTraceLogger logger("module");
+}
+
 void* LogWhileCancelled(void* argument) {
   pthread_cancel(pthread_self());
-  { const MyTraceLogger logger("module"); }
+  MakeLogger();
   *static_cast<bool*>(argument) = true;
   pthread_testcancel();
   return nullptr;
