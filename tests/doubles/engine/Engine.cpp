@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <cwchar>
+#include <memory>
 #include <set>
 
 #include "source/client/ITraceEngine.h"
@@ -99,7 +100,7 @@ BlockFactory g_Factory;
 
 SentBlock Contents(const traceengine::LoggingBlock& block) {
   const auto layout = Read<BlockLayout>(block);
-  SentBlock contents;
+  SentBlock contents{};
   contents.used = layout.used;
   contents.enginesOwn = layout.enginesOwn;
   std::memcpy(contents.timeStamp.data(), layout.timeStamp, sizeof(layout.timeStamp));
@@ -143,11 +144,15 @@ class Counted : public Interface, private Transient {
   std::atomic<int> references_{0};
 };
 
+struct ReturnBlock {
+  void operator()(traceengine::LoggingBlock* block) const { block->returnToFactory(); }
+};
+
 class Engine : public Counted<traceengine::ITraceEngine> {
  public:
   void sendBlock(traceengine::LoggingBlock* block) override {
+    const std::unique_ptr<traceengine::LoggingBlock, ReturnBlock> owned(block);
     Journal().keep(Contents(*block));
-    block->returnToFactory();
     Perform("sendBlock");
   }
   traceengine::LoggingBlock* getFreeBlock() override {
