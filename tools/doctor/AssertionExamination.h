@@ -1,0 +1,10 @@
+#pragma once
+
+#include "tools/doctor/Section.h"
+
+namespace qv::doctor {
+
+/// Whether a server that is started in the current directory prints release assertions.
+Section ExamineAssertions();
+
+}  // namespace qv::doctor

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+namespace qv::doctor {
+
+/// The key of the message that a child sends when its job is done. Code of others can end a process
+/// in good order long before that.
+inline constexpr char kDone[] = "done";
+
+/// What became of a child of this program.
+struct ChildResult {
+  enum class End { Exited, Killed, TimedOut };
+
+  /// The last message with this key, or null.
+  const nlohmann::ordered_json* find(const char* key) const;
+  /// Whether the child did its job and then came to its end with status 0.
+  bool endedWell() const { return end == End::Exited && code == 0 && find(kDone) != nullptr; }
+  /// How it ended, for people: "was ended by signal 11 (Segmentation fault)".
+  std::string endText() const;
+
+  End end = End::Exited;
+  /// Exit status or signal.
+  int code = 0;
+  /// The time that it was given.
+  int timeLimit = 0;
+  /// What it reported, in order, whole messages only.
+  std::vector<nlohmann::ordered_json> messages;
+  /// What was printed, on either stream; a flood of it is cut.
+  std::string output;
+};
+
+/// Runs this program again, to do one job where code of others may crash, hang or print without
+/// harm to the doctor, and waits for its end, timeLimit seconds at most; then it is killed. Throws
+/// std::runtime_error when the system gives no process.
+ChildResult RunChild(const std::vector<std::string>& job, int timeLimit);
+
+/// The option that asks for a job.
+inline constexpr char kChildOption[] = "--child";
+
+/// In the child: sends a message to the doctor. Any thread may call.
+void Report(const nlohmann::ordered_json& message);
+
+}  // namespace qv::doctor

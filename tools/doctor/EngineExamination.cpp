@@ -1,0 +1,70 @@
+#include "tools/doctor/EngineExamination.h"
+
+#include "tools/doctor/ChildProcess.h"
+#include "tools/doctor/Printable.h"
+#include "tools/doctor/Probes.h"
+
+namespace qv::doctor {
+namespace {
+
+using nlohmann::ordered_json;
+
+constexpr char kReplace[] =
+    "Put a trace engine there that is built for this library, or remove the file: the library "
+    "runs without.";
+
+void JudgePlaces(const ChildResult& child, Section& section) {
+  ordered_json places = ordered_json::array();
+  std::string missing;
+  for (const ordered_json& message : child.messages) {
+    if (!message.contains("place")) continue;
+    places.push_back(message);
+    const std::string place = Printable(message["place"]);
+    const std::string result = message["result"];
+    if (result == "missing") {
+      missing += (missing.empty() ? "" : ", ") + place;
+    } else if (result == "engine") {
+      section.ok("The library takes the engine " + Quoted(message["place"]));
+    } else {
+      section.wrong(Quoted(message["place"]) + " is no trace engine: " + Printable(result),
+                    kReplace);
+    }
+  }
+  section.facts["places"] = places;
+  if (!missing.empty()) section.ok("Looked for without success: " + missing);
+}
+
+void JudgeEnd(const ChildResult& child, Section& section) {
+  if (child.endedWell()) return;
+  const auto* trying = child.find("trying");
+  const std::string what = trying == nullptr
+                               ? "A process that looks for it " + child.endText()
+                               : Quoted(*trying) + ": a process that loads it " + child.endText();
+  section.wrong(what, kReplace);
+}
+
+}  // namespace
+
+EngineExamination::EngineExamination(const std::string& library, int timeLimit) {
+  const ChildResult child = RunChild({kEngineJob, library}, timeLimit);
+  JudgePlaces(child, section);
+  JudgeEnd(child, section);
+  if (const auto* engine = child.find("engine")) {
+    isFound = true;
+    configDirectory = (*engine)["config_directory"];
+    section.facts["engine"] = *engine;
+    section.ok("It has the tag files in " + Quoted(configDirectory) +
+               ((*engine)["shows_tag_names"].get<bool>() ? " and wants tag names in the records"
+                                                         : " and wants no tag names"));
+  }
+  section.facts["found"] = isFound;
+  if (!isFound) {
+    section.note("There is no usable trace engine: the library traces nothing",
+                 "To see traces of a server, put libqv_traceengine.dylib beside the library.");
+  }
+  if (!child.output.empty()) {
+    section.listings.push_back({"Printed by the trace engine", PrintableLines(child.output)});
+  }
+}
+
+}  // namespace qv::doctor

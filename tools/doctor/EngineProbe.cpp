@@ -1,0 +1,117 @@
+#include <dlfcn.h>
+#include <link.h>
+
+#include <cstdlib>
+#include <memory>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "kit/LibraryInterface.h"
+#include "kit/StatusChain.h"
+#include "kit/StringBase.h"
+#include "source/client/LoadTraceEngine.h"
+#include "tools/doctor/ChildProcess.h"
+#include "tools/doctor/FileFacts.h"
+#include "tools/doctor/Probes.h"
+
+namespace qv::doctor {
+namespace {
+
+using kit::GetInterfaceFuncNoThrow;
+using kit::LibraryInterface;
+using kit::StatusChain;
+using kit::String;
+using kit::WString;
+using traceengine::ITraceEngine;
+
+constexpr char kFrameworksName[] = "/Library/Frameworks/qv_traceengine";
+constexpr char kFrameworksFile[] =
+    "/Library/Frameworks/libqv_traceengine" QV_DYNAMIC_LIBRARY_SUFFIX;
+constexpr char kFileName[] = "libqv_traceengine" QV_DYNAMIC_LIBRARY_SUFFIX;
+
+/// The directories in which the loader looks for what the library names without a directory.
+std::vector<std::string> SearchDirectories(const std::string& library) {
+  void* handle = ::dlopen(library.c_str(), RTLD_NOW);
+  Dl_serinfo size{};
+  if (handle == nullptr || ::dlinfo(handle, RTLD_DI_SERINFOSIZE, &size) != 0) return {};
+  const std::unique_ptr<Dl_serinfo, void (*)(void*)> info(
+      static_cast<Dl_serinfo*>(std::calloc(1, size.dls_size)), std::free);
+  if (info == nullptr) return {};
+  info->dls_size = size.dls_size;
+  info->dls_cnt = size.dls_cnt;
+  if (::dlinfo(handle, RTLD_DI_SERINFO, info.get()) != 0) return {};
+  std::vector<std::string> directories;
+  const Dl_serpath* const paths = info->dls_serpath;
+  for (unsigned i = 0; i < info->dls_cnt; ++i)
+    directories.emplace_back(paths[i].dls_name);
+  return directories;
+}
+
+/// The file that the loader finds by the name alone: in memory already, or by its cache in
+/// directories that it tells nobody. Empty for none.
+std::string FileByNameAlone() {
+  void* handle = ::dlopen(kFileName, RTLD_NOW);
+  link_map* map = nullptr;
+  if (handle == nullptr || ::dlinfo(handle, RTLD_DI_LINKMAP, &map) != 0) return {};
+  return map->l_name;
+}
+
+/// What the library makes of the engine called name, in words; "engine" when it takes it.
+std::string Try(const char* name, StatusChain& status, LibraryInterface<ITraceEngine>& engine) {
+  Report({{"trying", name}});
+  ::dlerror();
+  traceengine::LoadTraceEngineImpl(WString(name), 0, engine, status);
+  const char* error = ::dlerror();
+  if (status.code() == StatusChain::kNotSet) {
+    return error == nullptr ? "it cannot be opened" : std::string("it cannot be opened: ") + error;
+  }
+  if (status.code() == GetInterfaceFuncNoThrow::kNoEntryPoint) {
+    return "it exports no GetInterface";
+  }
+  if (status.code() < 0) {
+    return "its GetInterface failed with code " + std::to_string(status.code());
+  }
+  return engine.interface() == nullptr ? "its GetInterface gave no trace engine" : "engine";
+}
+
+void AskEngine(ITraceEngine& engine) {
+  WString directory;
+  engine.getConfigDirectory(directory);
+  Report({{"engine",
+           {{"shows_tag_names", engine.showTagNames()},
+            {"config_directory", String(directory).c_str()}}}});
+}
+
+/// Tries the engine in one place. True when the search ends here, as the library's would.
+bool TryPlace(const char* name, const std::string& file, bool isLast) {
+  if (!FileFacts(file).isThere()) {
+    Report({{"place", file}, {"result", "missing"}});
+    return false;
+  }
+  StatusChain status;
+  LibraryInterface<ITraceEngine> engine;
+  const std::string result = Try(name, status, engine);
+  Report({{"place", file}, {"result", result}});
+  if (engine.interface() != nullptr) AskEngine(*engine.interface());
+  return isLast || status.code() >= 0;
+}
+
+}  // namespace
+
+void ProbeEngine(const std::string& library) {
+  // Engines that would write to a place of their own must not do it for the doctor.
+  ::setenv("QV_TRACE_OUTPUT", "/dev/null", 1);
+  if (TryPlace(kFrameworksName, kFrameworksFile, false)) return;
+
+  std::set<std::string> seen;
+  for (const std::string& directory : SearchDirectories(library)) {
+    const std::string file = directory + "/" + kFileName;
+    // What the loader finds first is what it opens: there is no second choice behind it.
+    if (seen.insert(file).second && TryPlace(file.c_str(), file, true)) return;
+  }
+  const std::string file = FileByNameAlone();
+  if (!file.empty()) TryPlace(file.c_str(), file, true);
+}
+
+}  // namespace qv::doctor

@@ -1,0 +1,109 @@
+#include "tools/doctor/LibraryExamination.h"
+
+#include <filesystem>
+
+#include "tools/doctor/ChildProcess.h"
+#include "tools/doctor/FileFacts.h"
+#include "tools/doctor/Printable.h"
+#include "tools/doctor/Probes.h"
+
+namespace qv::doctor {
+namespace {
+
+namespace fs = std::filesystem;
+
+bool Has(const ChildResult& child, const char* function) {
+  const auto* found = child.find(function);
+  return found != nullptr && found->get<bool>();
+}
+
+void ExamineFile(const FileFacts& file, Section& section) {
+  if (file.isLink) section.ok(Quoted(file.path) + " is a link to " + Quoted(file.realPath));
+  if ((file.mode & S_IWOTH) != 0) {
+    section.wrong("Everybody may write to " + Quoted(file.realPath) +
+                      ": whoever does runs code in the server",
+                  "chmod o-w the file.");
+  }
+  const FileFacts directory(Directory(file.path));
+  if ((directory.mode & S_IWOTH) != 0) {
+    section.wrong("Everybody may write to " + Quoted(directory.path) +
+                      ": whoever puts files there runs code in the server",
+                  "chmod o-w the directory, and see what has been put there.");
+  }
+  if (file.isLink && Directory(file.realPath) != RealPath(Directory(file.path))) {
+    section.note("A host that loads it by its real name looks for OpenSSL in " +
+                     Quoted(Directory(file.realPath) + "/") + " instead",
+                 "Give the hosts one of the two names, and keep the OpenSSL files beside that.");
+  }
+}
+
+void JudgeDirectory(const ChildResult& child, LibraryExamination& examination) {
+  Section& section = examination.section;
+  const auto* directory = child.find("directory");
+  if (directory == nullptr || !directory->is_string()) {
+    section.wrong("The library cannot tell its own directory in this locale",
+                  "Run the host in a UTF-8 locale, or install the library under a name in ASCII.");
+    return;
+  }
+  examination.directory = *directory;
+  section.facts["directory"] = examination.directory;
+  section.ok("It looks for OpenSSL in " + Quoted(examination.directory));
+}
+
+void JudgeLoading(const ChildResult& child, LibraryExamination& examination) {
+  Section& section = examination.section;
+  static constexpr char kReinstall[] =
+      "Put the file of the installation package back; it must be built for this system.";
+  section.facts["loads"] = child.find("loaded") != nullptr;
+  if (const auto* error = child.find("error")) {
+    section.facts["error"] = *error;
+    section.wrong("It cannot be loaded: " + Printable(*error), kReinstall);
+    return;
+  }
+  if (child.find("loaded") == nullptr || !child.endedWell()) {
+    section.wrong("A process that loads it " + child.endText(), kReinstall);
+    return;
+  }
+  for (const char* function : {"QVSSLINIT_Init", "QVSSLINIT_Uninit"}) {
+    if (Has(child, function)) continue;
+    section.wrong(std::string("It has no function ") + function,
+                  "This is another library: say with --library where the right one is.");
+    return;
+  }
+  examination.isUsable = true;
+  section.ok("It loads and has QVSSLINIT_Init and QVSSLINIT_Uninit");
+  JudgeDirectory(child, examination);
+}
+
+}  // namespace
+
+std::string FindLibrary(const Options& options) {
+  std::error_code ignored;
+  if (!options.library.empty()) return fs::absolute(options.library, ignored).string();
+  const fs::path here = fs::read_symlink("/proc/self/exe", ignored).parent_path();
+  const fs::path installed = here.parent_path() / "lib" / "libqvsslinit.so";
+  const fs::path beside = here / "libqvsslinit.so";
+  return (!fs::exists(installed, ignored) && fs::exists(beside, ignored) ? beside : installed)
+      .string();
+}
+
+LibraryExamination::LibraryExamination(const std::string& library, int timeLimit)
+    : directory(Directory(library) + "/") {
+  const FileFacts file(library);
+  section.facts = file.json();
+  if (!file.isThere()) {
+    section.wrong("There is no library at " + Quoted(library),
+                  "Install it there, or say with --library where it is.");
+    return;
+  }
+  if (!file.isRegular()) {
+    section.wrong(Quoted(library) + " is no library but " + file.kindText(),
+                  "Say with --library where the library is.");
+    return;
+  }
+  section.ok(Quoted(library) + ", " + file.accessText());
+  ExamineFile(file, section);
+  JudgeLoading(RunChild({kLibraryJob, library}, timeLimit), *this);
+}
+
+}  // namespace qv::doctor

@@ -1,0 +1,221 @@
+#include "tools/doctor/OpensslExamination.h"
+
+#include <map>
+#include <utility>
+
+#include "tools/doctor/ChildProcess.h"
+#include "tools/doctor/FileFacts.h"
+#include "tools/doctor/OpensslFiles.h"
+#include "tools/doctor/Printable.h"
+#include "tools/doctor/Probes.h"
+
+namespace qv::doctor {
+namespace {
+
+using nlohmann::ordered_json;
+
+constexpr char kPutThere[] =
+    "Put an adapter of the installation package there, or a genuine library of OpenSSL's 1.0 "
+    "series, or a link to either.";
+
+/// What the child said of one of the two files.
+struct OpenedFile {
+  OpenedFile(const std::string& directory, const char* file)
+      : name(file), facts(directory + file) {}
+
+  const char* name;
+  FileFacts facts;
+  bool isOpen = false;
+  std::string error;
+  /// The words in which it tells its release, and the libcrypto that they come from.
+  std::string release;
+  std::string libcrypto;
+  /// The library that does its work, behind all links: itself, if it is genuine.
+  std::string leadsTo;
+
+  bool isGenuine() const { return leadsTo == facts.realPath; }
+  std::string role() const {
+    if (leadsTo.empty()) return "unknown";
+    return isGenuine() ? "genuine" : "adapter";
+  }
+};
+
+std::string FileIn(const ordered_json& value) {
+  return value.is_string() ? RealPath(value) : std::string();
+}
+
+void ReadMessages(const ChildResult& child, OpenedFile& file) {
+  for (const ordered_json& message : child.messages) {
+    if (message.value("file", "") == file.name) {
+      file.isOpen = message.contains("opened");
+      if (message.contains("error")) file.error = message["error"];
+    }
+    if (message.value("release_of", "") == file.name) {
+      file.release = message["text"];
+      file.libcrypto = FileIn(message["libcrypto"]);
+    }
+  }
+}
+
+void JudgeFile(const OpenedFile& file, Section& section) {
+  const std::string path = Quoted(file.name);
+  if (!file.facts.isThere()) {
+    section.wrong(path + " is " + file.facts.kindText() + ": Init gives null", kPutThere);
+    return;
+  }
+  if (file.facts.isLink) {
+    section.ok(path + " is a link to " + Quoted(file.facts.realPath));
+  }
+  if (!file.facts.isRegular()) {
+    section.wrong(path + " is " + file.facts.kindText() + ": Init gives null", kPutThere);
+    return;
+  }
+  if ((file.facts.mode & S_IWOTH) != 0) {
+    section.wrong("Everybody may write to " + Quoted(file.facts.realPath) +
+                      ": whoever does runs code in the server",
+                  "chmod o-w the file.");
+  }
+  if (!file.error.empty()) {
+    section.wrong(path + " cannot be opened: " + Printable(file.error), kPutThere);
+    return;
+  }
+  if (!file.isOpen) return;  // the child did not get that far; that is said elsewhere
+  if (file.leadsTo.empty()) {
+    section.note(path + " opens, but is nothing that is known as OpenSSL", kPutThere);
+    return;
+  }
+  section.ok(path + (file.isGenuine() ? " is a genuine OpenSSL library"
+                                      : " is an adapter to " + Quoted(file.leadsTo)));
+}
+
+/// A file beside the library by its name, any other by its path.
+std::string Short(const std::string& directory, const std::string& file) {
+  return Quoted(Directory(file) == RealPath(directory) ? Name(file) : file);
+}
+
+void JudgeRelease(const OpenedFile& crypto, const OpenedFile& ssl, Section& section) {
+  if (!crypto.release.empty()) {
+    section.ok("The OpenSSL behind them is " + Printable(crypto.release));
+  }
+  if (!crypto.libcrypto.empty() && !ssl.libcrypto.empty() && crypto.libcrypto != ssl.libcrypto) {
+    section.wrong("The two files lead to different releases: " + Quoted(crypto.libcrypto) + " (" +
+                      Printable(crypto.release) + ") and " + Quoted(ssl.libcrypto) + " (" +
+                      Printable(ssl.release) + ")",
+                  "Both files must come from one OpenSSL.");
+  }
+}
+
+ordered_json Facts(const OpenedFile& file) {
+  ordered_json facts = file.facts.json();
+  facts["opens"] = file.isOpen;
+  if (!file.error.empty()) facts["error"] = file.error;
+  if (!file.isOpen) return facts;
+  facts["role"] = file.role();
+  if (!file.leadsTo.empty()) facts["leads_to"] = file.leadsTo;
+  if (!file.release.empty()) facts["release"] = file.release;
+  if (!file.libcrypto.empty()) facts["libcrypto"] = file.libcrypto;
+  return facts;
+}
+
+std::string List(const std::vector<std::string>& names) {
+  std::string list;
+  for (const std::string& name : names)
+    list += (list.empty() ? "" : ", ") + name;
+  return list;
+}
+
+/// What was looked up, as facts, and the files that the functions were found in, with numbers.
+class Functions {
+ public:
+  Functions(const ChildResult& child, std::string directory) : directory_(std::move(directory)) {
+    for (const ordered_json& message : child.messages) {
+      if (!message.contains("function")) continue;
+      facts_.push_back(message);
+      const std::string name = message["function"];
+      const std::string file = FileIn(message["found_in"]);
+      lines_.push_back(name + ": " + (file.empty() ? "missing" : Printable(file)));
+      if (file.empty()) {
+        missing_[message["looked_up_in"]].push_back(name);
+      } else {
+        ++found_[file];
+      }
+    }
+  }
+
+  /// What a file lacks that is not open at all goes without saying.
+  void judge(const std::map<std::string, bool>& isOpen, Section& section) const {
+    section.facts["functions"] = facts_;
+    if (lines_.empty()) return;
+    section.listings.push_back(
+        {"Functions, and the files that they were found in", lines_, Shown::Verbosely});
+    for (const auto& [file, names] : missing_) {
+      if (!isOpen.at(file)) continue;
+      section.wrong("Missing in '" + file + "': " + List(names) + ": Init gives null",
+                    "A genuine library from OpenSSL 1.1 on lacks functions of the 1.0 series: put "
+                    "the adapter there in its place. A file of another origin is no OpenSSL.");
+    }
+    section.facts["functions_found"] = foundCount();
+    const std::string total = std::to_string(lines_.size()) + " functions found: " + places();
+    if (missing_.empty()) section.ok("All " + total);
+    if (!missing_.empty() && !found_.empty()) {
+      section.note("Only " + std::to_string(foundCount()) + " of " + total);
+    }
+  }
+
+ private:
+  std::size_t foundCount() const {
+    std::size_t count = 0;
+    for (const auto& entry : found_)
+      count += entry.second;
+    return count;
+  }
+  std::string places() const {
+    std::vector<std::string> places;
+    for (const auto& [file, count] : found_)
+      places.push_back(std::to_string(count) + " in " + Short(directory_, file));
+    return List(places);
+  }
+
+  std::string directory_;
+  ordered_json facts_ = ordered_json::array();
+  std::vector<std::string> lines_;
+  std::map<std::string, std::size_t> found_;
+  std::map<std::string, std::vector<std::string>> missing_;
+};
+
+void JudgeEnd(const ChildResult& child, Section& section) {
+  if (child.endedWell()) return;
+  const auto* opening = child.find("opening");
+  const bool whileOpening = opening != nullptr && opening->is_string();
+  section.wrong("A process that opens them " + child.endText() +
+                    (whileOpening ? ", in " + Quoted(*opening) : std::string()),
+                whileOpening ? kPutThere : "See which function is the last one with --verbose.");
+}
+
+}  // namespace
+
+Section ExamineOpenssl(const std::string& directory, int timeLimit) {
+  Section section{"openssl", "OpenSSL"};
+  OpenedFile crypto(directory, kCryptoFile);
+  OpenedFile ssl(directory, kSslFile);
+  const ChildResult child = RunChild({kOpensslJob, directory}, timeLimit);
+  ReadMessages(child, crypto);
+  ReadMessages(child, ssl);
+  crypto.leadsTo = crypto.libcrypto;
+  if (const auto* libssl = child.find("libssl")) ssl.leadsTo = FileIn(*libssl);
+
+  JudgeFile(crypto, section);
+  JudgeFile(ssl, section);
+  JudgeRelease(crypto, ssl, section);
+  section.facts = {{"crypto", Facts(crypto)}, {"ssl", Facts(ssl)}};
+  Functions(child, directory)
+      .judge({{crypto.name, crypto.isOpen}, {ssl.name, ssl.isOpen}}, section);
+  JudgeEnd(child, section);
+  if (!child.output.empty()) {
+    section.note("They print while they are opened", "See below what.");
+    section.listings.push_back({"Printed by the OpenSSL files", PrintableLines(child.output)});
+  }
+  return section;
+}
+
+}  // namespace qv::doctor

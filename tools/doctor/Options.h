@@ -1,0 +1,27 @@
+#pragma once
+
+#include <string>
+
+namespace qv::doctor {
+
+/// What the command line asks for.
+struct Options {
+  /// The library as given, or empty: then it is looked for beside this program.
+  std::string library;
+  bool json = false;
+  bool verbose = false;
+  /// Whether to call Init, which makes what is missing in the certificate store.
+  bool init = true;
+  /// Seconds that every run of code of others may take.
+  int timeLimit = 60;
+};
+
+enum class Request { Examine, ShowHelp, Refuse };
+
+/// Reads the command line into options. A line that makes no sense is explained on standard error
+/// and refused.
+Request ReadOptions(int argc, char** argv, Options& options);
+
+void PrintHelp();
+
+}  // namespace qv::doctor

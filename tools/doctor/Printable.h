@@ -1,0 +1,18 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace qv::doctor {
+
+/// text as it can stand on a terminal and in JSON: control characters, and all bytes above ASCII
+/// when the text is not UTF-8, become \xNN.
+std::string Printable(const std::string& text);
+
+/// The lines of text, each of them printable.
+std::vector<std::string> PrintableLines(const std::string& text);
+
+/// Printable text in quotes, for names that come from the file system.
+std::string Quoted(const std::string& text);
+
+}  // namespace qv::doctor

@@ -1,0 +1,115 @@
+#include "tools/doctor/Rendering.h"
+
+#include <algorithm>
+
+#include "tools/doctor/Printable.h"
+
+namespace qv::doctor {
+namespace {
+
+using nlohmann::ordered_json;
+
+const char* LevelName(Level level) {
+  switch (level) {
+    case Level::Ok:
+      return "ok";
+    case Level::Note:
+      return "note";
+    case Level::Wrong:
+      return "wrong";
+  }
+  return "";
+}
+
+/// All of one width.
+const char* Mark(Level level) {
+  switch (level) {
+    case Level::Ok:
+      return "  ok     ";
+    case Level::Note:
+      return "  note   ";
+    case Level::Wrong:
+      return "  WRONG  ";
+  }
+  return "";
+}
+
+std::string Sentence(const Finding& finding) {
+  std::string text = Mark(finding.level) + finding.text + ".\n";
+  if (!finding.advice.empty()) text += "         -> " + finding.advice + "\n";
+  return text;
+}
+
+bool IsShown(const Listing& listing, bool isVerbose) {
+  return listing.shown == Shown::Always || (listing.shown == Shown::Verbosely) == isVerbose;
+}
+
+std::string Lines(const Listing& listing) {
+  std::string text = "  " + listing.title + ":\n";
+  for (const std::string& line : listing.lines)
+    text += "    | " + line + "\n";
+  return text;
+}
+
+std::string Verdict(const Diagnosis& diagnosis) {
+  const int wrong = diagnosis.count(Level::Wrong);
+  const int notes = diagnosis.count(Level::Note);
+  const std::string known = notes == 0 ? ""
+                            : notes == 1
+                                ? " One thing is worth knowing."
+                                : " " + std::to_string(notes) + " things are worth knowing.";
+  if (wrong == 0) return "Healthy." + known + "\n";
+  if (wrong == 1) return "One thing is wrong." + known + "\n";
+  return std::to_string(wrong) + " things are wrong." + known + "\n";
+}
+
+ordered_json Json(const Section& section) {
+  ordered_json findings = ordered_json::array();
+  for (const Finding& finding : section.findings) {
+    findings.push_back(
+        {{"level", LevelName(finding.level)}, {"text", finding.text}, {"advice", finding.advice}});
+  }
+  return {{"name", section.name},
+          {"title", section.title},
+          {"findings", findings},
+          {"facts", section.facts}};
+}
+
+}  // namespace
+
+int Diagnosis::count(Level level) const {
+  int count = 0;
+  for (const Section& section : sections) {
+    count += static_cast<int>(
+        std::count_if(section.findings.begin(), section.findings.end(),
+                      [level](const Finding& finding) { return finding.level == level; }));
+  }
+  return count;
+}
+
+std::string RenderPage(const Diagnosis& diagnosis, bool isVerbose) {
+  std::string page = "qvsslinit-doctor on " + Printable(diagnosis.library) + "\n";
+  for (const Section& section : diagnosis.sections) {
+    page += "\n" + section.title + "\n";
+    for (const Finding& finding : section.findings)
+      page += Sentence(finding);
+    for (const Listing& listing : section.listings) {
+      if (IsShown(listing, isVerbose)) page += Lines(listing);
+    }
+  }
+  return page + "\n" + Verdict(diagnosis);
+}
+
+std::string RenderJson(const Diagnosis& diagnosis) {
+  ordered_json sections = ordered_json::array();
+  for (const Section& section : diagnosis.sections)
+    sections.push_back(Json(section));
+  const ordered_json whole{{"library", diagnosis.library},
+                           {"healthy", diagnosis.isHealthy()},
+                           {"wrong", diagnosis.count(Level::Wrong)},
+                           {"notes", diagnosis.count(Level::Note)},
+                           {"sections", sections}};
+  return whole.dump(2, ' ', false, ordered_json::error_handler_t::replace) + "\n";
+}
+
+}  // namespace qv::doctor

@@ -1,0 +1,145 @@
+#include "tools/doctor/StoreExamination.h"
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <set>
+
+#include "tools/doctor/FileFacts.h"
+#include "tools/doctor/PairExamination.h"
+#include "tools/doctor/Printable.h"
+#include "tools/doctor/StoreLocation.h"
+
+namespace qv::doctor {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr char kPairs[] = "server_certs";
+
+/// The names in a directory, in order; false, and a finding, when it cannot be read.
+bool List(const std::string& directory, Section& section, std::set<std::string>& names) {
+  std::error_code error;
+  fs::directory_iterator entry(directory, error);
+  for (; !error && entry != fs::directory_iterator(); entry.increment(error))
+    names.insert(entry->path().filename().string());
+  if (error) {
+    section.wrong(Quoted(directory) + " cannot be read: " + error.message(),
+                  "Run this as the user that the server runs as; if it was that one, give the "
+                  "directory to it.");
+  }
+  return !error;
+}
+
+/// A directory of the store. False when it is none.
+bool JudgeDirectory(const FileFacts& directory, Section& section) {
+  const std::string path = Quoted(directory.path);
+  if (!directory.isDirectory()) {
+    section.wrong(path + " is " + directory.kindText() + " where a directory should be",
+                  "Move it away; the first Init of the next process makes the directory.");
+    return false;
+  }
+  if ((directory.mode & S_IWOTH) != 0) {
+    section.wrong("Everybody may write to " + path + ": " + directory.accessText(),
+                  "chmod 0700 the directory, and see what has been put there.");
+  } else {
+    section.ok(path + ", " + directory.accessText());
+  }
+  return true;
+}
+
+bool EndsWith(const std::string& text, const std::string& end) {
+  return text.size() > end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
+}
+
+std::string InDirectory(const std::string& directory, const std::string& name) {
+  std::string path = directory;
+  path += '/';
+  return path += name;
+}
+
+/// A file that the library has no use for.
+void AddOther(const std::string& path, Section& section, nlohmann::ordered_json& files) {
+  const FileFacts file(path);
+  section.note(Quoted(path) + " is none of the library's files: " + file.kindText() +
+               (file.isThere() ? ", " + file.accessText() : std::string()));
+  nlohmann::ordered_json facts = file.json();
+  facts["role"] = "other";
+  files.push_back(facts);
+}
+
+void ExaminePairs(const std::string& directory, Section& section, nlohmann::ordered_json& files) {
+  std::set<std::string> names;
+  if (!List(directory, section, names)) return;
+  std::set<std::string> stems{"server_0"};
+  for (const std::string& name : names) {
+    if (EndsWith(name, ".key") || EndsWith(name, ".cer")) {
+      stems.insert(name.substr(0, name.size() - 4));
+    } else {
+      AddOther(InDirectory(directory, name), section, files);
+    }
+  }
+  for (const std::string& stem : stems)
+    PairExamination(InDirectory(directory, stem), section).run(files);
+}
+
+void ExamineOthers(const std::string& directory, Section& section, nlohmann::ordered_json& files) {
+  std::set<std::string> names;
+  if (!List(directory, section, names)) return;
+  for (const std::string& name : names)
+    AddOther(InDirectory(directory, name), section, files);
+}
+
+void ExamineContents(const std::string& store, Section& section) {
+  std::set<std::string> names;
+  if (!List(store, section, names)) return;
+  nlohmann::ordered_json files = nlohmann::ordered_json::array();
+  nlohmann::ordered_json directories = nlohmann::ordered_json::array();
+  directories.push_back(FileFacts(store).json());
+  for (const char* name : {kPairs, "open_csrs", "temp"}) {
+    const FileFacts directory(store + "/" + name);
+    directories.push_back(directory.json());
+    names.erase(name);
+    if (!directory.isThere() && !directory.isLink) {
+      section.note(Quoted(directory.path) + " is missing: the first Init makes it");
+    } else if (JudgeDirectory(directory, section)) {
+      (directory.path == store + "/" + kPairs ? ExaminePairs : ExamineOthers)(directory.path,
+                                                                              section, files);
+    }
+  }
+  for (const std::string& name : names)
+    AddOther(InDirectory(store, name), section, files);
+  section.facts["directories"] = directories;
+  section.facts["files"] = files;
+}
+
+void JudgeMissingStore(const std::string& store, Section& section) {
+  const FileFacts parent(Directory(store).empty() ? "/" : Directory(store));
+  if (parent.isDirectory()) {
+    section.note("The store is not there yet: the first Init makes it, with a key and certificate");
+  } else {
+    section.wrong(Quoted(parent.path) + ", which is to hold the store, is " + parent.kindText() +
+                      ": Init does not make it, and so makes no key and certificate",
+                  "Make the directory and give it to the user that the server runs as.");
+  }
+}
+
+}  // namespace
+
+Section ExamineStore() {
+  Section section{"store", "Certificate store"};
+  const std::string path = LocateStore(section);
+  const FileFacts store(path);
+  section.facts["exists"] = store.isThere();
+  if (!store.isThere() && store.error != ENOENT && store.error != ENOTDIR) {
+    section.wrong(Quoted(path) + " cannot be looked at: " + std::strerror(store.error),
+                  "Run this as the user that the server runs as.");
+  } else if (!store.isThere() && !store.isLink) {
+    JudgeMissingStore(path, section);
+  } else if (JudgeDirectory(store, section)) {
+    ExamineContents(path, section);
+  }
+  return section;
+}
+
+}  // namespace qv::doctor

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <string>
+
+#include "tools/doctor/Section.h"
+
+namespace qv::doctor {
+
+/// The certificate store where the library has it, and every file in it.
+Section ExamineStore();
+
+}  // namespace qv::doctor

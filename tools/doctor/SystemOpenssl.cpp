@@ -1,0 +1,64 @@
+#include "tools/doctor/SystemOpenssl.h"
+
+#include <dlfcn.h>
+
+namespace qv::doctor {
+namespace {
+
+#define QV_TEXT(text) #text
+#define QV_TEXT_OF(macro) QV_TEXT(macro)
+constexpr char kCryptoName[] = "libcrypto.so." QV_TEXT_OF(OPENSSL_SHLIB_VERSION);
+constexpr char kSslName[] = "libssl.so." QV_TEXT_OF(OPENSSL_SHLIB_VERSION);
+#undef QV_TEXT_OF
+#undef QV_TEXT
+
+/// Knows no pass phrase: nobody is asked for one.
+int NoPassPhrase(char* /*buffer*/, int /*size*/, int /*isWriting*/, void* /*argument*/) {
+  return -1;
+}
+
+template <typename Function>
+bool Find(void* library, const char* name, Function& function) {
+  function = reinterpret_cast<Function>(::dlsym(library, name));
+  return function != nullptr;
+}
+
+}  // namespace
+
+const SystemOpenssl* SystemOpenssl::get() {
+  static SystemOpenssl openssl;
+  static const bool isOpen = openssl.open();
+  return isOpen ? &openssl : nullptr;
+}
+
+bool SystemOpenssl::open() {
+  void* const crypto = ::dlopen(kCryptoName, RTLD_NOW | RTLD_LOCAL);
+  void* const ssl = ::dlopen(kSslName, RTLD_NOW | RTLD_LOCAL);
+  if (crypto == nullptr || ssl == nullptr) return false;
+  bool isWhole = true;
+#define QV_POLICY_FUNCTION(library, name) isWhole = Find(library, #name, this->name) && isWhole;
+#include "tools/doctor/PolicyFunctions.def"
+#undef QV_POLICY_FUNCTION
+  return isWhole;
+}
+
+std::string SystemOpenssl::takeError() const {
+  const unsigned long code = ERR_get_error();
+  const char* text = code == 0 ? nullptr : ERR_reason_error_string(code);
+  ERR_clear_error();
+  return text == nullptr ? "no reason given" : text;
+}
+
+SystemOpenssl::Owner<X509> SystemOpenssl::readCertificate(const std::string& pem) const {
+  ERR_clear_error();
+  const Bio bio(BIO_new_mem_buf(pem.data(), static_cast<int>(pem.size())), BIO_free);
+  return {PEM_read_bio_X509(bio.get(), nullptr, NoPassPhrase, nullptr), X509_free};
+}
+
+SystemOpenssl::Owner<EVP_PKEY> SystemOpenssl::readKey(const std::string& pem) const {
+  ERR_clear_error();
+  const Bio bio(BIO_new_mem_buf(pem.data(), static_cast<int>(pem.size())), BIO_free);
+  return {PEM_read_bio_PrivateKey(bio.get(), nullptr, NoPassPhrase, nullptr), EVP_PKEY_free};
+}
+
+}  // namespace qv::doctor

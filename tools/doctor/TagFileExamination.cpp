@@ -1,0 +1,111 @@
+#include "tools/doctor/TagFileExamination.h"
+
+#include <cstring>
+#include <map>
+#include <sstream>
+
+#include "kit/StringBase.h"
+#include "kit/osdep/path.h"
+#include "source/TraceTagIds.h"
+#include "tools/doctor/ChildProcess.h"
+#include "tools/doctor/FileFacts.h"
+#include "tools/doctor/Printable.h"
+#include "tools/doctor/Probes.h"
+#include "tools/doctor/SmallFile.h"
+#include "tools/doctor/TagLines.h"
+
+namespace qv::doctor {
+namespace {
+
+struct Tag {
+  std::string name;
+  bool isOn;
+};
+
+/// The table as the library prints it: "   1) yes : RefCount".
+std::map<int, Tag> ReadTable(const std::string& printed) {
+  std::map<int, Tag> table;
+  std::istringstream lines(printed);
+  std::string line;
+  while (std::getline(lines, line)) {
+    std::istringstream fields(line);
+    int id = 0;
+    char parenthesis = '\0';
+    std::string value;
+    std::string colon;
+    std::string name;
+    if (fields >> id >> parenthesis >> value >> colon) {
+      fields >> name;
+      table[id] = {name, value == "yes"};
+    }
+  }
+  return table;
+}
+
+void JudgeTable(const std::map<int, Tag>& table, Section& section) {
+  nlohmann::ordered_json tags = nlohmann::ordered_json::array();
+  Listing listing{"Tags as the library reads them", {}};
+  for (const auto& [id, tag] : table) {
+    tags.push_back({{"id", id}, {"name", tag.name}, {"on", tag.isOn}});
+    listing.lines.push_back(std::to_string(id) + (tag.isOn ? "  on   " : "  off  ") +
+                            (tag.name.empty() ? "(no name)" : Printable(tag.name)));
+  }
+  section.facts["tags"] = tags;
+  if (!listing.lines.empty()) section.listings.push_back(listing);
+
+  std::map<int, Tag> others = table;
+  std::string off;
+  for (const int id : {qvsslinit::kTraceReferenceCount, qvsslinit::kTraceInitializerScopes,
+                       qvsslinit::kTraceCertificate, qvsslinit::kTraceCreatorScopes}) {
+    others.erase(id);
+    const auto tag = table.find(id);
+    if (tag == table.end() || !tag->second.isOn) {
+      off += (off.empty() ? "" : ", ") + std::to_string(id);
+    }
+  }
+  section.ok(off.empty() ? "All tags of the library, 1, 4, 5 and 6, are on"
+                         : "Of the library's tags 1, 4, 5 and 6 these are off: " + off);
+  for (const auto& [id, tag] : others) {
+    if (tag.isOn)
+      section.note("Tag " + std::to_string(id) + " is on, and the library has none such");
+  }
+}
+
+}  // namespace
+
+Section ExamineTagFile(const std::string& directory, int timeLimit) {
+  Section section{"tags", "Tag file"};
+  const std::string path =
+      kit::osdep::path::Join(kit::String(directory.c_str()), "qvsslinit.cfg").c_str();
+  const FileFacts file(path);
+  section.facts = file.json();
+  if (!file.isThere() && !file.isLink) {
+    section.note(Quoted(path) + " is not there: every tag is off, and errors alone are traced",
+                 "To see more, write it, a line for each tag: Initializer : 4 : yes");
+    return section;
+  }
+  if (!file.isRegular()) {
+    section.wrong(Quoted(path) + " is " + file.kindText() + ": every tag is off",
+                  "Put a file there, a line for each tag: Initializer : 4 : yes");
+    return section;
+  }
+  const SmallFile contents(file);
+  if (contents.error != 0) {
+    section.wrong(Quoted(path) + " cannot be read: " + std::strerror(contents.error) + " (" +
+                      file.accessText() + ")",
+                  "Run this as the user that the server runs as; if it was that one, let it read "
+                  "the file.");
+    return section;
+  }
+  section.ok(Quoted(path) + ", " + file.accessText());
+  const ChildResult child = RunChild({kTagsJob, directory}, timeLimit);
+  if (!child.endedWell()) {
+    section.wrong("A process that reads it " + child.endText(), "Write the file anew.");
+    return section;
+  }
+  JudgeTable(ReadTable(child.output), section);
+  JudgeTagLines(contents.text, section);
+  return section;
+}
+
+}  // namespace qv::doctor

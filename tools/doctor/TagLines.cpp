@@ -1,0 +1,151 @@
+#include "tools/doctor/TagLines.h"
+
+#include <algorithm>
+#include <cctype>
+#include <map>
+#include <set>
+#include <sstream>
+
+#include "source/client/TagLine.h"
+#include "tools/doctor/Printable.h"
+
+namespace qv::doctor {
+namespace {
+
+using traceengine::TagLine;
+
+// The library reads longer lines in pieces of this length.
+constexpr std::size_t kPiece = 1022;
+constexpr int kLastId = 255;
+constexpr char kOn[] = "yes";
+
+std::string Lower(std::string text) {
+  std::transform(text.begin(), text.end(), text.begin(), [](unsigned char character) {
+    return static_cast<char>(std::tolower(character));
+  });
+  return text;
+}
+
+bool Means(const std::string& value, const std::set<std::string>& words) {
+  return words.count(Lower(value)) != 0;
+}
+
+/// Goes through the lines with what the lines before have defined.
+class Judge {
+ public:
+  explicit Judge(Section& section) : section_(section) {}
+
+  void line(const std::string& text) {
+    ++number_;
+    if (text.size() > kPiece) {
+      wrong("is longer than 1022 characters and is read in pieces, each as a line of its own",
+            "Shorten it.");
+    }
+    for (std::size_t begin = 0; begin < text.size(); begin += kPiece)
+      piece(text.substr(begin, kPiece));
+  }
+
+  void finish() { section_.facts["ignored_lines"] = ignored_; }
+
+ private:
+  void piece(const std::string& text) {
+    const TagLine parts(text.c_str());
+    if (parts.fields < 2) {
+      noDefinition(text, parts);
+    } else if (parts.fields == 3 && std::string(parts.name) == "Output_File") {
+      outputFile();
+    } else if (parts.id < 0 || parts.id > kLastId) {
+      ignore(text);
+      wrong("has the number " + std::to_string(parts.id) + ", which is not from 0 to 255: ignored",
+            "The library's tags are 1, 4, 5 and 6.");
+    } else {
+      definition(text, parts);
+    }
+  }
+
+  void noDefinition(const std::string& text, const TagLine& parts) {
+    const std::size_t first = text.find_first_not_of(" \t\r\n\v\f");
+    if (first == std::string::npos) return;
+    ignore(text);
+    const bool isComment = text[first] == '#' || text[first] == ';' || text[first] == '/';
+    if (isComment || text.find(':') == std::string::npos) return;
+    if (std::string(parts.name).find(':') != std::string::npos) {
+      wrong("defines nothing: " + Quoted(text) + " has no blank before its first colon",
+            "Write it as 'Name : 1 : yes'.");
+    } else {
+      wrong("defines nothing: " + Quoted(text) + " has no number behind its first colon",
+            "Write it as 'Name : 1 : yes'.");
+    }
+  }
+
+  void outputFile() {
+    static constexpr char kRemove[] =
+        "Remove the line; the trace engine's own settings say where records go.";
+    const auto earlier = definedBy_.find(0);
+    const std::string text =
+        "names an output file, which the library does not have; all that it does is to make tag 0 "
+        "a nameless tag that is off";
+    if (earlier == definedBy_.end()) {
+      note(text, kRemove);
+    } else {
+      wrong(text + ", in place of the one in line " + std::to_string(earlier->second), kRemove);
+    }
+    definedBy_[0] = number_;
+  }
+
+  void definition(const std::string& text, const TagLine& parts) {
+    if (parts.name[0] == '#') {
+      wrong("is no comment: it defines the tag " + Quoted(parts.name),
+            "Put a blank behind the '#', or remove the line.");
+    }
+    const std::string value = parts.value;
+    if (parts.fields == 2) {
+      // The value, if there is one, never got read.
+      if (Lower(text).find(kOn) != std::string::npos) {
+        wrong("leaves its tag off: " + Quoted(text) + " has no colon between number and value",
+              "Write it as 'Name : 1 : yes'.");
+      }
+    } else if (value != kOn && Means(value, {"yes", "on", "true", "1", "y", "enabled"})) {
+      wrong("leaves its tag off: " + Quoted(value) + " is not 'yes', the only value that means on",
+            "Write 'yes'.");
+    } else if (value != kOn && !Means(value, {"no", "off", "false", "0", "n", "disabled"})) {
+      note("has the value " + Quoted(value) + ", which means off like all but 'yes'");
+    }
+    const auto [earlier, isNew] = definedBy_.try_emplace(parts.id, number_);
+    if (!isNew) {
+      note("defines tag " + std::to_string(parts.id) + " again, in place of line " +
+           std::to_string(earlier->second));
+      earlier->second = number_;
+    }
+  }
+
+  void ignore(const std::string& text) { ignored_.push_back({{"line", number_}, {"text", text}}); }
+  std::string inLine(const std::string& text) const {
+    return "Line " + std::to_string(number_) + " " + text;
+  }
+  void note(const std::string& text, const std::string& advice = {}) {
+    section_.note(inLine(text), advice);
+  }
+  void wrong(const std::string& text, const std::string& advice) {
+    section_.wrong(inLine(text), advice);
+  }
+
+  Section& section_;
+  int number_ = 0;
+  /// The line that defined each tag last.
+  std::map<int, int> definedBy_;
+  nlohmann::ordered_json ignored_ = nlohmann::ordered_json::array();
+};
+
+}  // namespace
+
+void JudgeTagLines(const std::string& text, Section& section) {
+  Judge judge(section);
+  std::istringstream lines(text);
+  std::string line;
+  while (std::getline(lines, line))
+    judge.line(line);
+  judge.finish();
+}
+
+}  // namespace qv::doctor

@@ -1,0 +1,16 @@
+#include <cstdio>
+
+#include "source/client/MyTraceLogger.h"
+#include "tools/doctor/BuiltInEngine.h"
+#include "tools/doctor/Probes.h"
+
+namespace qv::doctor {
+
+void ProbeTags(const std::string& directory) {
+  InstallBuiltInEngine(directory);
+  const traceengine::MyTraceLogger logger("qvsslinit");
+  logger.DumpTraceTagTable();
+  std::fflush(stdout);
+}
+
+}  // namespace qv::doctor
