@@ -1,0 +1,1096 @@
+"""The doctor on installations that are healthy and on ones that are not, run as a person runs it.
+
+usage: doctor_test.py BUILD_DIRECTORY SITE_ENGINE C_COMPILER SOURCES [Class.test]
+"""
+
+import datetime
+import hashlib
+import json
+import os
+import pathlib
+import re
+import shutil
+import ssl
+import stat
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+
+BUILD = pathlib.Path(sys.argv.pop(1)).resolve()
+SITE_ENGINE = pathlib.Path(sys.argv.pop(1)).resolve()
+COMPILER = sys.argv.pop(1)
+SOURCES = pathlib.Path(sys.argv.pop(1)).resolve()
+
+CRYPTO = "libeay32.dylib"
+SSL = "libssleay32.dylib"
+FUNCTIONS = re.findall(r"^QV_OPENSSL_FUNCTION\((\w+), (\w+)",
+                       (SOURCES / "source" / "OpensslFunctions.def").read_text(), re.M)
+DEFAULT_TAGS = "RefCount : 1 : yes\nInitializer : 4 : yes\nCertificate : 5 : no\nCreator : 6 : yes\n"
+
+
+def run(*command, **options):
+    """The output of a command, which must succeed."""
+    done = subprocess.run([str(part) for part in command], capture_output=True, text=True,
+                          timeout=60, check=False, **options)
+    if done.returncode != 0:
+        raise AssertionError(f"{command} ended with {done.returncode}: {done.stdout}{done.stderr}")
+    return done.stdout
+
+
+class Report:
+    """What the doctor found, from its JSON."""
+
+    def __init__(self, text):
+        self.json = json.loads(text)
+
+    def section(self, name):
+        found = [section for section in self.json["sections"] if section["name"] == name]
+        return found[0] if found else None
+
+    def facts(self, name):
+        return self.section(name)["facts"]
+
+    def texts(self, level, name=None):
+        return [finding["text"] for section in self.json["sections"]
+                for finding in section["findings"]
+                if finding["level"] == level and name in (None, section["name"])]
+
+    def everything(self, level, name=None):
+        return "\n".join(self.texts(level, name))
+
+
+class Site(unittest.TestCase):
+    """Each test has an installation of its own, healthy to begin with, in a temporary directory."""
+
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory(prefix="qvsslinit-test-")
+        self.addCleanup(folder.cleanup)
+        self.root = pathlib.Path(folder.name).resolve()
+        self.lib, self.bin, self.data, self.temporary, self.tags, self.current = (
+            self.root / name for name in ("lib", "bin", "data", "tmp", "tags", "current"))
+        for directory in (self.lib, self.bin, self.data, self.temporary, self.tags, self.current):
+            directory.mkdir()
+        for name in ("libqvsslinit.so", CRYPTO, SSL):
+            shutil.copy(BUILD / "lib" / name, self.lib)
+        self.doctor = self.bin / "qvsslinit-doctor"
+        shutil.copy(BUILD / "bin" / "qvsslinit-doctor", self.doctor)
+        self.library = self.lib / "libqvsslinit.so"
+        self.store = self.data / "certstore"
+        self.pairs = self.store / "server_certs"
+        self.key = self.pairs / "server_0.key"
+        self.certificate = self.pairs / "server_0.cer"
+        # Nothing of the caller's.
+        self.environment = {"PATH": "/usr/bin:/bin", "LC_ALL": "C.UTF-8",
+                            "TMPDIR": str(self.temporary), "QVPUBAPPDATADIR": str(self.data),
+                            "QVTEST_TAG_DIRECTORY": str(self.tags)}
+
+    def call(self, *arguments):
+        return subprocess.run([self.doctor, *arguments], env=self.environment, timeout=100,
+                              cwd=self.current, capture_output=True, text=True, check=False)
+
+    def page(self, *arguments):
+        done = self.call(*arguments)
+        self.assertEqual(done.stderr, "")
+        return done.stdout
+
+    def report(self, *arguments, status):
+        done = self.call("--json", *arguments)
+        self.assertEqual((done.returncode, done.stderr), (status, ""), done.stdout)
+        report = Report(done.stdout)
+        self.assertEqual(report.json["healthy"], status == 0)
+        return report
+
+    def look(self, status):
+        """A report without a call of Init."""
+        return self.report("--no-init", status=status)
+
+    def make_store(self):
+        """The store as Init leaves it."""
+        self.report(status=0)
+
+    def snapshot(self):
+        """Everything of the site, and of each file its time and what is in it."""
+        return {str(path): (path.lstat().st_mode, path.is_file() and
+                            (path.stat().st_mtime_ns, hashlib.sha256(path.read_bytes()).digest()))
+                for path in sorted(self.root.rglob("*"))}
+
+    def compile(self, target, source, *arguments):
+        file = self.temporary / "source.c"
+        file.write_text(source)
+        run(COMPILER, "-shared", "-fPIC", "-o", target, file, *arguments)
+        file.unlink()
+
+    def install_engine(self, matter=""):
+        shutil.copy(SITE_ENGINE, self.lib / "libqv_traceengine.dylib")
+        self.environment["QVTEST_ENGINE"] = matter
+
+    def install_certificate(self, *arguments, bits=2048):
+        """A pair of the site's own, self-signed, by the openssl command."""
+        self.pairs.mkdir(parents=True, exist_ok=True)
+        self.store.chmod(0o700)
+        run("openssl", "req", "-x509", "-newkey", f"rsa:{bits}", "-nodes", "-subj", "/CN=site",
+            "-keyout", self.key, "-out", self.certificate, *arguments)
+
+    def install_dated_certificate(self, begin, end):
+        self.install_certificate()
+        request = self.temporary / "request"
+        settings = self.temporary / "ca.cnf"
+        settings.write_text(f"[ca]\ndefault_ca=d\n[d]\ndatabase={self.temporary}/index\n"
+                            f"serial={self.temporary}/serial\nnew_certs_dir={self.temporary}\n"
+                            "default_md=sha256\npolicy=p\n[p]\ncommonName=supplied\n")
+        (self.temporary / "index").touch()
+        (self.temporary / "serial").write_text("01\n")
+        run("openssl", "req", "-new", "-key", self.key, "-subj", "/CN=site", "-out", request)
+        run("openssl", "ca", "-batch", "-config", settings, "-selfsign", "-keyfile", self.key,
+            "-in", request, "-notext", "-startdate", begin, "-enddate", end,
+            "-out", self.certificate)
+        for path in self.temporary.iterdir():
+            path.unlink()
+
+
+class Healthy(Site):
+    def test_is_status_0_and_says_so(self):
+        done = self.call()
+        self.assertEqual((done.returncode, done.stderr), (0, ""))
+        self.assertIn("\nHealthy.", done.stdout)
+        self.assertNotIn("WRONG", done.stdout)
+
+    def test_finds_the_library_where_it_is_installed(self):
+        report = self.report(status=0)
+        self.assertEqual(report.json["library"], str(self.library))
+        self.assertEqual(report.facts("library")["directory"], f"{self.lib}/")
+
+    def test_finds_the_library_in_its_own_directory_too(self):
+        for path in self.lib.iterdir():
+            path.rename(self.bin / path.name)
+        self.assertEqual(self.look(0).json["library"], str(self.bin / "libqvsslinit.so"))
+
+    def test_takes_a_relative_path_as_seen_from_the_current_directory(self):
+        report = self.report("--no-init", "--library", "../lib/libqvsslinit.so", status=0)
+        self.assertEqual(os.path.realpath(report.json["library"]), str(self.library))
+
+    def test_names_the_openssl_that_the_system_has(self):
+        release = run("openssl", "version").split(" (")[0].strip()
+        for file in ("crypto", "ssl"):
+            self.assertEqual(self.look(0).facts("openssl")[file]["release"], release)
+
+    def test_tells_adapters_and_what_they_lead_to(self):
+        facts = self.look(0).facts("openssl")
+        for file, name, leads_to in (("crypto", CRYPTO, "libcrypto.so"), ("ssl", SSL, "libssl.so")):
+            needed = run("ldd", self.lib / name)
+            expected = re.search(rf"{re.escape(leads_to)}\S* => (\S+)", needed).group(1)
+            self.assertEqual(facts[file]["role"], "adapter")
+            self.assertEqual(facts[file]["leads_to"], os.path.realpath(expected))
+            self.assertEqual(facts[file]["real_path"], str(self.lib / name))
+
+    def test_finds_each_function_in_the_file_that_defines_it(self):
+        functions = self.look(0).facts("openssl")["functions"]
+        self.assertEqual([(entry["looked_up_in"], entry["function"]) for entry in functions],
+                         [(CRYPTO if library == "crypto" else SSL, name)
+                          for library, name in FUNCTIONS])
+        self.assertEqual(len(functions), 41)
+        for entry in functions:
+            defined = run("nm", "-D", "--defined-only", entry["found_in"])
+            self.assertRegex(defined, rf"(?m) [TW] {entry['function']}(@|$)")
+
+    def test_lists_the_functions_with_verbose_only(self):
+        brief, verbose = self.page("--no-init"), self.page("--no-init", "--verbose")
+        self.assertIn("All 41 functions found", brief)
+        for _, name in FUNCTIONS:
+            self.assertNotIn(f"| {name}: ", brief)
+            self.assertIn(f"| {name}: ", verbose)
+
+    def test_follows_links_to_the_openssl_files(self):
+        (self.root / "elsewhere").mkdir()
+        (self.lib / CRYPTO).rename(self.root / "elsewhere" / "crypto.so")
+        (self.lib / CRYPTO).symlink_to("../elsewhere/crypto.so")
+        facts = self.look(0).facts("openssl")["crypto"]
+        self.assertEqual(facts["link_target"], "../elsewhere/crypto.so")
+        self.assertEqual(facts["real_path"], str(self.root / "elsewhere" / "crypto.so"))
+        self.assertEqual(facts["role"], "adapter")
+
+
+class Trial(Site):
+    def test_calls_init_and_uninit_with_every_tag_on_and_shows_the_trace(self):
+        report = self.report(status=0)
+        facts = report.facts("trial")
+        self.assertEqual((facts["init"], facts["uninit"], facts["engine_used"]), (True, True, True))
+        records = [entry["record"].split(" | ") for entry in facts["trace"]]
+        self.assertEqual({record[2] for record in records},
+                         {"RefCount", "Initializer", "Certificate", "CertCreator"})
+        self.assertEqual({record[1] for record in records}, {"qvsslinit"})
+        self.assertIn(["SslInitializerImplementation::LoadLibrary",
+                       "returning status=ok, handle=1, refCount_=1"],
+                      [record[3:] for record in records])
+        page = self.page()
+        for tag in ("RefCount", "Initializer", "Certificate", "CertCreator"):
+            self.assertIn(f" | qvsslinit | {tag} | ", page)
+
+    def test_stamps_the_records_with_the_time_in_utc(self):
+        begin = datetime.datetime.utcnow()
+        trace = self.report(status=0).facts("trial")["trace"]
+        times = [datetime.datetime.strptime(entry["time"], "%Y-%m-%dT%H:%M:%S.%fZ")
+                 for entry in trace]
+        self.assertEqual(times, sorted(times))
+        self.assertLessEqual(begin, times[0])
+        self.assertLessEqual(times[-1], datetime.datetime.utcnow())
+
+    def test_says_what_init_made_and_to_whom_it_belongs(self):
+        report = self.report(status=0)
+        made = [str(path) for path in sorted([self.store, *self.store.rglob("*")])]
+        self.assertEqual(report.facts("trial")["made"], made)
+        self.assertRegex(self.report(status=0).everything("ok", "trial"), "Init gave a handle")
+        self.assertEqual(self.report(status=0).facts("trial")["made"], [])
+
+    def test_shows_the_store_again_where_init_changed_it(self):
+        report = self.report(status=0)
+        self.assertFalse(report.facts("store")["exists"])
+        self.assertTrue(report.facts("store_after")["exists"])
+        self.assertIsNone(self.report(status=0).section("store_after"))
+
+    def test_leaves_nothing_of_its_own_behind(self):
+        self.make_store()
+        before = self.snapshot()
+        self.report(status=0)
+        self.assertEqual(self.snapshot(), before)
+
+    def test_creates_nothing_with_no_init(self):
+        before = self.snapshot()
+        report = self.look(0)
+        self.assertEqual(self.snapshot(), before)
+        self.assertIn("--no-init", report.everything("note", "trial"))
+
+    def test_does_not_give_records_to_the_engine_of_the_site(self):
+        # That engine ends its process at the first record.
+        self.install_engine()
+        (self.tags / "qvsslinit.cfg").write_text(DEFAULT_TAGS)
+        facts = self.report(status=0).facts("trial")
+        self.assertTrue(facts["engine_used"])
+        self.assertGreater(len(facts["trace"]), 20)
+
+    def test_says_where_init_leaves_no_certificate(self):
+        self.store.mkdir(mode=0o700)
+        self.pairs.write_text("in the way\n")
+        report = self.report(status=1)
+        self.assertTrue(report.facts("trial")["init"])
+        self.assertIn("no default certificate", report.everything("wrong", "trial"))
+        self.assertIn("records below are errors", report.everything("wrong", "trial"))
+        self.assertTrue([entry for entry in report.facts("trial")["trace"]
+                         if "ERROR" in entry["record"]])
+
+    def test_shows_what_is_printed_meanwhile(self):
+        self.compile(self.lib / SSL, "#include <stdio.h>\nvoid SSL_load_error_strings(void) {}\n"
+                     "int SSL_library_init(void)"
+                     '{ fprintf(stderr, "I talk\\n\\033[31m"); return 1; }\n')
+        report = self.report(status=0)
+        self.assertIn("I talk\n", report.facts("trial")["printed"])
+        page = self.page()
+        self.assertIn("    | I talk\n", page)
+        self.assertNotIn("\033", page)
+
+
+    def install_openssl_that_locks(self):
+        """A crypto library that asks for a lock a hundred times once it has the callback."""
+        genuine = self.look(0).facts("openssl")["crypto"]["leads_to"]
+        self.compile(self.lib / CRYPTO, """
+            typedef void (*Lock)(int mode, int n, const char* file, int line);
+            static Lock lock;
+            void OPENSSL_add_all_algorithms_noconf(void) {}
+            void CRYPTO_set_locking_callback(Lock callback) { lock = callback; }
+            void CRYPTO_set_id_callback(void* callback) { (void)callback; }
+            void CRYPTO_set_dynlock_create_callback(void* callback) { (void)callback; }
+            void CRYPTO_set_dynlock_lock_callback(void* callback) { (void)callback; }
+            void CRYPTO_set_dynlock_destroy_callback(void* callback) {
+              int i;
+              (void)callback;
+              for (i = 0; i < 100; ++i) { lock(1, 0, "", 0); lock(2, 0, "", 0); }
+            }
+            int CRYPTO_num_locks(void) { return 1; }
+            """, "-Wl,--no-as-needed", genuine)
+
+    def test_leaves_lock_callbacks_out_of_the_page_unless_it_is_verbose(self):
+        self.install_openssl_that_locks()
+        brief, verbose = self.page(), self.page("--verbose")
+        self.assertIn("without 400 records of OpenSSL's lock callbacks", brief)
+        self.assertNotIn("::xlock |", brief)
+        self.assertEqual(verbose.count("::xlock | In"), 100 * 2)
+        self.assertIn("LoadLibrary | returning", brief)
+        self.assertIn("LoadLibrary | returning", verbose)
+
+    def test_needs_a_temporary_directory(self):
+        self.environment["TMPDIR"] = str(self.root / "nowhere")
+        report = self.report(status=1)
+        self.assertIn("no temporary directory can be made: No such file or directory",
+                      report.everything("wrong", "trial"))
+
+
+class Library(Site):
+    def test_is_missing(self):
+        self.library.unlink()
+        report = self.report(status=1)
+        self.assertIn(f"There is no library at '{self.library}'", report.texts("wrong"))
+        self.assertFalse(report.facts("library")["exists"])
+        self.assertIn("Not called", report.everything("note", "trial"))
+
+    def test_is_a_directory(self):
+        self.library.unlink()
+        self.library.mkdir()
+        self.assertIn("is no library but a directory", self.look(1).everything("wrong", "library"))
+
+    def test_is_no_library(self):
+        self.library.write_text("This is not a library, but it is long enough to be read.\n" * 9)
+        report = self.report(status=1)
+        self.assertRegex(report.everything("wrong", "library"),
+                         "cannot be loaded: .*invalid ELF header")
+
+    def test_is_another_library(self):
+        shutil.copy(self.lib / CRYPTO, self.library)
+        self.assertIn("no function QVSSLINIT_Init", self.report(status=1).everything("wrong"))
+
+    def test_is_cut_off(self):
+        self.library.write_bytes(self.library.read_bytes()[:3000])
+        self.assertNotEqual(self.report(status=1).texts("wrong", "library"), [])
+
+    def test_may_be_written_by_everybody(self):
+        self.library.chmod(0o777)
+        self.assertIn("Everybody may write", self.look(1).everything("wrong", "library"))
+
+    def test_lies_where_everybody_may_put_files(self):
+        self.lib.chmod(0o777)
+        self.assertIn(f"Everybody may write to '{self.lib}'",
+                      self.look(1).everything("wrong", "library"))
+
+    def test_that_is_a_link_has_openssl_looked_for_beside_the_link(self):
+        (self.root / "real").mkdir()
+        self.library.rename(self.root / "real" / "libqvsslinit.so.1")
+        self.library.symlink_to(self.root / "real" / "libqvsslinit.so.1")
+        report = self.report(status=0)
+        self.assertEqual(report.facts("library")["directory"], f"{self.lib}/")
+        self.assertIn(f"looks for OpenSSL in '{self.root}/real/' instead",
+                      report.everything("note", "library"))
+
+    def test_that_does_not_ask_for_an_engine_is_found_out(self):
+        self.compile(self.library, "int x; void* QVSSLINIT_Init(void) { return &x; }\n"
+                     "void QVSSLINIT_Uninit(void* p) { (void)p; }\n")
+        report = self.report(status=1)
+        self.assertIn("did not ask for a trace engine", report.everything("wrong", "trial"))
+        self.assertFalse(report.facts("trial")["engine_used"])
+
+
+class Openssl(Site):
+    def test_file_missing(self):
+        for name in (CRYPTO, SSL):
+            (self.lib / name).rename(self.root / name)
+            report = self.report(status=1)
+            self.assertIn(f"'{name}' is missing: Init gives null", report.texts("wrong"))
+            self.assertIn("Init gave null", report.everything("wrong", "trial"))
+            (self.root / name).rename(self.lib / name)
+
+    def test_link_that_leads_nowhere(self):
+        (self.lib / SSL).unlink()
+        (self.lib / SSL).symlink_to("/nowhere/at/all")
+        self.assertIn("a link that leads nowhere", self.look(1).everything("wrong", "openssl"))
+
+    def test_file_is_a_directory(self):
+        (self.lib / CRYPTO).unlink()
+        (self.lib / CRYPTO).mkdir()
+        self.assertIn(f"'{CRYPTO}' is a directory", self.look(1).everything("wrong", "openssl"))
+
+    def test_file_is_no_library(self):
+        (self.lib / SSL).write_text("Not a library at all, though there is some text in it.\n" * 9)
+        report = self.report(status=1)
+        self.assertRegex(report.everything("wrong", "openssl"),
+                         f"'{SSL}' cannot be opened: .*invalid ELF header")
+        self.assertFalse(report.facts("openssl")["ssl"]["opens"])
+
+    def test_file_whose_own_library_is_missing(self):
+        self.compile(self.lib / "libgone.so", "int QvGone;\n")
+        self.compile(self.lib / SSL, "int QvNothing;\n", "-Wl,--no-as-needed",
+                     self.lib / "libgone.so")
+        (self.lib / "libgone.so").unlink()
+        self.assertIn("libgone.so: cannot open shared object file",
+                      self.look(1).everything("wrong", "openssl"))
+
+    def test_functions_missing_are_named_one_by_one(self):
+        self.compile(self.lib / SSL, "int SSL_library_init(void) { return 1; }\n")
+        report = self.report(status=1)
+        self.assertIn(f"Missing in '{SSL}': SSL_load_error_strings: Init gives null",
+                      report.texts("wrong"))
+        missing = [entry["function"] for entry in report.facts("openssl")["functions"]
+                   if entry["found_in"] is None]
+        self.assertEqual(missing, ["SSL_load_error_strings"])
+        self.assertIn("Only 40 of 41 functions found", report.everything("note", "openssl"))
+        self.assertIn("One of the DLLs may be missing",
+                      "".join(entry["record"] for entry in report.facts("trial")["trace"]))
+
+    def test_genuine_library_of_today_lacks_what_the_adapter_defines(self):
+        genuine = self.look(0).facts("openssl")["crypto"]["leads_to"]
+        (self.lib / CRYPTO).unlink()
+        (self.lib / CRYPTO).symlink_to(genuine)
+        report = self.report(status=1)
+        self.assertEqual(report.facts("openssl")["crypto"]["role"], "genuine")
+        defined = run("nm", "-D", "--defined-only", genuine)
+        lacking = [name for library, name in FUNCTIONS if library == "crypto" and
+                   not re.search(rf" [TW] {name}(@|$)", defined, re.M)]
+        self.assertIn(f"Missing in '{CRYPTO}': {', '.join(lacking)}: Init gives null",
+                      report.texts("wrong"))
+
+    def test_genuine_library_of_the_1_0_series_tells_its_release_by_the_name_of_its_time(self):
+        self.compile(self.lib / CRYPTO, "const char* SSLeay_version(int t) "
+                     '{ return t == 0 ? "OpenSSL 1.0.2u  20 Dec 2019" : ""; }\n')
+        facts = self.look(1).facts("openssl")["crypto"]
+        self.assertEqual(facts["role"], "genuine")
+        self.assertEqual(facts["release"], "OpenSSL 1.0.2u  20 Dec 2019")
+
+    def test_file_of_another_origin_is_unknown(self):
+        self.compile(self.lib / SSL, "int SSL_library_init(void) { return 1; }\n"
+                     "void SSL_load_error_strings(void) {}\n")
+        report = self.look(0)
+        self.assertEqual(report.facts("openssl")["ssl"]["role"], "unknown")
+        self.assertIn("nothing that is known as OpenSSL", report.everything("note", "openssl"))
+
+    def test_two_different_releases_are_told(self):
+        self.compile(self.lib / SSL,
+                     "int SSL_library_init(void) { return 1; }\nvoid SSL_load_error_strings(void) {}\n"
+                     "void SSL_CTX_new(void) {}\n"
+                     'const char* OpenSSL_version(int t) { (void)t; return "OpenSSL 9.9"; }\n')
+        report = self.look(1)
+        self.assertIn("different releases", report.everything("wrong", "openssl"))
+        self.assertIn("OpenSSL 9.9", report.everything("wrong", "openssl"))
+
+    def test_may_be_written_by_everybody(self):
+        (self.lib / CRYPTO).chmod(0o666)
+        self.assertIn("Everybody may write", self.look(1).everything("wrong", "openssl"))
+
+    def test_that_crashes_when_it_is_opened(self):
+        self.compile(self.lib / SSL, "#include <stdlib.h>\n#include <stdio.h>\n"
+                     "__attribute__((constructor)) static void f(void)"
+                     '{ fputs("last words\\n", stderr); abort(); }\n')
+        report = self.report(status=1)
+        self.assertIn(f"was ended by signal 6 (Aborted), in '{SSL}'",
+                      report.everything("wrong", "openssl"))
+        self.assertIn("was ended by signal 6 (Aborted) in Init",
+                      report.everything("wrong", "trial"))
+        self.assertIn("last words\n", report.facts("trial")["printed"])
+        self.assertIn("    | last words\n", self.page("--no-init"))
+
+    def test_that_crashes_in_init(self):
+        self.compile(self.lib / SSL, "#include <stdlib.h>\n"
+                     "int SSL_library_init(void) { abort(); }\nvoid SSL_load_error_strings(void) {}\n")
+        report = self.report(status=1)
+        self.assertEqual(report.texts("wrong", "openssl"), [])
+        self.assertIn("was ended by signal 6 (Aborted) in Init",
+                      report.everything("wrong", "trial"))
+        self.assertIn("initializeOpenSSL | In", report.facts("trial")["trace"][-1]["record"] +
+                      report.facts("trial")["trace"][-3]["record"])
+
+    def test_that_ends_the_process_in_init(self):
+        self.compile(self.lib / SSL, "#include <stdlib.h>\n"
+                     "int SSL_library_init(void) { exit(0); }\nvoid SSL_load_error_strings(void) {}\n")
+        self.assertIn("ended with status 0 in Init",
+                      self.report(status=1).everything("wrong", "trial"))
+
+    def test_that_hangs_in_init_is_ended_in_time(self):
+        self.compile(self.lib / SSL, "#include <unistd.h>\n"
+                     "int SSL_library_init(void) { pause(); return 1; }\n"
+                     "void SSL_load_error_strings(void) {}\n")
+        begin = time.monotonic()
+        report = self.report("--time-limit", "1", status=1)
+        self.assertLess(time.monotonic() - begin, 50)
+        self.assertIn("was not done after 1 seconds and was ended in Init",
+                      report.everything("wrong", "trial"))
+        self.assertEqual(list(self.temporary.iterdir()), [])
+
+    def test_that_floods_the_streams_does_not_drown_the_doctor(self):
+        self.compile(self.lib / SSL, "#include <unistd.h>\n"
+                     "int SSL_library_init(void) { static char b[65536]; int i;"
+                     " for (i = 0; i < 65536; ++i) b[i] = i % 80 ? 'x' : '\\n';"
+                     " for (i = 0; i < 160; ++i) if (write(1, b, sizeof b) < 0) return 0;"
+                     " return 1; }\nvoid SSL_load_error_strings(void) {}\n")
+        report = self.report(status=0)
+        self.assertLess(len(report.facts("trial")["printed"]), 20000)
+
+
+class Store(Site):
+    def wrong(self):
+        return self.look(1).everything("wrong", "store")
+
+    def file(self, report, path):
+        found = [entry for entry in report.facts("store")["files"] if entry["path"] == str(path)]
+        self.assertEqual(len(found), 1)
+        return found[0]
+
+    def test_is_not_there_yet(self):
+        report = self.look(0)
+        self.assertEqual(report.facts("store")["path"], str(self.store))
+        self.assertIn("not there yet", report.everything("note", "store"))
+
+    def test_has_no_directory_to_lie_in(self):
+        self.data.rmdir()
+        self.assertIn(f"'{self.data}', which is to hold the store, is missing", self.wrong())
+        report = self.report(status=1)
+        self.assertIn("no default certificate", report.everything("wrong", "trial"))
+        self.assertFalse(self.data.exists())
+
+    def test_is_empty(self):
+        self.store.mkdir(mode=0o700)
+        report = self.look(0)
+        for name in ("server_certs", "open_csrs", "temp"):
+            self.assertIn(f"'{self.store / name}' is missing: the first Init makes it",
+                          report.texts("note", "store"))
+
+    def test_is_a_file(self):
+        self.store.write_text("")
+        self.assertIn("is a regular file where a directory should be", self.wrong())
+
+    def test_directory_in_it_is_a_file(self):
+        self.make_store()
+        (self.store / "temp").rmdir()
+        (self.store / "temp").write_text("")
+        self.assertIn(f"'{self.store / 'temp'}' is a regular file", self.wrong())
+
+    def test_may_be_written_by_everybody(self):
+        self.make_store()
+        self.store.chmod(0o777)
+        self.assertIn("Everybody may write to", self.wrong())
+
+    def test_facts_are_those_that_the_system_and_openssl_tell(self):
+        self.make_store()
+        report = self.look(0)
+        for path in (self.key, self.certificate):
+            facts = self.file(report, path)
+            mode, owner, group, size = run("stat", "-c", "%a %U %G %s", path).split()
+            self.assertEqual((facts["mode"], facts["owner"], facts["group"], facts["size"]),
+                             (mode.zfill(4), owner, group, int(size)))
+        facts = self.file(report, self.certificate)
+        dates = run("openssl", "x509", "-in", self.certificate, "-noout", "-startdate", "-enddate",
+                    "-dateopt", "iso_8601")
+        begin, end = (text.replace(" ", "T", 1) for text in re.findall(r"=(.*)", dates))
+        self.assertEqual((facts["not_before"], facts["not_after"]), (begin, end))
+        self.assertEqual((facts["key_type"], facts["key_bits"]), ("RSA", 1024))
+        self.assertEqual(facts["signature"], "RSA-SHA1")
+        self.assertTrue(self.file(report, self.key)["matches"])
+
+    def accepted_by_a_server(self):
+        """What the system's OpenSSL says at its default level, asked through another program."""
+        context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
+        try:
+            context.load_cert_chain(self.certificate, self.key)
+            return None
+        except ssl.SSLError as error:
+            return error.reason.lower().replace("_", " ")
+
+    def test_certificate_of_init_is_refused_by_policy_and_that_is_worth_a_note(self):
+        self.make_store()
+        report = self.look(0)
+        facts = self.file(report, self.certificate)
+        self.assertFalse(facts["accepted"])
+        self.assertEqual(facts["refusal"], self.accepted_by_a_server())
+        self.assertRegex(report.everything("note", "store"), r"refused by .*security level \d")
+
+    def test_certificate_of_a_site_is_accepted(self):
+        self.install_certificate()
+        report = self.look(0)
+        self.assertIsNone(self.accepted_by_a_server())
+        self.assertTrue(self.file(report, self.certificate)["accepted"])
+        self.assertIn("is accepted", report.everything("ok", "store"))
+
+    def test_certificate_of_a_site_with_a_short_key_is_wrong(self):
+        self.install_certificate(bits=1024)
+        report = self.look(1)
+        self.assertEqual(self.file(report, self.certificate)["refusal"],
+                         self.accepted_by_a_server())
+        self.assertIn("ee key too small", report.everything("wrong", "store"))
+
+    def test_certificate_that_an_authority_signed_with_sha1_is_wrong(self):
+        self.install_certificate()
+        authority, authority_key, request = (self.temporary / name for name in ("c", "k", "r"))
+        run("openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-subj", "/CN=authority",
+            "-keyout", authority_key, "-out", authority)
+        run("openssl", "req", "-new", "-key", self.key, "-subj", "/CN=site", "-out", request)
+        run("openssl", "x509", "-req", "-sha1", "-in", request, "-CA", authority,
+            "-CAkey", authority_key, "-set_serial", "7", "-out", self.certificate)
+        refusal = self.accepted_by_a_server()
+        self.assertEqual(refusal, "ca md too weak")
+        self.assertIn(refusal, self.wrong())
+
+    def test_certificate_expired(self):
+        self.install_dated_certificate("20200101000000Z", "20210101000000Z")
+        self.assertIn("expired on 2021-01-01T00:00:00Z", self.wrong())
+
+    def test_certificate_not_valid_yet(self):
+        self.install_dated_certificate("20900101000000Z", "20910101000000Z")
+        self.assertIn("is not valid before 2090-01-01T00:00:00Z", self.wrong())
+
+    def test_certificate_about_to_expire_is_worth_a_note(self):
+        self.install_certificate("-days", "9")
+        self.assertIn("expires on", self.look(0).everything("note", "store"))
+        self.install_certificate("-days", "90")
+        self.assertNotIn("expires on", self.look(0).everything("note", "store"))
+
+    def test_key_of_another_certificate(self):
+        self.install_certificate()
+        run("openssl", "genrsa", "-out", self.key, "2048")
+        report = self.look(1)
+        self.assertIn("'server_certs/server_0.key' is the key of another certificate",
+                      report.texts("wrong", "store"))
+        self.assertFalse(self.file(report, self.key)["matches"])
+
+    def test_certificate_cut(self):
+        self.install_certificate()
+        whole = self.certificate.read_text()
+        for length in (10, len(whole) // 2, len(whole) - 20):
+            self.certificate.write_text(whole[:length])
+            self.assertIn("server_0.cer' holds no whole certificate", self.wrong())
+
+    def test_key_cut(self):
+        self.install_certificate()
+        self.key.write_text(self.key.read_text()[:900])
+        self.assertIn("server_0.key' holds no whole private key", self.wrong())
+
+    def test_files_empty(self):
+        self.install_certificate()
+        self.key.write_text("")
+        self.certificate.write_text("")
+        self.assertIn("server_0.key' is empty", self.wrong())
+        self.assertIn("server_0.cer' is empty", self.wrong())
+
+    def test_file_is_a_directory(self):
+        for path in (self.certificate, self.key):
+            self.install_certificate()
+            path.unlink()
+            path.mkdir()
+            self.assertIn(f"'server_certs/{path.name}' is a directory, not a file", self.wrong())
+            path.rmdir()
+
+    def test_file_is_a_pipe(self):
+        self.install_certificate()
+        self.key.unlink()
+        os.mkfifo(self.key)
+        self.assertIn("server_0.key' is a pipe, not a file", self.wrong())
+
+    def test_key_missing(self):
+        self.install_certificate()
+        self.key.unlink()
+        self.assertIn("server_0.key' is missing: its certificate is of no use", self.wrong())
+
+    def test_key_alone_will_be_overwritten(self):
+        self.install_certificate()
+        self.certificate.unlink()
+        self.assertIn("is overwritten", self.look(0).everything("note", "store"))
+
+    def test_key_that_wants_a_pass_phrase(self):
+        self.install_certificate()
+        run("openssl", "rsa", "-aes128", "-passout", "pass:x", "-in", self.key, "-out", self.key)
+        self.assertIn("server_0.key' wants a pass phrase", self.wrong())
+
+    def test_key_can_be_read_by_everybody(self):
+        self.install_certificate()
+        for directory in (self.root, self.data, self.store, self.pairs):
+            directory.chmod(0o755)
+        self.key.chmod(0o644)
+        self.assertIn("server_0.key' can be read by everybody on this machine: mode 0644",
+                      self.wrong())
+
+    def test_key_behind_a_closed_directory_is_out_of_reach(self):
+        self.install_certificate()
+        for closed in (self.root, self.data, self.store, self.pairs):
+            for directory in (self.root, self.data, self.store, self.pairs):
+                directory.chmod(0o700 if directory == closed else 0o755)
+            self.key.chmod(0o644)
+            self.assertFalse(self.file(self.look(0), self.key)["readable_by_others"])
+
+    def test_key_can_be_read_by_a_group_is_worth_a_note(self):
+        self.install_certificate()
+        for directory in (self.root, self.data, self.store, self.pairs):
+            directory.chmod(0o750)
+        self.key.chmod(0o640)
+        self.assertIn("can be read by the group", self.look(0).everything("note", "store"))
+
+    def test_further_pairs_are_judged_too(self):
+        self.install_certificate()
+        shutil.copy(self.certificate, self.pairs / "shop.cer")
+        run("openssl", "genrsa", "-out", self.pairs / "shop.key", "2048")
+        self.assertIn("'server_certs/shop.key' is the key of another certificate", self.wrong())
+
+    def test_other_files_are_listed(self):
+        self.install_certificate()
+        (self.store / "temp").mkdir()
+        others = [self.store / "temp" / "left", self.pairs / "README", self.store / "x"]
+        for path in others:
+            path.write_text("?")
+        report = self.look(0)
+        for path in others:
+            self.assertEqual(self.file(report, path)["role"], "other")
+            self.assertIn(str(path), report.everything("note", "store"))
+
+    def test_key_material_is_never_printed(self):
+        self.install_certificate()
+        secret = [line for line in self.key.read_text().splitlines() if "-----" not in line]
+        for text in (self.page("--verbose"), self.call("--json").stdout):
+            for line in secret:
+                self.assertNotIn(line, text)
+
+
+class Environment(Site):
+    def test_data_directory_relative_is_ignored_and_told(self):
+        self.environment["QVPUBAPPDATADIR"] = "data"
+        report = self.look(1)
+        self.assertIn("QVPUBAPPDATADIR is 'data', which is no absolute path, and is ignored",
+                      report.everything("wrong", "store"))
+        self.assertEqual(report.facts("store")["path"], "/var/lib/kestrix/certstore")
+
+    def test_data_directory_not_set(self):
+        del self.environment["QVPUBAPPDATADIR"]
+        facts = Report(self.call("--json", "--no-init").stdout).facts("store")
+        self.assertEqual(facts["path"], "/var/lib/kestrix/certstore")
+        self.assertIsNone(facts["QVPUBAPPDATADIR"])
+
+    def test_data_directory_with_blanks_quotes_and_letters_of_all_kinds(self):
+        strange = self.root / "strange 'dir' \"ä €\t𝄞"
+        strange.mkdir()
+        self.environment["QVPUBAPPDATADIR"] = str(strange)
+        report = self.report(status=0)
+        self.assertEqual(report.facts("store")["path"], str(strange / "certstore"))
+        self.assertTrue((strange / "certstore" / "server_certs" / "server_0.cer").exists())
+        self.assertNotIn("\t", self.page())
+
+    def test_data_directory_that_the_locale_cannot_read_is_told(self):
+        strange = self.root / "dätä"
+        strange.mkdir()
+        self.environment.update({"QVPUBAPPDATADIR": str(strange), "LC_ALL": "C"})
+        self.assertIn("cannot be read in this locale", self.look(1).everything("wrong", "store"))
+
+    def test_data_directory_that_is_no_text_at_all(self):
+        self.environment["QVPUBAPPDATADIR"] = os.fsdecode(bytes(self.root) + b"/\xff\xfe")
+        report = self.look(1)
+        self.assertIn("\\xFF\\xFE", report.everything("wrong", "store"))
+
+    def test_release_assertions(self):
+        self.assertFalse(self.look(0).facts("assertions")["on"])
+        settings = self.current / "vantis.ini"
+        for text, level, on in (("[NVE]\nShowReleaseAsserts = true\n", "note", True),
+                                ("[NVE]\nShowReleaseAsserts = False\n", "ok", False),
+                                ("[NVE]\nShowReleaseAsserts = yes\n", "wrong", False),
+                                ("[Other]\nShowReleaseAsserts = true\n", "note", False)):
+            settings.write_text(text)
+            report = self.look(1 if level == "wrong" else 0)
+            self.assertEqual(report.facts("assertions")["on"], on)
+            self.assertIn("elease assertions", report.everything(level, "assertions"), text)
+
+    def test_release_assertions_by_a_directory(self):
+        (self.current / "vantis.ini").mkdir()
+        self.assertIn("is a directory", self.look(1).everything("wrong", "assertions"))
+
+
+class Engine(Site):
+    def test_missing_is_no_fault_and_tells_both_places(self):
+        report = self.look(0)
+        self.assertFalse(report.facts("engine")["found"])
+        places = [place["place"] for place in report.facts("engine")["places"]]
+        self.assertEqual(places[0], "/Library/Frameworks/libqv_traceengine.dylib")
+        self.assertEqual(places[1], str(self.lib / "libqv_traceengine.dylib"))
+        for place in places:
+            self.assertIn(place, report.everything("ok", "engine"))
+
+    def test_beside_the_library_is_found(self):
+        self.install_engine()
+        facts = self.look(0).facts("engine")
+        self.assertEqual(facts["engine"], {"shows_tag_names": False,
+                                           "config_directory": str(self.tags)})
+
+    def test_in_the_search_path_of_the_loader_comes_before_the_library(self):
+        self.install_engine()
+        (self.root / "path").mkdir()
+        shutil.copy(SITE_ENGINE, self.root / "path" / "libqv_traceengine.dylib")
+        self.environment["LD_LIBRARY_PATH"] = str(self.root / "path")
+        self.assertIn(str(self.root / "path" / "libqv_traceengine.dylib"),
+                      self.look(0).everything("ok", "engine"))
+
+    def test_in_memory_already_is_found(self):
+        shutil.copy(SITE_ENGINE, self.root / "preloaded.so")
+        self.environment["LD_PRELOAD"] = str(self.root / "preloaded.so")
+        self.assertIn(f"The library takes the engine '{self.root / 'preloaded.so'}'",
+                      self.look(0).texts("ok", "engine"))
+
+    def test_is_no_library(self):
+        (self.lib / "libqv_traceengine.dylib").write_text("Text, and enough of it to read.\n" * 9)
+        self.assertRegex(self.look(1).everything("wrong", "engine"),
+                         "is no trace engine: it cannot be opened: .*invalid ELF header")
+
+    def test_exports_no_entry_point(self):
+        self.compile(self.lib / "libqv_traceengine.dylib", "int QvNothing;\n")
+        self.assertIn("it exports no GetInterface", self.look(1).everything("wrong", "engine"))
+
+    def test_entry_point_fails(self):
+        self.install_engine("failing")
+        self.assertIn("its GetInterface failed with code -77",
+                      self.look(1).everything("wrong", "engine"))
+
+    def test_entry_point_gives_something_else(self):
+        self.install_engine("another")
+        self.assertIn("its GetInterface gave no trace engine",
+                      self.look(1).everything("wrong", "engine"))
+
+    def test_crashes(self):
+        self.install_engine("crashing")
+        self.assertIn("was ended by signal 6 (Aborted)", self.look(1).everything("wrong", "engine"))
+
+    def test_hangs(self):
+        self.install_engine("hanging")
+        report = self.report("--no-init", "--time-limit", "1", status=1)
+        self.assertIn("was not done after 1 seconds", report.everything("wrong", "engine"))
+
+
+    def test_that_comes_with_the_library_is_found_and_writes_nothing(self):
+        shutil.copy(BUILD / "lib" / "libqv_traceengine.dylib", self.lib)
+        (self.tags / "qvsslinit.cfg").write_text(DEFAULT_TAGS)
+        output = self.root / "trace.log"
+        self.environment.update({"QV_TRACE_CONFIG_DIR": str(self.tags),
+                                 "QV_TRACE_OUTPUT": str(output)})
+        report = self.report(status=0)
+        self.assertEqual(report.facts("engine")["engine"]["config_directory"], str(self.tags))
+        self.assertEqual(len(report.facts("tags")["tags"]), 4)
+        self.assertFalse(output.exists())
+
+
+class Tags(Site):
+    def setUp(self):
+        super().setUp()
+        self.install_engine()
+        self.file = self.tags / "qvsslinit.cfg"
+
+    def table(self, report):
+        return [(tag["id"], tag["name"], tag["on"]) for tag in report.facts("tags")["tags"]]
+
+    def lines(self, text, status, level):
+        self.file.write_text(text)
+        report = self.look(status)
+        return report, report.everything(level, "tags")
+
+    def test_file_is_missing(self):
+        self.assertIn("is not there: every tag is off", self.look(0).everything("note", "tags"))
+
+    def test_file_is_a_directory(self):
+        self.file.mkdir()
+        self.assertIn("is a directory: every tag is off", self.look(1).everything("wrong", "tags"))
+
+    def test_table_is_shown_as_read(self):
+        report, _ = self.lines(DEFAULT_TAGS, 0, "ok")
+        self.assertEqual(self.table(report), [(1, "RefCount", True), (4, "Initializer", True),
+                                              (5, "Certificate", False), (6, "Creator", True)])
+        self.assertEqual(report.facts("tags")["path"], str(self.file))
+        self.assertIn("    | 5  off  Certificate\n", self.page("--no-init"))
+        self.assertIn("these are off: 5", report.everything("ok", "tags"))
+
+    def test_no_blank_before_the_first_colon(self):
+        for line in ("Name:1:yes", "Name: 1 : yes"):
+            report, wrong = self.lines(f"{line}\n", 1, "wrong")
+            self.assertIn(f"Line 1 defines nothing: '{line}' has no blank before its first colon",
+                          wrong)
+            self.assertEqual(self.table(report), [])
+        report, _ = self.lines("Name :1:yes\n", 0, "wrong")
+        self.assertEqual(self.table(report), [(1, "Name", True)])
+
+    def test_values_that_look_like_yes(self):
+        for value in ("Yes", "YES", "on", "1", "true"):
+            report, wrong = self.lines(f"# first\nName : 4 : {value}\n", 1, "wrong")
+            self.assertIn(f"Line 2 leaves its tag off: '{value}' is not 'yes'", wrong)
+            self.assertEqual(self.table(report), [(4, "Name", False)])
+
+    def test_value_that_means_nothing_is_worth_a_note(self):
+        _, notes = self.lines("Name : 4 : yes,please\n", 0, "note")
+        self.assertIn("Line 1 has the value 'yes,please', which means off", notes)
+
+    def test_numbers_out_of_range(self):
+        for number in ("256", "-1", "300"):
+            report, wrong = self.lines(f"Name : {number} : yes\n", 1, "wrong")
+            self.assertIn(f"Line 1 has the number {number}, which is not from 0 to 255", wrong)
+            self.assertEqual(self.table(report), [])
+        _, wrong = self.lines("Name : 99999999999 : yes\n", 1, "wrong")
+        self.assertIn("Line 1 defines nothing", wrong)
+
+    def test_output_file_clears_tag_0(self):
+        report, notes = self.lines("Output_File : 2 : out.log\n", 0, "note")
+        self.assertIn("Line 1 names an output file", notes)
+        self.assertEqual(self.table(report), [(0, "", False)])
+        report, wrong = self.lines("Zero : 0 : yes\nOutput_File : 2 : out.log\n", 1, "wrong")
+        self.assertIn("in place of the one in line 1", wrong)
+        self.assertEqual(self.table(report), [(0, "", False)])
+
+    def test_comment_that_is_none(self):
+        report, wrong = self.lines("#RefCount : 1 : yes\n", 1, "wrong")
+        self.assertIn("Line 1 is no comment", wrong)
+        self.assertEqual(self.table(report), [(1, "#RefCount", True)])
+        report, _ = self.lines("# RefCount : 1 : yes\n", 0, "wrong")
+        self.assertEqual(self.table(report), [])
+        self.assertEqual(report.facts("tags")["ignored_lines"],
+                         [{"line": 1, "text": "# RefCount : 1 : yes"}])
+
+    def test_missing_second_colon(self):
+        report, wrong = self.lines("Name : 4 yes\n", 1, "wrong")
+        self.assertIn("Line 1 leaves its tag off: 'Name : 4 yes' has no colon", wrong)
+        self.assertEqual(self.table(report), [(4, "Name", False)])
+
+    def test_later_line_wins(self):
+        report, notes = self.lines("A : 4 : yes\nB : 4 : no\n", 0, "note")
+        self.assertIn("Line 2 defines tag 4 again, in place of line 1", notes)
+        self.assertEqual(self.table(report), [(4, "B", False)])
+
+    def test_line_too_long(self):
+        report, wrong = self.lines("x" * 1500 + "\n" + DEFAULT_TAGS, 1, "wrong")
+        self.assertIn("Line 1 is longer than 1022 characters", wrong)
+        self.assertEqual(len(self.table(report)), 4)
+
+    def test_tag_that_the_library_does_not_have(self):
+        _, notes = self.lines("Other : 7 : yes\n", 0, "note")
+        self.assertIn("Tag 7 is on, and the library has none such", notes)
+
+
+class Output(Site):
+    def test_json_and_page_say_the_same(self):
+        self.make_store()
+        self.install_engine()
+        (self.tags / "qvsslinit.cfg").write_text("Name:1:yes\n")
+        (self.lib / CRYPTO).chmod(0o666)
+        report = self.report(status=1)
+        page = self.page()
+        marks = {"ok": "  ok     ", "note": "  note   ", "wrong": "  WRONG  "}
+        expected = []
+        for section in report.json["sections"]:
+            expected.append(section["title"])
+            for finding in section["findings"]:
+                expected.append(f"{marks[finding['level']]}{finding['text']}.")
+                if finding["advice"]:
+                    expected.append(f"         -> {finding['advice']}")
+        shown = [line for line in page.splitlines()[1:-2]
+                 if line and not line.startswith("    |") and not re.match(r"  \w.*:$", line)]
+        self.assertEqual(shown, expected)
+        self.assertEqual(page.count("WRONG"), report.json["wrong"])
+        self.assertEqual(page.count("  note   "), report.json["notes"])
+
+    def test_every_section_has_findings_and_an_object_of_facts(self):
+        self.install_engine()
+        for arguments in ((), ("--no-init",)):
+            for section in self.report(*arguments, status=0).json["sections"]:
+                self.assertIsInstance(section["facts"], dict, section["name"])
+                self.assertNotEqual(section["findings"], [], section["name"])
+
+    def test_every_fault_comes_with_advice(self):
+        self.install_certificate(bits=1024)
+        self.key.write_text("")
+        (self.lib / SSL).write_text("x" * 1000)
+        for section in self.report(status=1).json["sections"]:
+            for finding in section["findings"]:
+                if finding["level"] == "wrong":
+                    self.assertNotEqual(finding["advice"], "", finding["text"])
+
+    def test_verdict_counts(self):
+        self.library.unlink()
+        report = self.report(status=1)
+        verdict = self.page().splitlines()[-1]
+        self.assertRegex(verdict, "^(One thing is|%d things are) wrong\\." % report.json["wrong"])
+
+    def test_help_is_status_0_and_warns_of_what_init_makes(self):
+        done = self.call("--help")
+        self.assertEqual((done.returncode, done.stderr), (0, ""))
+        for option in ("--library", "--no-init", "--json", "--verbose", "--time-limit", "--help"):
+            self.assertIn(option, done.stdout)
+        self.assertIn("Init makes the store", done.stdout)
+        self.assertFalse(self.store.exists())
+
+    def test_usage_errors_are_status_2_and_examine_nothing(self):
+        for arguments in (["--frobnicate"], ["stray"], ["--library"], ["--library", ""],
+                          ["--time-limit", "0"], ["--time-limit", "soon"], ["--time-limit", "9999"],
+                          ["--json=yes"], ["--no-init", "--", "x"]):
+            done = self.call(*arguments)
+            self.assertEqual((done.returncode, done.stdout), (2, ""), arguments)
+            self.assertIn("--help", done.stderr)
+            self.assertFalse(self.store.exists())
+
+    def test_output_that_cannot_be_written_is_no_success(self):
+        with open("/dev/full", "w", encoding="ascii") as full:
+            done = subprocess.run([self.doctor, "--no-init"], env=self.environment, timeout=60,
+                                  stdout=full, stderr=subprocess.PIPE, text=True, check=False)
+        self.assertEqual(done.returncode, 1)
+        self.assertIn("qvsslinit-doctor: ", done.stderr)
+
+
+class Program(Site):
+    def test_links_no_openssl_that_could_stand_in_for_a_missing_one(self):
+        needed = run("readelf", "-d", self.doctor)
+        self.assertIn("libc.so", needed)
+        self.assertNotRegex(needed, "libcrypto|libssl")
+
+    def test_works_alone_from_any_place(self):
+        alone = self.root / "alone"
+        alone.mkdir()
+        shutil.copy(self.doctor, alone)
+        done = subprocess.run([alone / "qvsslinit-doctor", "--library", self.library],
+                              env=self.environment, cwd="/", timeout=60, capture_output=True,
+                              check=False)
+        self.assertEqual(done.returncode, 0)
+
+
+class Documentation(Site):
+    text = (SOURCES / "docs" / "doctor.md").read_text()
+
+    def block(self, language):
+        return re.search(rf"^```{language}\n(.*?)^```", self.text, re.M | re.S).group(1)
+
+    def stage(self):
+        """The installation of the example."""
+        self.install_engine()
+        self.library.chmod(0o755)
+        file = self.tags / "qvsslinit.cfg"
+        file.write_text("RefCount:1:yes\nInitializer : 4 : yes\n")
+        file.chmod(0o644)
+        (self.lib / CRYPTO).rename(self.root / CRYPTO)
+
+    @staticmethod
+    def neutral(text):
+        """Without what differs from machine to machine."""
+        text = re.sub(r"owner \w+:\w+", "owner USER:GROUP", text)
+        return re.sub(r"'/\S+/libssl\.so\S*'", "'LIBSSL'", text)
+
+    def test_shows_the_page_as_it_is(self):
+        self.stage()
+        page = self.page("--no-init").replace(str(self.root), "/opt/site")
+        self.assertEqual(self.neutral(self.block("page")), self.neutral(page))
+
+    def test_shows_the_json_as_it_is(self):
+        self.stage()
+        shown, real = json.loads(self.block("json")), self.look(1).json
+        self.assertEqual(list(shown), list(real))
+        for key in ("healthy", "wrong", "notes"):
+            self.assertEqual(shown[key], real[key])
+        self.assertEqual(list(shown["sections"][0]), list(real["sections"][0]))
+        self.assertEqual(list(shown["sections"][0]["findings"][0]),
+                         list(real["sections"][0]["findings"][0]))
+        self.assertLessEqual(set(shown["sections"][0]["facts"]), set(real["sections"][0]["facts"]))
+
+    def keys(self, value):
+        if isinstance(value, list):
+            return set().union(*(self.keys(entry) for entry in value))
+        if isinstance(value, dict):
+            return set(value).union(*(self.keys(entry) for entry in value.values()))
+        return set()
+
+    def test_names_every_section_in_order_and_facts_that_are_there(self):
+        self.stage()
+        (self.root / CRYPTO).rename(self.lib / CRYPTO)
+        sections = self.report(status=1).json["sections"]
+        rows = re.findall(r"^\| `(\w+)` \| (.*) \|$", self.text, re.M)
+        self.assertEqual([name for name, _ in rows], [section["name"] for section in sections])
+        facts = {section["name"]: self.keys(section["facts"]) for section in sections}
+        # Init made the store: what is in it stands in the section that shows it afterwards.
+        facts["store"] = facts["store_after"]
+        for name, text in rows:
+            if name != "store_after":
+                self.assertLessEqual(set(re.findall(r"`(\w+)`", text)), facts[name])
+
+
+if __name__ == "__main__":
+    unittest.main()
