@@ -24,11 +24,15 @@ class HttpsHost(unittest.TestCase):
         self.addCleanup(directory.cleanup)
         self.data = pathlib.Path(directory.name)
         self.certificate = self.data / "certstore" / "server_certs" / "server_0.cer"
+        # The engine that lies beside the library speaks on standard error otherwise.
+        self.trace = self.data / "trace.log"
 
     def launch(self, port="0", library=LIBRARY, data=None):
         host = subprocess.Popen([HOST, port, library], stdout=subprocess.PIPE,
                                 stderr=subprocess.PIPE, text=True,
-                                env={**os.environ, "QVPUBAPPDATADIR": str(data or self.data)})
+                                env={**os.environ, "QVPUBAPPDATADIR": str(data or self.data),
+                                     "QV_TRACE_CONFIG_DIR": str(self.data),
+                                     "QV_TRACE_OUTPUT": str(self.trace)})
 
         def end():
             if host.poll() is None:
@@ -110,6 +114,7 @@ class HttpsHost(unittest.TestCase):
         data = self.data / "missing"
         file = re.escape(str(data / "certstore" / "server_certs" / "server_0.cer"))
         self.expect_failure(self.launch(data=data), f"certificate {file}: error:.*")
+        self.assertIn(f" | Could not create dir at '{data}/certstore/'\n", self.trace.read_text())
 
 
 if __name__ == "__main__":
