@@ -26,6 +26,7 @@ constexpr const char* kBarePlace = QV_ENGINE_FILE;
 class InstalledEngine {
  public:
   explicit InstalledEngine(const std::string& kind = kGoodEngine) {
+    journal().reset();
     loader_.put(kBarePlace, EngineFile(kind));
     journal().script.configDirectory.assign(directory_.path().begin(), directory_.path().end());
   }

@@ -44,6 +44,11 @@ void EngineJournal::clear() {
   blocks_.clear();
 }
 
+void EngineJournal::reset() {
+  clear();
+  script = EngineScript();
+}
+
 void EngineJournal::note(const std::string& line) noexcept {
   const Guard guard(mutex_);
   try {

@@ -64,6 +64,8 @@ class __attribute__((visibility("default"))) EngineJournal {
   /// The records, without the terminators that they were written with.
   std::vector<std::string> records() const;
   void clear();
+  /// As if the process had just begun.
+  void reset();
 
   // For the engine.
   /// Never throws: a line for which there is no memory is lost.

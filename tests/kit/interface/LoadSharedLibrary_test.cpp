@@ -42,6 +42,8 @@ struct LoadSharedLibraryTest : testing::Test {
   StatusChain status;
   EngineInterface engine;
 
+  LoadSharedLibraryTest() { journal.reset(); }
+
   void load(const std::string& file, unsigned long version = 0) {
     GetInterfaceFuncNoThrow getInterface(version, status, L"GetInterface");
     kit::LoadSharedLibrary(Wide(file), getInterface, engine);
@@ -236,6 +238,7 @@ TEST(GetInterfaceFuncNoThrow, FindsNothingInALibraryThatIsNotLoaded) {
 }
 
 TEST(GetInterfaceFuncNoThrow, LooksForTheNameThatItWasGiven) {
+  EngineJournal::instance().reset();
   StatusChain status;
   GetInterfaceFuncNoThrow getInterface(0, status, L"GetSomethingElse");
   SharedLibrary library(Wide(EngineFile(kEntrylessEngine)), true, false);

@@ -29,6 +29,8 @@ struct LoadTraceEngineTest : testing::Test {
   ReleaseAssertions assertions;
   StatusChain status;
   kit::LibraryInterface<ITraceEngine> engine;
+
+  LoadTraceEngineTest() { journal.reset(); }
 };
 
 TEST_F(LoadTraceEngineTest, LooksAmongTheFrameworksFirstAndStopsThere) {
