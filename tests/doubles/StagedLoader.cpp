@@ -29,12 +29,18 @@ StagedLoader::~StagedLoader() {
   g_Loader = nullptr;
 }
 
+std::vector<std::string> StagedLoader::names() const {
+  std::vector<std::string> names;
+  for (const std::string& name : requests_) {
+    if (std::find(names.begin(), names.end(), name) == names.end()) names.push_back(name);
+  }
+  return names;
+}
+
 void* StagedLoader::open(const char* name, int flags) noexcept {
   // Like the real one, this never throws: without memory there is no library.
   try {
-    if (std::find(requests_.begin(), requests_.end(), name) == requests_.end()) {
-      requests_.emplace_back(name);
-    }
+    requests_.emplace_back(name);
     const auto found = files_.find(name);
     return found == files_.end() ? nullptr : __real_dlopen(found->second.c_str(), flags);
   } catch (const std::bad_alloc&) {

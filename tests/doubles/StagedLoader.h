@@ -18,8 +18,10 @@ class StagedLoader {
 
   void put(const std::string& name, const std::string& file) { files_[name] = file; }
   void remove(const std::string& name) { files_.erase(name); }
-  /// The names that were asked for, each where it came up first.
+  /// The names that were asked for, again and again those that were found and copied.
   const std::vector<std::string>& requests() const { return requests_; }
+  /// The same, each name where it came up first.
+  std::vector<std::string> names() const;
 
   /// For the wrapper.
   void* open(const char* name, int flags) noexcept;

@@ -39,7 +39,7 @@ TEST_F(LoadTraceEngineTest, LooksAmongTheFrameworksFirstAndStopsThere) {
   LoadTraceEngine(engine, status);
   EXPECT_EQ(status.code(), 0);
   EXPECT_NE(engine.interface(), nullptr);
-  EXPECT_THAT(loader.requests(), ElementsAre(kFrameworksPlace));
+  EXPECT_THAT(loader.names(), ElementsAre(kFrameworksPlace));
 }
 
 TEST_F(LoadTraceEngineTest, ThenLooksForTheBareName) {
@@ -47,7 +47,7 @@ TEST_F(LoadTraceEngineTest, ThenLooksForTheBareName) {
   LoadTraceEngine(engine, status);
   EXPECT_EQ(status.code(), 0);
   EXPECT_NE(engine.interface(), nullptr);
-  EXPECT_THAT(loader.requests(), ElementsAre(kFrameworksPlace, kBarePlace));
+  EXPECT_THAT(loader.names(), ElementsAre(kFrameworksPlace, kBarePlace));
 }
 
 TEST_F(LoadTraceEngineTest, HoldsExactlyOneReference) {
@@ -118,7 +118,7 @@ TEST_F(LoadTraceEngineTest, AnObjectOfAnotherKindEndsTheSearchWithoutAnEngine) {
   EXPECT_EQ(status.code(), 0);
   EXPECT_EQ(engine.interface(), nullptr);
   EXPECT_EQ(assertions.all().size(), 1u);
-  EXPECT_THAT(loader.requests(), ElementsAre(kFrameworksPlace));
+  EXPECT_THAT(loader.names(), ElementsAre(kFrameworksPlace));
 }
 
 TEST_F(LoadTraceEngineTest, AnAbsoluteNameIsTriedOnceAndOnlyThere) {
@@ -133,7 +133,7 @@ TEST_F(LoadTraceEngineTest, AnAbsoluteNameIsLoadedFromWhereItSays) {
   EXPECT_EQ(status.code(), 0);
   EXPECT_NE(engine.interface(), nullptr);
   EXPECT_EQ(journal.lines().front(), "GetInterface(5) at 80004005");
-  EXPECT_THAT(loader.requests(), ElementsAre("/opt/trace/myengine.so"));
+  EXPECT_THAT(loader.names(), ElementsAre("/opt/trace/myengine.so"));
 }
 
 TEST_F(LoadTraceEngineTest, AnAbsoluteNameWithoutTheEntryPointIsNotLookedForElsewhere) {

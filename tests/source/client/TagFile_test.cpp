@@ -191,8 +191,10 @@ TEST_F(TagFileTest, IsFoundInADirectoryWithLettersOfTheLocale) {
 }
 
 TEST_F(TagFileTest, IsNoneWhenItsNameHoldsANull) {
+  // What stands before the null is the name of a file that must not be taken for it.
   installed.writeTags("Name : 5 : yes\n");
-  script.configDirectory += std::wstring(L"\0/nowhere", 9);
+  script.configDirectory += L"/module.cfg";
+  script.configDirectory += L'\0';
   const MyTraceLogger logger("module");
   EXPECT_TRUE(Probe::isInitialized(logger));
   EXPECT_THAT(Tags(logger), IsEmpty());
@@ -220,6 +222,17 @@ TEST_F(TagFileTest, NeverWaitsForTheWriterOfAPipe) {
   const MyTraceLogger logger("module");
   EXPECT_TRUE(Probe::isInitialized(logger));
   EXPECT_THAT(Tags(logger), IsEmpty());
+}
+
+TEST_F(TagFileTest, NeverTakesWhatAPipeHolds) {
+  const std::string name = installed.directory().path("module.cfg");
+  ASSERT_EQ(::mkfifo(name.c_str(), 0600), 0);
+  const int pipe = ::open(name.c_str(), O_RDWR);
+  ASSERT_GE(pipe, 0);
+  const std::string line = "Name : 5 : yes\n";
+  ASSERT_EQ(::write(pipe, line.c_str(), line.size()), static_cast<ssize_t>(line.size()));
+  EXPECT_THAT(Tags(MyTraceLogger("module")), IsEmpty());
+  ::close(pipe);
 }
 
 TEST_F(TagFileTest, NeverReadsADeviceThatHasNoEnd) {
