@@ -100,8 +100,6 @@ bool TryPlace(const char* name, const std::string& file, bool isLast) {
 }  // namespace
 
 void ProbeEngine(const std::string& library) {
-  // Engines that would write to a place of their own must not do it for the doctor.
-  ::setenv("QV_TRACE_OUTPUT", "/dev/null", 1);
   if (TryPlace(kFrameworksName, kFrameworksFile, false)) return;
 
   std::set<std::string> seen;

@@ -164,7 +164,7 @@ void JudgeStore(const Section& before, const Section& after, const ChildResult& 
   const std::string certificate =
       after.facts["path"].get<std::string>() + "/server_certs/server_0.cer";
   if (IsTrue(child, "init") && !FileFacts(certificate).isThere()) {
-    section.wrong("Init left no default certificate behind at " + Quoted(certificate),
+    section.wrong("Init leaves this user no default certificate to use at " + Quoted(certificate),
                   "See what was found about the store, and the trace.");
   }
   if (list.empty()) return;
