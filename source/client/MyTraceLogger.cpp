@@ -119,7 +119,7 @@ int MyTraceLogger::parseNextLine(std::FILE* file) {
   if (std::fgets(line, sizeof(line), file) == nullptr) return std::ferror(file) ? kEndOfFile : 0;
   TraceTag tag;
   if (parseOneLine(line, tag) == kNoTag) return 0;
-  if (tag.id() < 0 || static_cast<unsigned>(tag.id()) >= kTagCount) return 0;
+  if (static_cast<unsigned>(tag.id()) >= kTagCount) return 0;  // which negative ids become too
   storeTag(tag);
   return 0;
 }
