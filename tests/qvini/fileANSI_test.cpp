@@ -47,7 +47,7 @@ class IniFiles : public testing::Test {
 };
 
 TEST_F(IniFiles, AreReadWithAllKindsOfLineEnds) {
-  const std::string bytes("[s]\na = 1\r\nb = 2\n\rc = 3\rd = 4\0e = 5", 37);
+  const std::string bytes("[s]\na = 1\r\nb = 2\n\rc = 3\rd = 4\0e = 5", 35);
   EXPECT_EQ(readBytes(bytes), 0);
   EXPECT_EQ(document_.lines(), (Texts{"[s]", "a = 1", "b = 2", "c = 3", "d = 4", "e = 5", ""}));
   EXPECT_EQ(document_.line("s", "e"), 6);
