@@ -43,14 +43,9 @@ static int OpenForReading(const char* path) {
   return descriptor;
 }
 
-static int ReadAndRemember(IniDocument* document, const char* path, int descriptor) {
+static int ReadAndRemember(IniDocument* document, char* name, int descriptor) {
   const int result = qvini_IniReadFromFileHelper(document, descriptor);
   if (result != kIniDone) return result;
-  char* const name = qvini_Copy(qvini_Whole(path));
-  if (name == NULL) {
-    qvini_Empty(document);
-    return kIniOutOfMemory;
-  }
   struct stat entry;
   Remember(document, name, fstat(descriptor, &entry) == 0 ? entry.st_mtime : 0);
   return kIniDone;
@@ -60,7 +55,10 @@ int IniReadFromFile(IniDocument* document, const char* path) {
   if (document == NULL || path == NULL || *path == '\0') return kIniBadPath;
   const int descriptor = OpenForReading(path);
   if (descriptor == -1) return kIniOpenForReadingFailed;
-  const int result = ReadAndRemember(document, path, descriptor);
+  // Before anything is read, for the path may be a value of this very document.
+  char* const name = qvini_Copy(qvini_Whole(path));
+  const int result = name == NULL ? kIniOutOfMemory : ReadAndRemember(document, name, descriptor);
+  if (result != kIniDone) free(name);
   // Nothing that was read can get lost any more.
   (void)close(descriptor);
   return result;

@@ -18,7 +18,11 @@ enum {
   kPrivateMode = 0600,
   kUniqueFileMode = 0644,
   kPermissions = 07777,
+  // How often the target is looked at anew when somebody else makes or removes it meanwhile.
+  kMostProbes = 100,
 };
+
+typedef enum ProbeResult { kWritable, kNotWritable, kChangedMeanwhile } ProbeResult;
 
 static int Open(const char* path, int flags, mode_t mode) {
   int descriptor = kNoDescriptor;
@@ -50,33 +54,47 @@ static int Sync(int descriptor) {
   return result == 0 || errno == EINVAL || errno == ENOTSUP;
 }
 
+// Whether the name is still that of the open file, and not of one that another writer gave it.
+static int IsNameOf(const char* path, int descriptor) {
+  struct stat named;
+  struct stat opened;
+  return lstat(path, &named) == 0 && fstat(descriptor, &opened) == 0 &&
+         named.st_dev == opened.st_dev && named.st_ino == opened.st_ino;
+}
+
 // Whether a file of this name can be created; it is gone afterwards.
-static int CanBeCreated(const char* path) {
+static ProbeResult ProbeMissing(const char* path) {
   const int descriptor = Open(path, O_WRONLY | O_CREAT | O_EXCL, kNewFileMode);
-  if (descriptor == -1) return 0;
-  const int closed = Close(descriptor);
-  return unlink(path) == 0 && closed;
+  if (descriptor == -1) return errno == EEXIST ? kChangedMeanwhile : kNotWritable;
+  const int gone = !IsNameOf(path, descriptor) || unlink(path) == 0;
+  return Close(descriptor) && gone ? kWritable : kNotWritable;
 }
 
-static int CanBeUpdated(const char* path) {
+static ProbeResult ProbePresent(const char* path) {
   const int descriptor = Open(path, O_RDWR, 0);
-  return descriptor != -1 && Close(descriptor);
+  if (descriptor == -1) return errno == ENOENT ? kChangedMeanwhile : kNotWritable;
+  return Close(descriptor) ? kWritable : kNotWritable;
 }
 
-// Whether the target can be written, and the permissions that it has if it exists. A device, a pipe
-// or a directory must not be replaced by a file.
-static int Probe(qvini_OutputFile* file) {
+// A device, a pipe or a directory must not be replaced by a file.
+static ProbeResult ProbeOnce(qvini_OutputFile* file) {
   struct stat entry;
-  if (stat(file->target, &entry) != 0) {
-    if (errno != ENOENT) return 0;
-    if (CanBeCreated(file->target)) return 1;
-    // Somebody else may have been faster: then there is a file to keep.
-    if (errno != EEXIST || stat(file->target, &entry) != 0) return 0;
-  }
-  if (!S_ISREG(entry.st_mode)) return 0;
+  file->changesMode = 0;
+  if (stat(file->target, &entry) != 0)
+    return errno == ENOENT ? ProbeMissing(file->target) : kNotWritable;
+  if (!S_ISREG(entry.st_mode)) return kNotWritable;
   file->changesMode = 1;
   file->mode = entry.st_mode & kPermissions;
-  return CanBeUpdated(file->target);
+  return ProbePresent(file->target);
+}
+
+// Whether the target can be written, and the permissions that it has if it exists. Other writers
+// may be probing it, too.
+static int Probe(qvini_OutputFile* file) {
+  ProbeResult result = kChangedMeanwhile;
+  for (int i = 0; i < kMostProbes && result == kChangedMeanwhile; ++i)
+    result = ProbeOnce(file);
+  return result == kWritable;
 }
 
 // What is written is nobody else's to read until it has its permissions.
@@ -91,7 +109,8 @@ static int OpenUniqueFile(qvini_OutputFile* file) {
     file->descriptor = mkstemp(file->temporary);
   } while (file->descriptor == -1 && errno == EINTR);
   if (file->descriptor == -1) return kIniTemporaryFileFailed;
-  // Only a program that this one starts meanwhile would notice a failure.
+  // A program that another thread starts between the two calls holds the file open as long as it
+  // runs, which does no harm but to the room on the disk.
   (void)fcntl(file->descriptor, F_SETFD, FD_CLOEXEC);
   return kIniDone;
 }
@@ -157,20 +176,27 @@ static void SyncDirectoryOf(const char* path) {
 }
 
 static int Replace(const qvini_OutputFile* file) {
-  if (file->temporary == NULL) return kIniDone;
   if (!Rename(file->temporary, file->target)) return kIniNotWritable;
   SyncDirectoryOf(file->target);
   return kIniDone;
 }
 
+// What was written in place is where it belongs. A temporary file whose name another writer has
+// taken, for its own file, can neither be renamed nor removed.
+static int PutInPlace(const qvini_OutputFile* file, int isOurs) {
+  if (file->temporary == NULL) return kIniDone;
+  return isOurs ? Replace(file) : kIniNotWritable;
+}
+
 int qvini_FinishOutputFile(qvini_OutputFile* file, int result, time_t* modificationTime) {
   if (result == kIniDone) result = Complete(file);
   const time_t time = ModificationTimeOf(file->descriptor);
+  const int isOurs = file->temporary != NULL && IsNameOf(file->temporary, file->descriptor);
   if (!Close(file->descriptor) && result == kIniDone) result = kIniFlushFailed;
-  if (result == kIniDone) result = Replace(file);
+  if (result == kIniDone) result = PutInPlace(file, isOurs);
   if (result == kIniDone) {
     *modificationTime = time;
-  } else if (file->temporary != NULL) {
+  } else if (isOurs) {
     (void)unlink(file->temporary);
   }
   FreeNames(file);

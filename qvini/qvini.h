@@ -162,10 +162,12 @@ enum {
 /// has room for size bytes, at least 2. A line that does not fit comes in parts: the function fills
 /// all but the last byte of buffer, ends it with NUL, gives kIniInputPart, and goes on with the
 /// same line at the next call; a part may also turn out to have been all of the line, the next one
-/// is empty then. Gives one of the constants above, or a negative code, which ends the reading.
+/// is empty then, or the input at its end. Gives one of the constants above, or a negative code,
+/// which ends the reading.
 typedef int (*IniLineInputFunction)(void* source, char* buffer, size_t size);
 
-/// Takes a line, without a line end, for sink. Gives 0, or a negative code, which ends the writing.
+/// Takes a line, without a line end, for sink. Gives a negative code to end the writing, anything
+/// else to go on.
 typedef int (*IniLineOutputFunction)(void* sink, const char* line);
 
 /// Empties the document and fills it with the lines of source. Lines that are neither section,
@@ -196,9 +198,10 @@ int IniReadFromFile(IniDocument* document, const char* path);
 /// never changes otherwise.
 ///
 /// With kIniWriteSafely the file at path holds its old or its new content, complete, whatever
-/// happens: the new content is on the disk before it gets the name. The file must be a regular one,
-/// or missing; where path is a symbolic link, the file it leads to is replaced and the link stays.
-/// It keeps its permissions but not its owner or its other hard links; a new one gets 0644 from
+/// happens to the writer: the new content is on the disk before it gets the name. Several writers
+/// at once need kIniWriteUniqueName. The file must be a regular one, or missing; where path is a
+/// symbolic link, the file it leads to is replaced and the link stays. It keeps its permissions but
+/// not its owner, group, access list or other hard links; a new one gets 0644 from
 /// kIniWriteUniqueName and what the umask allows otherwise. While a missing file is probed an empty
 /// one may be seen. The temporary file lies in the same directory: "ini$$.TMP" with six more
 /// characters, or the name with the extension TMP, whatever had that name before; it is gone after
@@ -222,8 +225,8 @@ int IniWriteToFile(IniDocument* document, const char* path);
 /// Anything else is stored as it is. Files cannot give all of it back: in a written file a line end
 /// or NUL in a name or a value ends its line, "]" a section's name, "=" a key; a key that begins
 /// with ";" or "[" makes a comment or a header; without quotes, an empty value makes a bad line,
-/// and a value that itself stands in quotes loses them. IniPutString keeps every value but for
-/// white space around it.
+/// and a value that itself stands in quotes loses them. docs/ini-format.md lists every such loss.
+/// IniPutString keeps every value but for white space around it.
 int IniPut(IniDocument* document, const char* section, const char* key, const char* value,
            char quote);
 
@@ -286,7 +289,7 @@ int IniGetPointerToString(IniDocument* document, const char* section, const char
 
 /// Makes the cache at least size bytes long, and at least 256. One that is up to 1024 bytes longer
 /// than size stays as it is; any other size becomes exactly the one wanted. Its contents are
-/// undefined afterwards. 0, or kIniOutOfMemory, and the cache is as it was.
+/// undefined afterwards. 0; kIniOutOfMemory, and the cache is as it was; kIniBadPath for null.
 int SetStringCacheSize(IniStringCache* cache, size_t size);
 
 #ifdef __cplusplus

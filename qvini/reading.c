@@ -108,12 +108,14 @@ static int TakeLine(Reading* reading, char* text) {
   }
 }
 
-// Gets a whole line into the buffer. Gives what the input function gave for its last part.
+// Gets a whole line into the buffer, whose length is that of all parts but the last. Gives what the
+// input function gave for the last one.
 static int GetLine(qvini_TextBuffer* buffer, IniLineInputFunction input, void* source) {
   buffer->length = 0;
   for (;;) {
     char* const part = buffer->bytes + buffer->length;
     const int result = input(source, part, buffer->size - buffer->length);
+    if (result == kIniInputEnd) *part = '\0';
     if (result != kIniInputPart) return result;
     buffer->length += strlen(part);
     if (!qvini_DoubleTextBuffer(buffer)) return kIniOutOfMemory;
@@ -126,12 +128,12 @@ static int ReadLines(Reading* reading, IniLineInputFunction input, void* source)
   int result = kIniDone;
   while (result == kIniDone) {
     const int got = GetLine(&buffer, input, source);
-    if (got <= 0) {
-      result = got;
-      break;
-    }
+    if (got < 0) result = got;
+    // The lines may end behind a part that was all of its line.
+    if (got < 0 || (got == kIniInputEnd && buffer.length == 0)) break;
     if (reading->line < INT_MAX) ++reading->line;
     result = TakeLine(reading, buffer.bytes);
+    if (got == kIniInputEnd) break;
   }
   free(buffer.bytes);
   return result;

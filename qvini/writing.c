@@ -27,7 +27,8 @@ typedef struct Writing {
 } Writing;
 
 static int Put(Writing* writing, const char* line) {
-  return writing->output(writing->sink, line);
+  const int result = writing->output(writing->sink, line);
+  return result < 0 ? result : kIniDone;
 }
 
 // Writes a line of parts; the list ends with a part that begins nowhere.

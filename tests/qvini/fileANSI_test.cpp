@@ -103,6 +103,17 @@ TEST_F(IniFiles, ThatCannotBeReadEmptyTheDocument) {
   EXPECT_EQ(document_->path, directory_.path("file"));
 }
 
+TEST_F(IniFiles, MayBeNamedByAValueOfTheDocument) {
+  directory_.write("other", "[s]\nk = 1");
+  const std::string other = directory_.path("other");
+  IniPut(document_, "s", "include", other.c_str(), 0);
+  const char* path = nullptr;
+  ASSERT_EQ(IniGet(document_, "s", "include", &path), 1);
+  EXPECT_EQ(IniReadFromFile(document_, path), 0);
+  EXPECT_EQ(document_.value("s", "k"), "1");
+  EXPECT_EQ(document_->path, other);
+}
+
 TEST_F(IniFiles, NeedAPath) {
   EXPECT_EQ(IniReadFromFile(document_, nullptr), -22);
   EXPECT_EQ(IniReadFromFile(document_, ""), -22);

@@ -89,6 +89,14 @@ TEST(FollowLinks, ReadsLinksOfAnyLength) {
   }
 }
 
+TEST(FollowLinks, GoesAsFarAsTheSystemDoes) {
+  const TemporaryDirectory directory;
+  directory.write("0");
+  for (int i = 1; i <= 40; ++i)
+    directory.makeLink(std::to_string(i - 1), std::to_string(i));
+  EXPECT_EQ(Followed(directory.path("40")), directory.path("0"));
+}
+
 TEST(FollowLinks, GivesUpWhereLinksLeadInCircles) {
   const TemporaryDirectory directory;
   directory.makeLink("b", "a");

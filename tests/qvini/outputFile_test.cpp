@@ -79,7 +79,7 @@ TEST_F(OutputFile, IsAnotherFileAfterASafeWriteAndTheSameAfterAnother) {
 
 TEST_F(OutputFile, KeepsItsPermissions) {
   for (const unsigned flags : {kInPlace, kNamed, kUnique}) {
-    for (const mode_t mode : {0600U, 0640U, 0666U, 0755U}) {
+    for (const mode_t mode : {0600U, 0640U, 0666U, 0755U, 02640U, 01644U}) {
       directory_.write("file");
       setPermissions("file", mode);
       EXPECT_EQ(write(directory_.path("file"), flags), 0);

@@ -120,6 +120,13 @@ TEST(Headers, ThatDifferInCaseAreDifferentWithCaseSensitive) {
   EXPECT_EQ(Contents(document), (Texts{"[a@6]", "x@7=4", "[A@3]", "x@4=2", "X@5=3"}));
 }
 
+TEST(Headers, AreTheSameWhateverTheBlanksInTheirBracketsWithCaseSensitive) {
+  const TestDocument document;
+  document->caseSensitive = 1;
+  document.read({"[ a ]", "x = 1", "[ a ]", "y = 2", "[a]", "z = 3"});
+  EXPECT_EQ(Contents(document), (Texts{"[a@5]", "x@2=1", "y@4=2", "z@6=3"}));
+}
+
 TEST(Headers, InTheTextFindASectionAsAnyLookUpDoes) {
   const TestDocument document({"[a]", "[b]", "[a]"});
   ASSERT_NE(document->lastSection, nullptr);
@@ -297,6 +304,23 @@ TEST(InputFunction, MayEndALineWithAnEmptyPart) {
   const TestDocument document;
   EXPECT_EQ(IniRead(document, input, &parts), 0);
   EXPECT_EQ(Contents(document), (Texts{"[s@1]", "k@2=v"}));
+}
+
+TEST(InputFunction, MayEndBehindAPartThatWasAllOfItsLine) {
+  struct Parts {
+    int calls = 0;
+  } parts;
+  const auto input = [](void* source, char* buffer, std::size_t) {
+    static const std::pair<const char*, int> kParts[] = {
+        {"[s]", kIniInputLine}, {"k = ", kIniInputPart}, {"v", kIniInputPart}, {"x", kIniInputEnd}};
+    const auto& part = kParts[static_cast<Parts*>(source)->calls++];
+    std::strcpy(buffer, part.first);
+    return part.second;
+  };
+  const TestDocument document;
+  EXPECT_EQ(IniRead(document, input, &parts), 0);
+  EXPECT_EQ(Contents(document), (Texts{"[s@1]", "k@2=v"}));
+  EXPECT_EQ(parts.calls, 4) << "and is not asked behind its end";
 }
 
 TEST(InputFunction, EndsTheReadingWithItsCodeAndAnEmptyDocument) {

@@ -62,6 +62,17 @@ TEST(SetStringCacheSize, RefusesNull) {
   EXPECT_EQ(SetStringCacheSize(nullptr, 1), -22);
 }
 
+TEST(StringGetters, KeepACacheThatIsOneKibibyteLongerThanTheSmallest) {
+  const TestDocument document;
+  IniPut(document, "s", "short", "b", 0);
+  const char* value = nullptr;
+  for (const std::size_t size : {1200U, 1280U}) {
+    ASSERT_EQ(SetStringCacheSize(&document->stringCache, size), 0);
+    EXPECT_EQ(IniGetPointerToRawString(document, "s", "short", &value), 1);
+    EXPECT_EQ(document->stringCache.size, size);
+  }
+}
+
 TEST(StringGetters, AskForTheLengthAndItsNulButAtLeastTwoHundredAndFiftySixBytes) {
   const TestDocument document;
   IniPut(document, "s", "long", std::string(3000, 'a').c_str(), 0);

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -292,6 +293,17 @@ TEST(OutputFunction, EndsTheWritingWithItsCode) {
     EXPECT_EQ(IniWrite(document, output, &left), -78);
     EXPECT_EQ(left, -1) << "no line after the failure";
   }
+}
+
+TEST(OutputFunction, MayGiveTheNumberOfItsBytes) {
+  const TestDocument document({"[s]", "k = v"});
+  std::string text;
+  const auto output = [](void* sink, const char* line) {
+    static_cast<std::string*>(sink)->append(line).append("\n");
+    return static_cast<int>(std::strlen(line));
+  };
+  EXPECT_EQ(IniWrite(document, output, &text), 0);
+  EXPECT_EQ(text, "[s]\nk = v\n\n");
 }
 
 TEST(OutputFunction, GetsTheLinesBeforeTheOneThatCannotBeWrapped) {

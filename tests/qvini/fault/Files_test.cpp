@@ -1,3 +1,4 @@
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -182,6 +183,96 @@ TEST_F(FileFaults, AWriteThatTakesNothingFails) {
   staged.shorten(SystemCall::Write, 0, StagedSystemCalls::kAll);
   EXPECT_EQ(write(kUnique), -28);
   expectUntouched();
+}
+
+TEST_F(FileFaults, TheProbeOfAMissingFileLeavesWhatAnotherWriterHasPutThere) {
+  for (const unsigned flags : {kNamed, kUnique}) {
+    StagedSystemCalls staged;
+    // Our own empty file has gone, and another writer's new one has come, before it is looked at.
+    staged.before(SystemCall::Lstat, [this] {
+      directory_.write("theirs", "complete");
+      std::filesystem::rename(directory_.path("theirs"), directory_.path("missing"));
+    });
+    document_->maxLineLength = 1;  // so that nothing is written over it
+    EXPECT_EQ(write(flags, "missing"), -2);
+    EXPECT_EQ(directory_.read("missing"), "complete");
+    ::unlink(directory_.path("missing").c_str());
+  }
+}
+
+TEST_F(FileFaults, AFileThatAnotherWriterMakesWhileItIsProbedIsProbedAnew) {
+  for (const unsigned flags : {kNamed, kUnique}) {
+    StagedSystemCalls staged;
+    staged.before(SystemCall::Open, [this] { directory_.write("missing", "theirs"); });
+    EXPECT_EQ(write(flags, "missing"), 0);
+    EXPECT_EQ(directory_.read("missing"), kNewContents);
+    ::unlink(directory_.path("missing").c_str());
+  }
+}
+
+TEST_F(FileFaults, AFileThatAnotherWriterRemovesWhileItIsProbedIsProbedAnew) {
+  for (const unsigned flags : {kNamed, kUnique}) {
+    directory_.write("file", "old");
+    StagedSystemCalls staged;
+    staged.before(SystemCall::Open, [this] { ::unlink(directory_.path("file").c_str()); });
+    EXPECT_EQ(write(flags), 0);
+    EXPECT_EQ(directory_.read("file"), kNewContents);
+  }
+}
+
+TEST_F(FileFaults, AFileThatComesAndGoesForEverIsGivenUp) {
+  StagedSystemCalls staged;
+  staged.fail(SystemCall::Open, ENOENT, StagedSystemCalls::kAll);
+  EXPECT_EQ(write(kUnique), -13);
+  expectUntouched();
+}
+
+TEST_F(FileFaults, ATemporaryFileThatAnotherWriterHasTakenIsNeitherUsedNorRemoved) {
+  StagedSystemCalls staged;
+  staged.before(SystemCall::Fsync, [this] {
+    ::unlink(directory_.path("file.TMP").c_str());
+    directory_.write("file.TMP", "half of the oth");
+  });
+  EXPECT_EQ(write(kNamed), -13);
+  EXPECT_EQ(directory_.read("file"), "old");
+  EXPECT_EQ(directory_.read("file.TMP"), "half of the oth");
+}
+
+TEST_F(FileFaults, AFileReplacedWhileItIsReadIsRememberedWithTheTimeOfWhatWasRead) {
+  directory_.write("source", "[s]\nk = 1\n");
+  const timespec times[] = {{1000000000, 0}, {1234567890, 0}};
+  ASSERT_EQ(::utimensat(AT_FDCWD, directory_.path("source").c_str(), times, 0), 0);
+  StagedSystemCalls staged;
+  staged.before(SystemCall::Read, [this] {
+    directory_.write("newer", "[s]\nk = 2\n");
+    std::filesystem::rename(directory_.path("newer"), directory_.path("source"));
+  });
+  EXPECT_EQ(IniReadFromFile(document_, directory_.path("source").c_str()), 0);
+  EXPECT_EQ(document_.value("s", "k"), "1");
+  EXPECT_EQ(document_->modificationTime, 1234567890);
+}
+
+TEST_F(FileFaults, DescriptorsStayOutOfProgramsThatAreStartedMeanwhile) {
+  int looks = 0;
+  const auto expectClosedOnExec = [this, &looks] {
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+      const int descriptor = std::stoi(entry.path().filename());
+      std::error_code error;
+      const auto target = std::filesystem::read_symlink(entry.path(), error);
+      if (error || target.parent_path() != directory_.path()) continue;
+      ++looks;
+      EXPECT_NE(::fcntl(descriptor, F_GETFD) & FD_CLOEXEC, 0) << target;
+    }
+  };
+  directory_.write("source", "[s]\nk = v\n");
+  for (const unsigned flags : {kInPlace, kNamed, kUnique}) {
+    StagedSystemCalls staged;
+    staged.before(SystemCall::Read, expectClosedOnExec);
+    staged.before(SystemCall::Write, expectClosedOnExec);
+    EXPECT_EQ(IniReadFromFile(document_, directory_.path("source").c_str()), 0);
+    EXPECT_EQ(write(flags), 0);
+  }
+  EXPECT_EQ(looks, 6) << "each file was seen while it was open";
 }
 
 TEST_F(FileFaults, AFullDiskLeavesTheOldFile) {
