@@ -188,11 +188,16 @@ TEST_F(FileFaults, AWriteThatTakesNothingFails) {
 TEST_F(FileFaults, TheProbeOfAMissingFileLeavesWhatAnotherWriterHasPutThere) {
   for (const unsigned flags : {kNamed, kUnique}) {
     StagedSystemCalls staged;
-    // Our own empty file has gone, and another writer's new one has come, before it is looked at.
-    staged.before(SystemCall::Lstat, [this] {
+    // Another writer's new file takes the place of our empty one, as soon as that has been made.
+    bool hasCome = false;
+    const auto come = [this, &hasCome] {
+      if (hasCome) return;
+      hasCome = true;
       directory_.write("theirs", "complete");
       std::filesystem::rename(directory_.path("theirs"), directory_.path("missing"));
-    });
+    };
+    staged.before(SystemCall::Lstat, come);
+    staged.before(SystemCall::Unlink, come);
     document_->maxLineLength = 1;  // so that nothing is written over it
     EXPECT_EQ(write(flags, "missing"), -2);
     EXPECT_EQ(directory_.read("missing"), "complete");
