@@ -77,7 +77,7 @@ bool INIFileManager::write(const String& section, const String& key, const char*
   return write(section, key, String(value));
 }
 
-bool INIFileManager::write(const String& section, const String& key, bool value) {
+bool INIFileManager::writeBoolean(const String& section, const String& key, bool value) {
   return IniPutBoolean(document_.get(), SectionName(section), KeyName(key), value ? 1 : 0) ==
          kIniFound;
 }

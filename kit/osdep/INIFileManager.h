@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <type_traits>
 
 #include "kit/StringBase.h"
 #include "kit/Vector.h"
@@ -44,11 +45,15 @@ class INIFileManager {
   bool keyPresent(const String& section, const String& key);
 
   /// Puts a value into the document, replacing the one that the key had. Control characters, quotes
-  /// and backslashes come back as they were, white space around the value does not.
+  /// and backslashes come back as they were, blanks around the value do not.
   bool write(const String& section, const String& key, const String& value);
   bool write(const String& section, const String& key, const char* value);
-  /// As "True" or "False".
-  bool write(const String& section, const String& key, bool value);
+  /// As "True" or "False". Takes nothing but a bool: many types, pointers among them, would turn
+  /// into one.
+  template <typename T, std::enable_if_t<std::is_same_v<T, bool>, int> = 0>
+  bool write(const String& section, const String& key, T value) {
+    return writeBoolean(section, key, value);
+  }
   /// Decimal. A long of more than 32 bits is refused.
   bool write(const String& section, const String& key, long value);
   bool write(const String& section, const String& key, int value);
@@ -56,7 +61,7 @@ class INIFileManager {
   bool write(const String& section, const String& key, unsigned value);
   /// With 15 digits.
   bool write(const String& section, const String& key, double value);
-  /// No pointer is taken for a bool.
+  /// Wide text is not converted unasked.
   template <typename T>
   bool write(const String& section, const String& key, const T* value) = delete;
 
@@ -81,6 +86,8 @@ class INIFileManager {
   void enumKeys(const String& section, Vector<String>& keys) const;
 
  private:
+  bool writeBoolean(const String& section, const String& key, bool value);
+
   struct Disposer {
     void operator()(IniDocument* document) const noexcept { IniDispose(document); }
   };

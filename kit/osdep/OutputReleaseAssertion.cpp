@@ -2,25 +2,32 @@
 
 #include <sys/stat.h>
 
+#include <cerrno>
 #include <cstdio>
 
+#include "kit/osdep/BrokenPipeGuard.h"
+#include "kit/osdep/CancellationDeferral.h"
 #include "kit/osdep/INIFileManager.h"
 
 namespace qv::kit::osdep {
 namespace {
 
 constexpr char kFileName[] = "vantis.ini";
+constexpr off_t kMostBytes = 1 << 20;
 
-/// Opening a pipe would stop the program that loads the library until somebody writes to it.
-bool IsRegularFile(const char* path) noexcept {
+/// Whether to read the file takes no time worth mentioning. A pipe, or what the system makes up
+/// while it is read and shows as empty, could stop the program that loads the library.
+bool IsHarmlessFile(const char* path) noexcept {
   struct stat entry {};
-  return ::stat(path, &entry) == 0 && S_ISREG(entry.st_mode);
+  return ::stat(path, &entry) == 0 && S_ISREG(entry.st_mode) && entry.st_size > 0 &&
+         entry.st_size <= kMostBytes;
 }
 
 /// Runs while the library is loaded, where nobody could catch anything.
 bool GetShowAssertDialog() noexcept {
+  const CancellationDeferral deferral;
   try {
-    if (!IsRegularFile(kFileName)) return false;
+    if (!IsHarmlessFile(kFileName)) return false;
     INIFileManager settings(kFileName, "NVE");
     bool show = false;
     return settings.read(settings.section(), "ShowReleaseAsserts", show) && show;
@@ -37,10 +44,14 @@ const bool g_showReleaseAsserts = GetShowAssertDialog();
 void OutputReleaseAssertion(const char* expression, const char* message, const char* file,
                             unsigned line) noexcept {
   if (!g_showReleaseAsserts) return;
+  const CancellationDeferral deferral;
+  const BrokenPipeGuard guard;
+  const int error = errno;
   const char* const text = *message != '\0' ? message : expression;
   std::fprintf(stderr, "%s(%d): Release Assertion failed: %s\a\n", file, static_cast<int>(line),
                text);
   std::fflush(stderr);
+  errno = error;
 }
 
 }  // namespace qv::kit::osdep

@@ -9,7 +9,8 @@ namespace qv::kit::osdep {
 ///     [NVE]
 ///     ShowReleaseAsserts = true
 ///
-/// No argument may be null. Any thread may call.
+/// A file of more than 1 MiB is not read. The call always returns, wherever standard error leads,
+/// and leaves errno alone. message must not be null, nor what is printed. Any thread may call.
 void OutputReleaseAssertion(const char* expression, const char* message, const char* file,
                             unsigned line) noexcept;
 

@@ -2,12 +2,10 @@
 
 #include <dlfcn.h>
 
-#include <cstdint>
-#include <cstdio>
 #include <cstring>
-#include <ctime>
 #include <new>
 
+#include "engine/TimeText.h"
 #include "kit/IRefCounted.h"
 #include "kit/StatusChain.h"
 #include "source/client/ITraceEngine.h"
@@ -17,25 +15,13 @@
 namespace qv::doctor {
 namespace {
 
-using kit::AbsTime;
 using kit::WString;
 using traceengine::ITraceEngine;
 using traceengine::LoggingBlock;
 
-// From the epoch of AbsTime, 1904, to that of the system's clock, 1970.
-constexpr std::int64_t kSecondsTo1970 = 2082844800;
-
-/// "2026-01-31T12:00:00.000000Z".
-std::string UtcText(const AbsTime& time) {
-  const auto seconds = static_cast<std::time_t>(time.seconds() - kSecondsTo1970);
-  const std::uint64_t microseconds = (time.fraction() >> 32U) * 1000000U >> 32U;
-  std::tm parts{};
-  ::gmtime_r(&seconds, &parts);
-  char date[64] = {};
-  std::strftime(date, sizeof date, "%Y-%m-%dT%H:%M:%S", &parts);
-  char text[80] = {};
-  std::snprintf(text, sizeof text, "%s.%06uZ", date, static_cast<unsigned>(microseconds));
-  return text;
+std::string UtcText(const kit::AbsTime& time) {
+  char text[traceengine::kLongestTimeText];
+  return std::string(text, traceengine::WriteTimeText(time, text));
 }
 
 /// Lives as long as the process, so nobody needs to count who refers to it.

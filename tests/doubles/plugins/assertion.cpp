@@ -1,3 +1,4 @@
+#include "kit/osdep/CancellationDeferral.h"
 #include "kit/osdep/INIFileManager.h"
 #include "kit/osdep/OutputReleaseAssertion.h"
 
@@ -7,6 +8,7 @@ namespace {
 /// the library is linked.
 struct EarlyUse {
   EarlyUse() {
+    const qv::kit::osdep::CancellationDeferral deferral;
     qv::kit::osdep::OutputReleaseAssertion("false", "too early", "early", 1);
     qv::kit::osdep::INIFileManager file("early.ini", "");
     foundDefaultItem = file.keyPresent("", "");

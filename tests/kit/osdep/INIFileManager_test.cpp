@@ -2,10 +2,8 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <climits>
-#include <cmath>
 #include <cstdint>
 #include <filesystem>
 #include <limits>
@@ -21,7 +19,6 @@ namespace {
 
 using qv::kit::String;
 using qv::kit::Vector;
-using qv::kit::WString;
 using qv::kit::osdep::INIFileManager;
 using qv::tests::Exactly;
 using qv::tests::TemporaryDirectory;
@@ -185,6 +182,41 @@ TEST(INIFileManager, LeavesNothingButTheFileBesideIt) {
   EXPECT_TRUE(manager.writeFile());
   const std::filesystem::directory_iterator entries(directory.path());
   EXPECT_EQ(std::distance(begin(entries), end(entries)), 1);
+}
+
+TEST(INIFileManager, ReadsByTheRulesOfANewDocumentAfterEveryReload) {
+  TemporaryDirectory directory;
+  INIFileManager manager = ManagerOf(
+      directory,
+      "early = 1\n[S]\ncolon : v\nempty =\nsingle = 'q'\ndouble = \"q\"\n[s]\nDOUBLE = \"r\"\n");
+  for (int i = 0; i < 2; ++i) {
+    EXPECT_THAT(Keys(manager, "S"), ElementsAre("single", "double"));
+    EXPECT_THAT(Keys(manager, "(null)"), IsEmpty());
+    String value;
+    EXPECT_TRUE(manager.readRaw("S", "single", value));
+    EXPECT_EQ(Exactly(value), "'q'");
+    EXPECT_TRUE(manager.readRaw("S", "double", value));
+    EXPECT_EQ(Exactly(value), "r");
+    EXPECT_TRUE(manager.reloadFile());
+  }
+}
+
+TEST(INIFileManager, WritesByTheRulesOfANewDocumentAfterEveryReload) {
+  TemporaryDirectory directory;
+  INIFileManager manager = ManagerOf(directory, "[S]\nk=v\n");
+  EXPECT_TRUE(manager.writeRaw("T", "long", std::string(80, 'x').c_str()));
+  EXPECT_TRUE(manager.writeFile());
+  EXPECT_EQ(directory.read("a.ini"), "[S]\nk = v\n\n[T]\nlong Line0001 = \"" +
+                                         std::string(62, 'x') + "\"\nlong Line0002 = \"" +
+                                         std::string(18, 'x') + "\"\n\n");
+}
+
+TEST(INIFileManager, SaysThatABlankItemIsPresent) {
+  TemporaryDirectory directory;
+  INIFileManager manager = ManagerOf(directory, "[S]\nblank = \" \"\n");
+  EXPECT_TRUE(manager.keyPresent("S", "blank"));
+  String value;
+  EXPECT_FALSE(manager.readRaw("S", "blank", value));
 }
 
 TEST(INIFileManager, WritesEveryTypeAsItsText) {
@@ -454,6 +486,10 @@ TEST(INIFileManager, RefusesALongOfMoreThan32BitsInsteadOfCuttingIt) {
   }
 }
 
+struct SomeClass {
+  int member;
+};
+
 /// Whether a manager takes a T as a value to write.
 template <typename T, typename = void>
 struct Takes : std::false_type {};
@@ -467,6 +503,7 @@ TEST(INIFileManager, TakesNoPointerForABoolean) {
   static_assert(Takes<const char*>::value && Takes<char*>::value && Takes<String>::value);
   static_assert(!Takes<const wchar_t*>::value && !Takes<wchar_t*>::value);
   static_assert(!Takes<const void*>::value && !Takes<String*>::value);
+  static_assert(!Takes<void (*)()>::value && !Takes<int SomeClass::*>::value);
   EXPECT_EQ(Written([](INIFileManager& m) { return m.write("S", "k", "False"); }),
             "[S]\nk = \"False\"\n\n");
   char text[] = "changeable";

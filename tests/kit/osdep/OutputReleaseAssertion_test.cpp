@@ -4,12 +4,16 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <linux/capability.h>
+#include <pthread.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <csignal>
 #include <cstdio>
+#include <cstring>
 #include <filesystem>
 #include <functional>
 #include <string>
@@ -55,14 +59,19 @@ void GiveUpPrivileges() {
 
 using Use = std::function<void(const Library&)>;
 
+/// What the child does before it loads the library.
+using Preparation = void (*)();
+void PrepareNothing() {}
+
 [[noreturn]] void UseLibrary(const std::string& directory, const std::string& output,
-                             const Use& use) {
+                             const Use& use, Preparation prepare) {
   // Whatever waits for ever ends here.
   ::alarm(30);
   const int file = ::open(output.c_str(), O_WRONLY | O_CREAT, 0600);
   if (file == -1 || ::dup2(file, STDERR_FILENO) == -1) ::_exit(1);
   if (::chdir(directory.c_str()) != 0) ::_exit(2);
   GiveUpPrivileges();
+  prepare();
   const Library library;
   if (!library.isLoaded()) ::_exit(3);
   use(library);
@@ -75,10 +84,11 @@ void AssertOnce(const Library& library) {
 
 /// All that comes on standard error from a process whose current directory that is when it loads
 /// the library and uses it so.
-std::string Errors(const std::string& directory, const Use& use = AssertOnce) {
+std::string Errors(const std::string& directory, const Use& use = AssertOnce,
+                   Preparation prepare = PrepareNothing) {
   const TemporaryDirectory output;
   const pid_t child = ::fork();
-  if (child == 0) UseLibrary(directory, output.path("errors"), use);
+  if (child == 0) UseLibrary(directory, output.path("errors"), use, prepare);
   int status = -1;
   EXPECT_EQ(::waitpid(child, &status, 0), child);
   EXPECT_EQ(status, 0);
@@ -86,10 +96,34 @@ std::string Errors(const std::string& directory, const Use& use = AssertOnce) {
 }
 
 /// The same, with these contents of "vantis.ini".
-std::string ErrorsWith(const std::string& contents, const Use& use = AssertOnce) {
+std::string ErrorsWith(const std::string& contents, const Use& use = AssertOnce,
+                       Preparation prepare = PrepareNothing) {
   const TemporaryDirectory directory;
   directory.write("vantis.ini", contents);
-  return Errors(directory.path(), use);
+  return Errors(directory.path(), use, prepare);
+}
+
+void CancelThisThread() {
+  pthread_cancel(pthread_self());
+}
+
+void OutliveCancellation() {
+  pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, nullptr);
+}
+
+/// Makes standard error a pipe that nobody reads.
+void BreakStandardError() {
+  int ends[2];
+  if (::pipe(ends) != 0) ::_exit(5);
+  ::dup2(ends[1], STDERR_FILENO);
+  ::close(ends[0]);
+  ::close(ends[1]);
+}
+
+bool IsPending(int signal) {
+  sigset_t pending;
+  ::sigpending(&pending);
+  return ::sigismember(&pending, signal) == 1;
 }
 
 TEST(OutputReleaseAssertion, PrintsFileLineMessageAndABell) {
@@ -110,9 +144,11 @@ TEST(OutputReleaseAssertion, ReturnsAndPrintsEveryTime) {
                        [](const Library& library) {
                          library.output("e", "one", "a.cpp", 1);
                          library.output("e", "two", "b.cpp", 2147483647);
+                         library.output("e", "three", "c.cpp", 4294967295);
                        }),
             "a.cpp(1): Release Assertion failed: one\a\n"
-            "b.cpp(2147483647): Release Assertion failed: two\a\n");
+            "b.cpp(2147483647): Release Assertion failed: two\a\n"
+            "c.cpp(-1): Release Assertion failed: three\a\n");
 }
 
 TEST(OutputReleaseAssertion, TakesNoPartOfItsTextsForAFormat) {
@@ -145,6 +181,79 @@ TEST(OutputReleaseAssertion, ReturnsWhereStandardErrorIsClosed) {
                          AssertOnce(library);
                        }),
             "");
+}
+
+TEST(OutputReleaseAssertion, ReturnsWhereNobodyReadsStandardError) {
+  EXPECT_EQ(ErrorsWith(kOn,
+                       [](const Library& library) {
+                         BreakStandardError();
+                         AssertOnce(library);
+                         if (IsPending(SIGPIPE)) ::_exit(6);
+                         sigset_t mask;
+                         pthread_sigmask(SIG_BLOCK, nullptr, &mask);
+                         if (::sigismember(&mask, SIGPIPE) == 1) ::_exit(7);
+                       }),
+            "");
+}
+
+TEST(OutputReleaseAssertion, LeavesABrokenPipeOfTheHostToTheHost) {
+  EXPECT_EQ(ErrorsWith(kOn,
+                       [](const Library& library) {
+                         sigset_t brokenPipe;
+                         ::sigemptyset(&brokenPipe);
+                         ::sigaddset(&brokenPipe, SIGPIPE);
+                         pthread_sigmask(SIG_BLOCK, &brokenPipe, nullptr);
+                         ::raise(SIGPIPE);
+                         AssertOnce(library);
+                         if (!IsPending(SIGPIPE)) ::_exit(6);
+                       }),
+            kReported);
+}
+
+TEST(OutputReleaseAssertion, LeavesErrnoAlone) {
+  EXPECT_EQ(ErrorsWith(kOn,
+                       [](const Library& library) {
+                         ::close(STDERR_FILENO);
+                         errno = 12345;
+                         AssertOnce(library);
+                         if (errno != 12345) ::_exit(6);
+                       }),
+            "");
+}
+
+TEST(OutputReleaseAssertion, MayBeRaisedInAThreadThatIsCancelled) {
+  EXPECT_EQ(ErrorsWith(kOn,
+                       [](const Library& library) {
+                         CancelThisThread();
+                         AssertOnce(library);
+                         OutliveCancellation();
+                       }),
+            kReported);
+}
+
+TEST(OutputReleaseAssertion, LetsAThreadThatIsCancelledLoadTheLibrary) {
+  const Use survive = [](const Library& library) {
+    OutliveCancellation();
+    AssertOnce(library);
+  };
+  EXPECT_EQ(ErrorsWith(kOn, survive, CancelThisThread), kReported);
+  EXPECT_EQ(Errors(TemporaryDirectory().path(), survive, CancelThisThread), "");
+}
+
+TEST(OutputReleaseAssertion, ReadsAFileOfAMebibyteAndNoneThatIsLonger) {
+  const std::string most(std::size_t{1 << 20} - sizeof kOn + 1, '\n');
+  EXPECT_EQ(ErrorsWith(kOn + most), kReported);
+  EXPECT_EQ(ErrorsWith(kOn + most + "\n"), "");
+}
+
+// The system shows such files as empty, and may take for ever to make up what is in them. This one
+// is the memory that the environment began in.
+TEST(OutputReleaseAssertion, DoesNotReadWhatTheSystemMakesUp) {
+  const TemporaryDirectory directory;
+  directory.makeLink("/proc/self/environ", "vantis.ini");
+  EXPECT_EQ(
+      Errors(directory.path(), AssertOnce, [] { std::memcpy(environ[0], kOn, sizeof kOn - 1); }),
+      "");
 }
 
 TEST(OutputReleaseAssertion, IsSwitchedOnByTrueInAnySpelling) {

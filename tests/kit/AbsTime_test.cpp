@@ -1,0 +1,52 @@
+#include "kit/AbsTime.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstring>
+#include <vector>
+
+namespace {
+
+using qv::kit::AbsTime;
+
+std::vector<std::uint32_t> Words(const AbsTime& time) {
+  std::vector<std::uint32_t> words(4);
+  static_assert(sizeof time == 16 && alignof(AbsTime) == 4);
+  std::memcpy(words.data(), &time, sizeof time);
+  return words;
+}
+
+TEST(AbsTime, IsTheMostNegativeNumberOfSecondsByDefault) {
+  EXPECT_EQ(Words(AbsTime()), (std::vector<std::uint32_t>{0, 0, 0, 0x80000000}));
+}
+
+TEST(AbsTime, HoldsItsWordsTheLeastSignificantFirst) {
+  const AbsTime time(0x0123456789ABCDEF, 0x1122334455667788);
+  EXPECT_EQ(Words(time),
+            (std::vector<std::uint32_t>{0x55667788, 0x11223344, 0x89ABCDEF, 0x01234567}));
+  EXPECT_EQ(time.seconds(), 0x0123456789ABCDEF);
+  EXPECT_EQ(time.fraction(), 0x1122334455667788U);
+  EXPECT_EQ(AbsTime(-2, 5).seconds(), -2);
+}
+
+TEST(AbsTime, ComparesEveryBit) {
+  const AbsTime time(1, 1);
+  EXPECT_TRUE(time == AbsTime(1, 1));
+  for (const AbsTime& other :
+       {AbsTime(1, 2), AbsTime(1, 0x100000001), AbsTime(2, 1), AbsTime(0x100000001, 1)}) {
+    EXPECT_TRUE(time != other);
+    EXPECT_FALSE(time == other);
+    EXPECT_TRUE(time < other);
+    EXPECT_FALSE(other < time);
+  }
+  EXPECT_FALSE(time < time);
+}
+
+TEST(AbsTime, OrdersNegativeSecondsFirstAndFractionsUpwards) {
+  EXPECT_TRUE(AbsTime() < AbsTime(INT64_MIN, 1));
+  EXPECT_TRUE(AbsTime(-1, UINT64_MAX) < AbsTime(0, 0));
+  EXPECT_TRUE(AbsTime(-1, 0) < AbsTime(-1, 0x8000000000000000));
+}
+
+}  // namespace
