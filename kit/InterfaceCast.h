@@ -16,8 +16,9 @@ inline bool HasTypeDescription(const IRefCounted& object) noexcept {
 }
 
 /// object as the interface I, or null when it is none. The object may come from another library:
-/// what counts is the name of the type, which is the same in every library, whether or not its
-/// symbols are visible to the others. No reference is added.
+/// what counts is the name of the type, which is the same in every library. The C++ runtime must
+/// compare types by name, as GNU's does, for the type descriptions of hidden symbols differ. No
+/// reference is added.
 template <typename I>
 I* InterfaceCast(IRefCounted* object) noexcept {
   if (object == nullptr || !HasTypeDescription(*object)) return nullptr;

@@ -4,9 +4,9 @@
 
 namespace qv::kit::osdep {
 
-/// Lets a cancellation of the calling thread wait until this object goes. A thread that vanished
-/// from the middle of a start would leave it half done, and the unwinding that ends it must not be
-/// stopped by a handler for all exceptions. Leaves errno alone.
+/// Lets a deferred cancellation of the calling thread wait until this object goes. A thread that
+/// vanished from the middle of a start would leave it half done, and the unwinding that ends it
+/// must not be stopped by a handler for all exceptions. Leaves errno alone.
 class CancellationDeferral {
  public:
   CancellationDeferral() { pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &previous_); }

@@ -11,6 +11,9 @@ class LoggingBlock;
 /// headers: the order of the virtual operations is the contract.
 ///
 /// Any thread may call; giving out and taking blocks concurrently is for the engine to get right.
+/// Calls may come as long as the process lives, even after the engine's own static objects have
+/// been destroyed. An exception is swallowed, and the record lost with it. Init must not be called
+/// from here: while the service is being made, that Init fails.
 class ITraceEngine : public kit::IRefCounted {
  public:
   /// Takes a filled block of getFreeBlock back. The client does not touch it afterwards.

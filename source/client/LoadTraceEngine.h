@@ -14,9 +14,10 @@ namespace qv::traceengine {
 /// one there alone.
 ///
 /// status is not negative on success. Otherwise it holds the code of the last try: that of the
-/// entry point, GetInterfaceFuncNoThrow::kNoEntryPoint, or StatusChain::kNotSet when there was no
-/// library. engine is only set on success, and stays as it is even then when the library gave no
-/// object, or one of another kind. Throws what SharedLibrary throws.
+/// entry point or of an exception that it let escape (-1 for one without),
+/// GetInterfaceFuncNoThrow::kNoEntryPoint, or StatusChain::kNotSet when there was no library.
+/// engine is only set on success, and stays as it is even then when the library gave no object, or
+/// one of another kind. Throws what SharedLibrary throws.
 template <typename EngineT>
 void LoadTraceEngineImpl(const kit::WString& name, unsigned long version,
                          kit::LibraryInterface<EngineT>& engine, kit::StatusChain& status) {

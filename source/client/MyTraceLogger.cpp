@@ -97,7 +97,11 @@ void MyTraceLogger::askForTagNames() noexcept {
 
 void MyTraceLogger::readTagFile() noexcept {
   try {
-    const TagFile file = OpenTagFile(tagFileName());
+    kit::WString directory;
+    engine_.interface()->getConfigDirectory(directory);
+    // Without a directory the name alone would lead to the host's current one.
+    if (directory.empty()) return;
+    const TagFile file = OpenTagFile(tagFileName(directory));
     if (file == nullptr) return;
     while (parseNextLine(file.get()) != kEndOfFile) {
     }
@@ -106,9 +110,7 @@ void MyTraceLogger::readTagFile() noexcept {
   }
 }
 
-String MyTraceLogger::tagFileName() const {
-  kit::WString directory;
-  engine_.interface()->getConfigDirectory(directory);
+String MyTraceLogger::tagFileName(const kit::WString& directory) const {
   return kit::osdep::path::Join(String(directory), moduleName_ + ".cfg");
 }
 

@@ -14,10 +14,11 @@ namespace qv::traceengine {
 struct MyTraceLoggerProbe;
 
 /// The trace client of one module: answers whether a tag is on, and turns trace calls into records
-/// for the trace engine. Nothing here throws or reports: tracing never disturbs what it traces, nor
-/// does it change errno.
+/// for the trace engine. No trace call throws, reports or changes errno: tracing never disturbs
+/// what it traces.
 ///
-/// The module's tag file is its name with ".cfg" behind it, in the directory that the engine names.
+/// The module's tag file is its name with ".cfg" behind it, in the directory that the engine names;
+/// an engine that names none has none.
 /// It is read once. Each line defines a tag:
 ///
 ///     name : id : yes      on
@@ -79,7 +80,7 @@ class MyTraceLogger {
   void askForTagNames() noexcept;
   void readTagFile() noexcept;
   /// The name of the tag file. Throws what conversions throw, and what the engine throws.
-  kit::String tagFileName() const;
+  kit::String tagFileName(const kit::WString& directory) const;
 
   /// Reads a line of up to 1022 characters, or as much of a longer one, and stores the tag that it
   /// defines. -1 when there is nothing more to be read, otherwise 0.

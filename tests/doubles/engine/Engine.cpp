@@ -165,6 +165,7 @@ class Engine : public Counted<traceengine::ITraceEngine> {
   }
   void getConfigDirectory(kit::WString& directory) override {
     Perform("getConfigDirectory");
+    if (!Journal().script.hasDirectory) return;
     const std::wstring& text = Journal().script.configDirectory;
     auto layout = Read<WideStringLayout>(directory);
     std::free(layout.begin);
@@ -199,6 +200,7 @@ kit::IRefCounted* Enter(unsigned long version, kit::StatusChain& status) {
   std::snprintf(call, sizeof call, "GetInterface(%lu) at %08X", version,
                 static_cast<unsigned>(layout.code));
   Journal().note(call);
+  if (script.onEntry != nullptr) script.onEntry();
   if (script.throwsIn == "GetInterface") throw EngineError();
   if (script.entry != Entry::LeavesStatus) {
     layout.code = script.entryCode;

@@ -12,8 +12,6 @@ namespace qv::tests {
 struct EngineScript {
   enum class Entry {
     Good,
-    /// Gives an object and a negative status.
-    Fails,
     /// Null, and a status that calls it success.
     Nothing,
     /// Gives an object and does not touch the status.
@@ -30,6 +28,10 @@ struct EngineScript {
   std::string interruptedIn;
   std::wstring configDirectory;
   bool showTagNames = true;
+  /// Whether getConfigDirectory leaves the string as it is.
+  bool hasDirectory = true;
+  /// Called at the entry point, before anything else.
+  void (*onEntry)() = nullptr;
   bool hasBlocks = true;
   /// How much of the blocks that it gives out is in use already.
   std::int32_t used = 0;

@@ -22,6 +22,7 @@ using testing::Contains;
 using testing::Each;
 using testing::ElementsAre;
 using testing::ElementsAreArray;
+using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 using testing::StartsWith;
@@ -204,6 +205,23 @@ TEST_F(EngineTraces, AreNoneWithoutAnEngineAndTheServiceIsTheSame) {
   EXPECT_TRUE(installation_.storeHas("server_certs/server_0.cer"));
   installation_.uninit(handle);
   EXPECT_THAT(engine_.records(), IsEmpty());
+}
+
+TEST_F(EngineTraces, OfAnEngineThatCallsInitWhileItIsLoadedBeginAllTheSame) {
+  installEngine();
+  writeTags(kEveryTag);
+  writeCertificate();
+  static Installation* host;
+  static void* nested;
+  host = &installation_;
+  nested = this;
+  engine_.script.onEntry = [] { nested = host->init(); };
+  EXPECT_NE(installation_.init(), nullptr);
+  EXPECT_EQ(nested, nullptr) << "the Init within failed";
+  EXPECT_EQ(engine_.count("GetInterface(0) at 80004005"), 1u);
+  EXPECT_THAT(engine_.records(),
+              Contains(HasSubstr("LoadLibrary | returning status=ok, handle=1")));
+  EXPECT_NE(installation_.init(), nullptr);
 }
 
 TEST_F(EngineTraces, OfAnEngineThatThrowsAllTheTimeDoNoHarm) {

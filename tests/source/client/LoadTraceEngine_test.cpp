@@ -42,6 +42,16 @@ TEST_F(LoadTraceEngineTest, LooksAmongTheFrameworksFirstAndStopsThere) {
   EXPECT_THAT(loader.names(), ElementsAre(kFrameworksPlace));
 }
 
+TEST_F(LoadTraceEngineTest, TakesAWarningForSuccessAndStops) {
+  script.entryCode = 3;
+  loader.put(kFrameworksPlace, EngineFile(kGoodEngine));
+  loader.put(kBarePlace, EngineFile(kVisibleEngine));
+  LoadTraceEngine(engine, status);
+  EXPECT_EQ(status.code(), 3);
+  EXPECT_NE(engine.interface(), nullptr);
+  EXPECT_THAT(loader.names(), ElementsAre(kFrameworksPlace));
+}
+
 TEST_F(LoadTraceEngineTest, ThenLooksForTheBareName) {
   loader.put(kBarePlace, EngineFile(kGoodEngine));
   LoadTraceEngine(engine, status);

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "tests/doubles/MyTraceLoggerProbe.h"
+#include "tests/doubles/ObjectLayout.h"
 #include "tests/doubles/ReleaseAssertions.h"
 #include "tests/doubles/engine/EngineDouble.h"
 
@@ -90,6 +91,34 @@ TEST_F(MyTraceLoggerTest, IsLaidOutAsDocumented) {
   EXPECT_STREQ(layout.moduleName[0], "module");
   EXPECT_FALSE(layout.showTagNames);
   EXPECT_TRUE(layout.initialized);
+}
+
+struct ObservedLogger : MyTraceLogger {
+  explicit ObservedLogger(int* ends) : MyTraceLogger("module"), ends_(ends) {}
+  ~ObservedLogger() override { ++*ends_; }
+  virtual void firstOfItsOwn() {}
+
+ private:
+  int* ends_;
+};
+
+TEST_F(MyTraceLoggerTest, HasNoVirtualOperationsButItsDestructors) {
+  EXPECT_EQ(VirtualSlot(&ObservedLogger::firstOfItsOwn), 2u);
+  int ends = 0;
+  alignas(ObservedLogger) unsigned char place[sizeof(ObservedLogger)];
+  auto* const logger = new (place) ObservedLogger(&ends);
+  LoggerLayout layout;
+  std::memcpy(&layout, static_cast<const void*>(logger), sizeof(layout));
+  using Operation = void (*)(void* self);
+  reinterpret_cast<Operation>(
+      const_cast<void*>(*static_cast<const void* const*>(layout.operations)))(logger);
+  EXPECT_EQ(ends, 1);
+}
+
+TEST_F(MyTraceLoggerTest, TakesAWarningOfTheEngineForSuccess) {
+  script.entryCode = 3;
+  const MyTraceLogger logger("module");
+  EXPECT_TRUE(Probe::isInitialized(logger));
 }
 
 TEST_F(MyTraceLoggerTest, WithoutAnEngineStaysUninitialized) {

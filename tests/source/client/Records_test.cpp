@@ -105,7 +105,7 @@ TEST_F(RecordsTest, OfErrorsAreSentWithoutATagFile) {
   EXPECT_THAT(journal.records(), ElementsAre(head + "ERROR | module | f | message"));
 }
 
-TEST_F(RecordsTest, UnderTheNamelessTagHaveAnEmptyName) {
+TEST_F(RecordsTest, UnderTheNamelessTagAreNeverSent) {
   // Nothing can switch that tag on from a file, so it never speaks.
   installed.writeTags("Zero : 0 : yes\nOutput_File : 3 : x\n");
   MyTraceLogger logger("module");

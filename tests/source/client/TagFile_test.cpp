@@ -61,6 +61,15 @@ TEST_F(TagFileTest, DefinesATagALine) {
       ElementsAre("1 RefCount yes", "4 Initializer yes", "5 Certificate no", "6 CertCreator yes"));
 }
 
+TEST_F(TagFileTest, IsNotLookedForWhereTheEngineNamesNoDirectory) {
+  installed.directory().write("module.cfg", "Name : 5 : yes\n");
+  ASSERT_EQ(::chdir(installed.directory().path().c_str()), 0);
+  script.hasDirectory = false;
+  const MyTraceLogger logger("module");
+  EXPECT_TRUE(Probe::isInitialized(logger));
+  EXPECT_THAT(Tags(logger), IsEmpty());
+}
+
 TEST_F(TagFileTest, SwitchesOnByTheWholeWordYesAlone) {
   EXPECT_THAT(read("a : 1 : yes\nb : 2 : Yes\nc : 3 : YES\nd : 4 : on\ne : 5 : 1\nf : 6 : yes!\n"
                    "g : 7 : ye\nh : 8 : no\ni : 9\nj : 10 :\n"),

@@ -4,6 +4,9 @@
 
 #include <cstring>
 #include <string>
+#include <type_traits>
+
+#include "tests/doubles/ObjectLayout.h"
 
 namespace {
 
@@ -22,6 +25,15 @@ TagLayout LayoutOf(const TraceTag& tag) {
   TagLayout layout;
   std::memcpy(&layout, static_cast<const void*>(&tag), sizeof(layout));
   return layout;
+}
+
+struct DerivedTag : TraceTag {
+  virtual void firstOfItsOwn() {}
+};
+
+TEST(TraceTag, HasNoVirtualOperationsButItsDestructors) {
+  EXPECT_EQ(qv::tests::VirtualSlot(&DerivedTag::firstOfItsOwn), 2u);
+  EXPECT_TRUE(std::has_virtual_destructor_v<TraceTag>);
 }
 
 TEST(TraceTag, IsNamelessAndOffAtFirst) {

@@ -38,6 +38,7 @@ namespace qv::tests {
 namespace {
 
 using testing::ElementsAre;
+using testing::HasSubstr;
 using testing::IsEmpty;
 using traceengine::MyTraceLogger;
 using Probe = traceengine::MyTraceLoggerProbe;
@@ -178,6 +179,23 @@ TEST_F(FailingLogger, LosesARecordOrTheNameOfItsThreadWhateverAllocationFails) {
   EXPECT_GT(nameless, 0);
   // Those that the engine had no memory for.
   EXPECT_GT(lost, 0);
+}
+
+TEST_F(FailingLogger, TakesNoMoreMemoryForALongRecordThanForAShortOne) {
+  MyTraceLogger logger(name);
+  const std::string message(400, 'm');
+  const auto sizesOf = [&](const char* text) {
+    journal.clear();
+    FailingAllocator memory;
+    memory.IncludeNew();
+    logger.XTraceError("f", "%s", text);
+    memory.Relent();
+    return memory.sizes();
+  };
+  sizesOf(message.c_str());  // the engine's lists grow the first time
+  const auto sizes = sizesOf("m");
+  EXPECT_EQ(sizesOf(message.c_str()), sizes);
+  EXPECT_THAT(journal.records(), ElementsAre(HasSubstr(message)));
 }
 
 TEST_F(FailingLogger, OfADisabledTagTakesNoMemory) {
