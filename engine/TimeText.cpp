@@ -17,6 +17,11 @@ std::int64_t FloorDivide(std::int64_t value, std::int64_t divisor) noexcept {
   return value / divisor - (value % divisor < 0 ? 1 : 0);
 }
 
+std::int64_t FloorRemainder(std::int64_t value, std::int64_t divisor) noexcept {
+  const std::int64_t remainder = value % divisor;
+  return remainder < 0 ? remainder + divisor : remainder;
+}
+
 /// The date of a day counted from 1904-01-01. Years are taken to begin in March, which puts the day
 /// that some of them lack at their end.
 Date DateOf(std::int64_t daysSince1904) noexcept {
@@ -24,7 +29,7 @@ Date DateOf(std::int64_t daysSince1904) noexcept {
   constexpr std::int64_t kDaysPer400Years = 146097;
   const std::int64_t days = daysSince1904 + kDaysFromMarchOfYear0;
   const std::int64_t era = FloorDivide(days, kDaysPer400Years);
-  const auto dayOfEra = static_cast<unsigned>(days - era * kDaysPer400Years);
+  const auto dayOfEra = static_cast<unsigned>(FloorRemainder(days, kDaysPer400Years));
   // Every fourth year has a day more, but not every hundredth, but the four hundredth.
   const unsigned yearOfEra =
       (dayOfEra - dayOfEra / 1460 + dayOfEra / 36524 - dayOfEra / 146096) / 365;
@@ -75,7 +80,7 @@ char* WriteTimeText(const kit::AbsTime& time, char* out) noexcept {
     return out;
   }
   const std::int64_t day = FloorDivide(time.seconds(), kSecondsPerDay);
-  const auto second = static_cast<std::uint64_t>(time.seconds() - day * kSecondsPerDay);
+  const auto second = static_cast<std::uint64_t>(FloorRemainder(time.seconds(), kSecondsPerDay));
   const Date date = DateOf(day);
   out = WriteYear(date.year, out);
   out = WriteNumber(date.month, 2, out, '-');

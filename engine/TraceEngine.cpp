@@ -78,7 +78,7 @@ void TraceEngine::release() noexcept {
   if (session->finish(kPatience)) {
     delete session;
   } else {
-    // A thread that is stuck in the file still works on the session, which therefore stays.
+    // Its thread is stuck in the file and still works on it.
     session->abandon();
   }
 }

@@ -16,6 +16,10 @@ void TraceSession::noteDroppedRecord() noexcept {
   writer_.ensureRuns();
 }
 
+void TraceSession::abandon() noexcept {
+  writer_.abandon({this, [](void* session) { delete static_cast<TraceSession*>(session); }});
+}
+
 void TraceSession::becomeChild() noexcept {
   pool_.becomeChild();
   queue_.becomeChild();

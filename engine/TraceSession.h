@@ -26,8 +26,8 @@ class TraceSession {
 
   /// As Writer::finish().
   bool finish(std::chrono::milliseconds patience) noexcept { return writer_.finish(patience); }
-  /// As Writer::abandon().
-  void abandon() noexcept { writer_.abandon(); }
+  /// After finish() gave false: lets a session of the heap go when its thread ends.
+  void abandon() noexcept;
 
   /// In a new child process: what was queued is the parent's to write.
   void becomeChild() noexcept;

@@ -5,6 +5,7 @@
 #include <csignal>
 #include <cstdio>
 #include <new>
+#include <utility>
 
 #include "engine/RecordLine.h"
 #include "engine/TimeText.h"
@@ -57,6 +58,16 @@ bool Writer::finish(std::chrono::milliseconds patience) noexcept {
   return true;
 }
 
+void Writer::abandon(Owner owner) noexcept {
+  const std::lock_guard<std::mutex> guard(mutex_);
+  if (hasEnded_) {
+    pthread_join(thread_, nullptr);
+  } else {
+    pthread_detach(thread_);
+    owner_ = std::move(owner);
+  }
+}
+
 void Writer::becomeChild() noexcept {
   // The lock may have been held, and the condition waited for, in the parent.
   new (&mutex_) std::mutex;
@@ -67,6 +78,8 @@ void Writer::becomeChild() noexcept {
 
 void* Writer::Run(void* writer) noexcept {
   static_cast<Writer*>(writer)->writeUntilClosed();
+  // An abandoned writer goes here.
+  static_cast<Writer*>(writer)->end();
   return nullptr;
 }
 
@@ -78,9 +91,14 @@ void Writer::writeUntilClosed() noexcept {
     writeDropCount(batch.dropped + lines.takeDropped(), lines);
     isLast = batch.isClosed && batch.first == nullptr;
   }
+}
+
+/// Tells of the thread's end. Gives what it was abandoned with.
+Writer::Owner Writer::end() noexcept {
   const std::lock_guard<std::mutex> guard(mutex_);
   hasEnded_ = true;
   end_.notify_all();
+  return std::move(owner_);
 }
 
 void Writer::writeBlocks(PooledBlock* first, LineBatch& lines) noexcept {

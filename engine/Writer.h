@@ -5,6 +5,7 @@
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
+#include <memory>
 #include <mutex>
 #include <string>
 
@@ -19,6 +20,9 @@ namespace qv::traceengine {
 /// call.
 class Writer {
  public:
+  /// Owns something, and with it the writer.
+  using Owner = std::unique_ptr<void, void (*)(void*)>;
+
   /// queue and pool must outlive the writer.
   Writer(RecordQueue& queue, BlockPool& pool, std::string outputPath) noexcept
       : queue_(queue), pool_(pool), file_(std::move(outputPath)) {}
@@ -33,10 +37,11 @@ class Writer {
 
   /// Lets the thread write all that is in the queue, and the count of dropped records, and waits
   /// for its end. False when patience is over before that: then the thread is stuck in a file that
-  /// takes nothing, and the writer with all it refers to must stay as long as the process.
+  /// takes nothing, and still needs the writer and all that this refers to.
   bool finish(std::chrono::milliseconds patience) noexcept;
-  /// After finish() gave false: nobody will ask for the thread's end any more.
-  void abandon() noexcept { pthread_detach(thread_); }
+  /// After finish() gave false: hands the thread what the writer is part of. It goes when the
+  /// thread ends.
+  void abandon(Owner owner) noexcept;
 
   /// In a new child process, which has no such thread: it starts when it is needed.
   void becomeChild() noexcept;
@@ -44,6 +49,7 @@ class Writer {
  private:
   static void* Run(void* writer) noexcept;
   void writeUntilClosed() noexcept;
+  Owner end() noexcept;
   void writeBlocks(PooledBlock* first, LineBatch& lines) noexcept;
   void writeDropCount(std::uint64_t dropped, LineBatch& lines) noexcept;
 
@@ -54,6 +60,7 @@ class Writer {
   std::condition_variable end_;
   std::atomic<bool> runs_{false};
   bool hasEnded_ = false;
+  Owner owner_{nullptr, [](void*) {}};
   pthread_t thread_{};
 };
 
