@@ -16,8 +16,16 @@ constexpr std::chrono::milliseconds kPatience{2000};
 TraceEngine g_engine;
 static_assert(std::is_trivially_destructible_v<TraceEngine>);
 
+// The parent's side needs nothing: no lock is held over a fork, so that no handler of the host can
+// meet one that the fork itself holds.
 void TellOfChild() noexcept {
   g_engine.becomeChild();
+}
+
+/// Comes before any thread can hold a lock of the engine: a process that is forked off while one
+/// does always learns that it is one.
+[[gnu::constructor]] void AskToBeToldOfChildren() noexcept {
+  g_engine.prepare(pthread_atfork(nullptr, nullptr, &TellOfChild) == 0);
 }
 
 /// The host keeps its reference to the end of the process. This runs after all of its exit
@@ -39,10 +47,7 @@ bool TraceEngine::start() noexcept {
 
 bool TraceEngine::startLocked() noexcept {
   if (session_ != nullptr) return true;
-  // Only the child is told: nothing is locked over a fork, so no handler of the host can meet a
-  // lock that the fork itself holds.
-  if (!isToldOfForks_ && pthread_atfork(nullptr, nullptr, &TellOfChild) != 0) return false;
-  isToldOfForks_ = true;
+  if (!isToldOfForks_) return false;
   try {
     session_ = new TraceSession(EngineSettings::FromEnvironment());
   } catch (const std::bad_alloc&) {

@@ -23,8 +23,10 @@ class TraceEngine final : public ITraceEngine {
   TraceEngine& operator=(const TraceEngine&) = delete;
   ~TraceEngine() = default;
 
+  /// Once, at load: whether becomeChild() will be called where it must.
+  void prepare(bool isToldOfForks) noexcept { isToldOfForks_ = isToldOfForks; }
   /// Makes a session, with the settings that the environment holds now, unless there is one. False
-  /// when the memory for that is missing.
+  /// when the memory for that is missing, or was for prepare().
   bool start() noexcept;
   /// Waits until all that is queued has been written, but not longer than kPatience. The session
   /// stays.
