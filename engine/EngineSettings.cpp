@@ -14,7 +14,8 @@ const char* Variable(const char* name) noexcept {
   return value != nullptr ? value : "";
 }
 
-/// Sets directory to path, unless its bytes are no text in the encoding of the process.
+/// Sets directory to path. Bytes that are no text in the encoding of the process become "?"; where
+/// that encoding is not known, directory stays.
 void SetDirectory(kit::WString& directory, const char* path) {
   try {
     directory = kit::WString(path);

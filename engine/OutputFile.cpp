@@ -7,11 +7,14 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
 
 #include "kit/osdep/RepeatWhileInterrupted.h"
 
 namespace qv::traceengine {
 namespace {
+
+static_assert(OutputFile::kMostAtOnce <= PIPE_BUF, "pipes take no more in one piece");
 
 using kit::osdep::RepeatWhileInterrupted;
 
@@ -57,7 +60,7 @@ std::size_t WholeLines(const char* bytes, std::size_t size) noexcept {
 }  // namespace
 
 OutputFile::~OutputFile() {
-  if (!path_.empty() && isSameFile(descriptor_)) ::close(descriptor_);
+  if (!path_.empty() && isOurs(descriptor_)) ::close(descriptor_);
 }
 
 std::size_t OutputFile::append(const char* lines, std::size_t size) noexcept {
@@ -74,16 +77,22 @@ bool OutputFile::isReady() noexcept {
     descriptor_ = STDERR_FILENO;
     return true;
   }
-  if (!isSameFile(descriptor_)) descriptor_ = -1;
+  if (!isOurs(descriptor_)) descriptor_ = -1;
   if (descriptor_ == -1 || !pathLeadsToFile()) openFile();
   return descriptor_ != -1;
 }
 
-/// Whether the descriptor is one of the file that was opened.
+/// Whether the descriptor leads to the file that was opened.
 bool OutputFile::isSameFile(int descriptor) const noexcept {
   struct stat file {};
   return descriptor != -1 && ::fstat(descriptor, &file) == 0 && file.st_dev == device_ &&
          file.st_ino == node_;
+}
+
+/// Whether the descriptor is still the one that was opened here. The numbers of files are used
+/// again, too: what does not append is a file of the host's.
+bool OutputFile::isOurs(int descriptor) const noexcept {
+  return isSameFile(descriptor) && (::fcntl(descriptor, F_GETFL) & O_APPEND) != 0;
 }
 
 bool OutputFile::pathLeadsToFile() const noexcept {
@@ -96,7 +105,10 @@ void OutputFile::openFile() noexcept {
   const int descriptor = Open(path_.c_str());
   if (descriptor == -1) return;
   struct stat file {};
-  ::fstat(descriptor, &file);
+  if (::fstat(descriptor, &file) != 0) {
+    ::close(descriptor);
+    return;
+  }
   device_ = file.st_dev;
   node_ = file.st_ino;
   endsInHalfLine_ = false;

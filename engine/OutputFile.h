@@ -25,12 +25,14 @@ class OutputFile {
   /// Appends lines, up to kMostAtOnce bytes with a line end as the last, in one write. Returns how
   /// many bytes of them, whole lines always, are in the file afterwards: fewer than size when it
   /// cannot be opened or is full. Half a line that a full disk took is taken back, or, where others
-  /// have written behind it, ended before the next line.
+  /// have written behind it, ended before the next line. (Others that find room between the look at
+  /// the end of the file and its cutting lose their line.)
   ///
   /// Lines go to the file that has the path now: when it was renamed or removed, one is made in its
   /// place, readable by the owner only. While that fails, lines still go to the former file. A host
   /// that closes descriptors that are not its own, and perhaps has other files under their numbers
-  /// then, neither loses lines nor finds them there.
+  /// then, neither loses lines nor finds them there, unless it does so at that very moment. Of
+  /// standard error nothing is known but its number.
   std::size_t append(const char* lines, std::size_t size) noexcept;
 
   /// In a new child process: the file is shared with the parent, half a line is the parent's
@@ -40,6 +42,7 @@ class OutputFile {
  private:
   bool isReady() noexcept;
   bool isSameFile(int descriptor) const noexcept;
+  bool isOurs(int descriptor) const noexcept;
   bool pathLeadsToFile() const noexcept;
   void openFile() noexcept;
   std::size_t writeAll(const char* bytes, std::size_t size) const noexcept;

@@ -19,7 +19,7 @@ static_assert(std::is_trivially_destructible_v<TraceEngine>);
 // The parent's side needs nothing: no lock is held over a fork, so that no handler of the host can
 // meet one that the fork itself holds.
 void TellOfChild() noexcept {
-  g_engine.becomeChild();
+  g_engine.tellOfFork();
 }
 
 /// Comes before any thread can hold a lock of the engine: a process that is forked off while one
@@ -40,7 +40,12 @@ TraceEngine& TraceEngine::Instance() noexcept {
   return g_engine;
 }
 
+void TraceEngine::prepare(bool isToldOfForks) noexcept {
+  isToldOfForks_ = forkMark_.prepare() || isToldOfForks;
+}
+
 bool TraceEngine::start() noexcept {
+  becomeChildIfNew();
   const std::lock_guard<std::mutex> guard(mutex_);
   return startLocked();
 }
@@ -57,8 +62,17 @@ bool TraceEngine::startLocked() noexcept {
 }
 
 void TraceEngine::flush() noexcept {
+  becomeChildIfNew();
   const std::lock_guard<std::mutex> guard(mutex_);
   if (session_ != nullptr) session_.load()->finish(kPatience);
+}
+
+void TraceEngine::tellOfFork() noexcept {
+  if (forkMark_.isPrepared()) {
+    becomeChildIfNew();
+  } else {
+    becomeChild();
+  }
 }
 
 void TraceEngine::becomeChild() noexcept {
@@ -67,6 +81,7 @@ void TraceEngine::becomeChild() noexcept {
 }
 
 void TraceEngine::addRef() noexcept {
+  becomeChildIfNew();
   const std::lock_guard<std::mutex> guard(mutex_);
   ++references_;
   // The last reference may have gone since GetInterface gave the pointer to this caller.
@@ -74,6 +89,7 @@ void TraceEngine::addRef() noexcept {
 }
 
 void TraceEngine::release() noexcept {
+  becomeChildIfNew();
   TraceSession* session = nullptr;
   {
     const std::lock_guard<std::mutex> guard(mutex_);
@@ -89,10 +105,12 @@ void TraceEngine::release() noexcept {
 }
 
 void TraceEngine::sendBlock(LoggingBlock* block) noexcept {
+  becomeChildIfNew();
   if (TraceSession* session = session_) session->sendBlock(block);
 }
 
 LoggingBlock* TraceEngine::getFreeBlock() noexcept {
+  becomeChildIfNew();
   TraceSession* session = session_;
   return session != nullptr ? session->getFreeBlock() : nullptr;
 }
@@ -113,6 +131,7 @@ void TraceEngine::getConfigDirectory(kit::WString& directory) noexcept {
 }
 
 void TraceEngine::noteDroppedRecord() noexcept {
+  becomeChildIfNew();
   if (TraceSession* session = session_) session->noteDroppedRecord();
 }
 

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <mutex>
 
+#include "engine/ForkMark.h"
 #include "engine/TraceSession.h"
 #include "source/client/ITraceEngine.h"
 
@@ -23,8 +24,8 @@ class TraceEngine final : public ITraceEngine {
   TraceEngine& operator=(const TraceEngine&) = delete;
   ~TraceEngine() = default;
 
-  /// Once, at load: whether becomeChild() will be called where it must.
-  void prepare(bool isToldOfForks) noexcept { isToldOfForks_ = isToldOfForks; }
+  /// Once, at load: whether tellOfFork() will be called in every new child process.
+  void prepare(bool isToldOfForks) noexcept;
   /// Makes a session, with the settings that the environment holds now, unless there is one. False
   /// when the memory for that is missing, or was for prepare().
   bool start() noexcept;
@@ -32,7 +33,7 @@ class TraceEngine final : public ITraceEngine {
   /// stays.
   void flush() noexcept;
   /// In a new child process.
-  void becomeChild() noexcept;
+  void tellOfFork() noexcept;
 
   void addRef() noexcept override;
   /// The last reference given back ends the session: all that is queued is written first, unless
@@ -47,7 +48,13 @@ class TraceEngine final : public ITraceEngine {
 
  private:
   bool startLocked() noexcept;
+  void becomeChild() noexcept;
+  /// First in every operation that takes a lock.
+  void becomeChildIfNew() noexcept {
+    if (forkMark_.takeIsChild()) becomeChild();
+  }
 
+  ForkMark forkMark_;
   std::mutex mutex_;
   std::atomic<TraceSession*> session_{nullptr};
   std::int32_t references_ = 0;

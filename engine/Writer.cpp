@@ -48,14 +48,30 @@ void Writer::ensureRuns() noexcept {
 bool Writer::finish(std::chrono::milliseconds patience) noexcept {
   const kit::osdep::CancellationDeferral deferral;
   std::unique_lock<std::mutex> lock(mutex_);
-  if (!runs_) return true;
   queue_.close();
+  if (!runs_) writeHere(lock);
+  if (!runs_) {
+    queue_.open();
+    return true;
+  }
   if (!end_.wait_for(lock, patience, [this] { return hasEnded_; })) return false;
   if (!runs_) return true;
   pthread_join(thread_, nullptr);
   queue_.open();
   runs_ = false;
   return true;
+}
+
+/// Writes what was left for want of a thread. No thread starts meanwhile.
+void Writer::writeHere(std::unique_lock<std::mutex>& lock) noexcept {
+  runs_ = true;
+  hasEnded_ = false;
+  lock.unlock();
+  writeUntilClosed();
+  lock.lock();
+  runs_ = false;
+  hasEnded_ = true;
+  end_.notify_all();
 }
 
 void Writer::abandon(Owner owner) noexcept {

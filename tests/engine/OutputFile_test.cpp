@@ -132,6 +132,19 @@ TEST_F(OutputFileTest, WritesIntoNoFileThatTheHostOpenedUnderItsNumber) {
   ::close(descriptor);
 }
 
+// As a file system does that gives the number of a removed file to the next one.
+TEST_F(OutputFileTest, WritesIntoNoDescriptorOfTheHostThatDoesNotAppendEvenToTheSameFile) {
+  append("one\n");
+  const int descriptor = tests::DescriptorOf(path_);
+  const int hosts = ::open(path_.c_str(), O_WRONLY);
+  ASSERT_EQ(::dup2(hosts, descriptor), descriptor);
+  EXPECT_TRUE(append("two\n"));
+  EXPECT_EQ(contents(), "one\ntwo\n");
+  EXPECT_EQ(::fcntl(descriptor, F_GETFD), 0) << "the host's descriptor was closed";
+  ::close(hosts);
+  ::close(descriptor);
+}
+
 TEST_F(OutputFileTest, IsOpenedAgainAfterTheHostClosedIt) {
   append("one\n");
   ::close(tests::DescriptorOf(path_));

@@ -1,5 +1,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <pthread.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <cstdlib>
@@ -121,6 +125,38 @@ TEST_F(Fork, OfATracingHostAgainAndAgainNeverHangsOrRepeats) {
     EXPECT_EQ(counts.count("child " + std::to_string(i)), 1u);
 }
 
+LoadedEngine* g_handlersEngine = nullptr;
+
+// A host may trace in a handler that it had for its children before there was an engine: that one
+// is called before any handler of the engine's.
+TEST_F(Fork, LetsTheHostsOwnHandlerInTheChildTrace) {
+  constexpr int kChildren = 100;
+  ASSERT_EQ(pthread_atfork(nullptr, nullptr, [] { g_handlersEngine->sendSurely("handler"); }), 0);
+  LoadedEngine engine;
+  g_handlersEngine = &engine;
+  std::atomic<bool> isOver{false};
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 4; ++i) {
+    threads.emplace_back([&] {
+      while (!isOver)
+        engine.send("parent");
+    });
+  }
+  for (int i = 0; i < kChildren; ++i) {
+    EXPECT_TRUE(EndsWell(InChild([&] {
+      engine.sendSurely("child");
+      engine.release();
+    })));
+  }
+  isOver = true;
+  for (std::thread& thread : threads)
+    thread.join();
+  engine.release();
+  const auto counts = Counts(file_.records());
+  EXPECT_EQ(counts.at("handler"), kChildren);
+  EXPECT_EQ(counts.at("child"), kChildren);
+}
+
 // Clients come and go in other threads while the host forks.
 TEST_F(Fork, WhileOtherThreadsLoadAndReleaseTheEngineLeavesItUsable) {
   constexpr int kChildren = 40;
@@ -151,6 +187,29 @@ TEST_F(Fork, WhileOtherThreadsLoadAndReleaseTheEngineLeavesItUsable) {
     thread.join();
   const auto counts = Counts(file_.records());
   EXPECT_EQ(counts.at("child"), kChildren);
+}
+
+/// Takes from this process, for good, what it needs to start threads.
+void AllowNoThreads() {
+  const rlimit none{0, 0};
+  if (::setrlimit(RLIMIT_NPROC, &none) != 0) ::_exit(2);
+  // The limit is none for those who may pass over it.
+  constexpr unsigned kNobody = 65534;
+  if (::geteuid() == 0 && (::setgid(kNobody) != 0 || ::setuid(kNobody) != 0)) ::_exit(3);
+}
+
+TEST_F(Fork, IntoAChildThatMayStartNoThreadsLosesNothingAtItsEnd) {
+  ASSERT_EQ(::chmod(file_.directory().path().c_str(), 0777), 0);
+  ::setenv("QV_TRACE_BLOCKS", "10", 1);
+  EXPECT_TRUE(EndsWell(InChild([] {
+    AllowNoThreads();
+    LoadedEngine engine;
+    for (int i = 0; i < 15; ++i)
+      engine.send(std::to_string(i));
+    engine.release();
+  })));
+  EXPECT_THAT(file_.records(), SizeIs(10));
+  EXPECT_EQ(file_.dropped(), 5u);
 }
 
 TEST_F(Fork, IntoAChildThatTracesNothingAndExitsWritesNothingOfItsParent) {
