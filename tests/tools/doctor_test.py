@@ -513,6 +513,69 @@ class Openssl(Site):
         self.assertLess(len(report.facts("trial")["printed"]), 20000)
 
 
+    def install_openssl_that_says(self, *messages):
+        """An SSL library that writes to the descriptor on which children report."""
+        text = json.dumps("".join(message + "\n" for message in messages))
+        self.compile(self.lib / SSL, "#include <unistd.h>\nstatic const char t[] = " + text + ";\n"
+                     "__attribute__((constructor)) static void f(void)"
+                     "{ if (write(3, t, sizeof t - 1) < 0) _exit(9); }\n"
+                     "int SSL_library_init(void) { return 1; }\n"
+                     "void SSL_load_error_strings(void) {}\n")
+
+    def test_that_sends_odd_messages_does_not_end_the_examination(self):
+        keys = ("function", "file", "release_of", "record", "init", "uninit", "failure", "phase",
+                "opening", "libssl", "place", "trying", "engine", "directory", "error")
+        for value in ("5", "null", "[]", "{}", '"x"', '{"a": [1]}'):
+            self.install_openssl_that_says(*(f'{{"{key}": {value}}}' for key in keys
+                                             if key != "failure" or value != '"x"'))
+            facts = self.report(status=0).facts("trial")
+            self.assertEqual((facts["init"], facts["uninit"]), (True, True), value)
+
+    def test_that_sends_messages_of_endless_depth_does_not_end_the_examination(self):
+        depth = 30000
+        self.install_openssl_that_says('{"record": "x", "y": ' + "[" * depth + "]" * depth + "}",
+                                       '{"function": "f", "looked_up_in": "' + SSL + '", "y": ' +
+                                       "[" * depth + "]" * depth + "}")
+        self.assertTrue(self.report(status=1).facts("trial")["init"])
+
+    def test_that_names_another_file_for_a_function_does_not_end_the_examination(self):
+        self.install_openssl_that_says('{"function": "f", "looked_up_in": "g", "found_in": null}')
+        self.assertEqual(len(self.report(status=0).facts("openssl")["functions"]), 41)
+
+    def test_that_floods_the_reports_is_ended(self):
+        self.compile(self.lib / SSL, "#include <unistd.h>\n"
+                     "int SSL_library_init(void) { static char b[65536];"
+                     " for (;;) if (write(3, b, sizeof b) < 0) return 0; }\n"
+                     "void SSL_load_error_strings(void) {}\n")
+        begin = time.monotonic()
+        report = self.report("--time-limit", "100", status=1)
+        self.assertLess(time.monotonic() - begin, 50)
+        self.assertIn("reported too much and was ended in Init",
+                      report.everything("wrong", "trial"))
+
+    def test_that_floods_the_streams_without_end_is_ended_in_time(self):
+        self.compile(self.lib / SSL, "#include <unistd.h>\n"
+                     "int SSL_library_init(void) { static char b[65536];"
+                     " for (;;) if (write(1, b, sizeof b) < 0) return 0; }\n"
+                     "void SSL_load_error_strings(void) {}\n")
+        report = self.report("--time-limit", "1", status=1)
+        self.assertIn("was not done after 1 seconds", report.everything("wrong", "trial"))
+        self.assertLess(len(report.facts("trial")["printed"]), 20000)
+
+    def test_that_leaves_processes_behind_has_them_ended(self):
+        numbers = self.root / "numbers"
+        self.compile(self.lib / SSL, "#include <stdio.h>\n#include <unistd.h>\n"
+                     "int SSL_library_init(void) {"
+                     f' int p = fork(); if (p == 0) for (;;) pause();'
+                     f' FILE* f = fopen("{numbers}", "a"); fprintf(f, "%d\\n", p); fclose(f);'
+                     " return 1; }\nvoid SSL_load_error_strings(void) {}\n")
+        self.report(status=0)
+        for number in numbers.read_text().split():
+            status = pathlib.Path(f"/proc/{number}/stat")
+            # What is left of an ended process until somebody asks for it is a zombie.
+            self.assertTrue(not status.exists() or status.read_text().split(") ")[1][0] in "ZX")
+
+
 class Store(Site):
     def wrong(self):
         return self.look(1).everything("wrong", "store")

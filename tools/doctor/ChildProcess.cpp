@@ -3,9 +3,11 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cstring>
@@ -21,6 +23,10 @@ using Clock = std::chrono::steady_clock;
 constexpr int kReportDescriptor = 3;
 // Printed text beyond this is thrown away.
 constexpr std::size_t kMostOutput = 16384;
+// Far more than the records of an OpenSSL that asks for locks all the time.
+constexpr std::size_t kMostReports = 16U << 20U;
+// Taken from a pipe before the clock is looked at again; no pipe of other users holds more.
+constexpr std::size_t kMostAtOnce = 1U << 20U;
 constexpr int kPollMilliseconds = 50;
 
 /// A pipe whose ends no other program inherits.
@@ -46,15 +52,23 @@ class Pipe {
     ends_[1] = -1;
   }
 
-  /// Appends what has arrived to text; false when nothing more will.
-  bool readInto(std::string& text) const {
+  /// Appends what has arrived, and would not make text longer than most; the rest is thrown away.
+  /// isCut is set when there is such a rest. False when nothing more will arrive.
+  bool readInto(std::string& text, std::size_t most, bool& isCut) const {
     char buffer[4096];
-    for (;;) {
+    std::size_t taken = 0;
+    while (taken < kMostAtOnce) {
       const ssize_t count = ::read(ends_[0], buffer, sizeof buffer);
-      if (count > 0) text.append(buffer, static_cast<std::size_t>(count));
       if (count == 0) return false;
-      if (count < 0 && errno != EINTR) return errno == EAGAIN;
+      if (count < 0 && errno == EINTR) continue;
+      if (count < 0) return errno == EAGAIN;
+      const auto length = static_cast<std::size_t>(count);
+      const std::size_t kept = std::min(length, most - text.size());
+      text.append(buffer, kept);
+      isCut = isCut || kept < length;
+      taken += length;
     }
+    return true;
   }
 
  private:
@@ -63,6 +77,9 @@ class Pipe {
 
 // In the new process: only calls that are safe between fork and exec.
 [[noreturn]] void Become(char* const* arguments, int report, int output) {
+  // A group of its own, so that what it starts can be ended with it, and with the doctor.
+  ::setpgid(0, 0);
+  ::prctl(PR_SET_PDEATHSIG, SIGKILL);
   // Away from the numbers that are assigned next.
   const int farReport = ::fcntl(report, F_DUPFD, 10);
   const int farOutput = ::fcntl(output, F_DUPFD, 10);
@@ -90,15 +107,32 @@ pid_t Start(const std::vector<std::string>& job, const Pipe& report, const Pipe&
   const pid_t child = ::fork();
   if (child < 0) throw std::runtime_error(std::strerror(errno));
   if (child == 0) Become(arguments.data(), report.writing(), output.writing());
+  ::setpgid(child, child);  // whoever comes first: the group is needed at once
   return child;
 }
 
-bool HasEnded(pid_t child, int& status, int options) {
-  pid_t ended = 0;
-  do {
-    ended = ::waitpid(child, &status, options);
-  } while (ended < 0 && errno == EINTR);
-  return ended == child;
+/// Whether the child has ended. Its number stays taken until it is collected.
+bool HasEnded(pid_t child) {
+  siginfo_t information{};
+  ::waitid(P_PID, static_cast<id_t>(child), &information, WEXITED | WNOHANG | WNOWAIT);
+  return information.si_pid == child;
+}
+
+/// Ends the child and all that it started, and gives its status.
+int Collect(pid_t child) {
+  ::kill(-child, SIGKILL);
+  int status = 0;
+  while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
+  }
+  return status;
+}
+
+// No message of ours goes deeper; others could go down until the stack ends.
+constexpr int kDeepest = 2;
+
+bool IsShallow(int depth, nlohmann::ordered_json::parse_event_t /*event*/,
+               nlohmann::ordered_json& /*value*/) {
+  return depth <= kDeepest;
 }
 
 /// Splits what arrived into messages. A last line that was cut by the end of the child is none.
@@ -106,7 +140,7 @@ std::vector<nlohmann::ordered_json> Messages(const std::string& text) {
   std::vector<nlohmann::ordered_json> messages;
   std::size_t begin = 0;
   for (std::size_t end = 0; (end = text.find('\n', begin)) != std::string::npos; begin = end + 1) {
-    auto message = nlohmann::ordered_json::parse(text.substr(begin, end - begin), nullptr, false);
+    auto message = nlohmann::ordered_json::parse(text.substr(begin, end - begin), IsShallow, false);
     if (message.is_object()) messages.push_back(std::move(message));
   }
   return messages;
@@ -123,10 +157,27 @@ const nlohmann::ordered_json* ChildResult::find(const char* key) const {
   return found;
 }
 
+std::string ChildResult::text(const char* key) const {
+  const auto* value = find(key);
+  return value != nullptr && value->is_string() ? value->get<std::string>() : std::string();
+}
+
+bool ChildResult::isTrue(const char* key) const {
+  const auto* value = find(key);
+  return value != nullptr && value->is_boolean() && value->get<bool>();
+}
+
+std::string TextIn(const nlohmann::ordered_json& message, const char* key) {
+  const auto value = message.find(key);
+  return value != message.end() && value->is_string() ? value->get<std::string>() : std::string();
+}
+
 std::string ChildResult::endText() const {
   switch (end) {
     case End::TimedOut:
       return "was not done after " + std::to_string(timeLimit) + " seconds and was ended";
+    case End::Flooded:
+      return "reported too much and was ended";
     case End::Killed:
       return "was ended by signal " + std::to_string(code) + " (" + ::strsignal(code) + ")";
     case End::Exited:
@@ -146,26 +197,29 @@ ChildResult RunChild(const std::vector<std::string>& job, int timeLimit) {
   output.closeWriting();
 
   std::string messages;
-  int status = 0;
   bool ended = false;
+  bool isFlooded = false;
+  bool isOutputCut = false;
   pollfd waiting[] = {{report.reading(), POLLIN, 0}, {output.reading(), POLLIN, 0}};
   while (!ended) {
     ::poll(waiting, 2, kPollMilliseconds);
     // Asked before the pipes are emptied: whatever the child wrote is in them by then.
-    ended = HasEnded(child, status, WNOHANG);
+    ended = HasEnded(child);
     // A pipe that the child has closed is not waited for again.
-    if (!report.readInto(messages)) waiting[0].fd = -1;
-    if (!output.readInto(result.output)) waiting[1].fd = -1;
-    if (result.output.size() > kMostOutput) result.output.resize(kMostOutput);
-    if (!ended && Clock::now() >= deadline) {
-      ::kill(child, SIGKILL);
-      ended = HasEnded(child, status, 0);
+    if (!report.readInto(messages, kMostReports, isFlooded)) waiting[0].fd = -1;
+    if (!output.readInto(result.output, kMostOutput, isOutputCut)) waiting[1].fd = -1;
+    if (isFlooded) {
+      ended = true;
+      result.end = ChildResult::End::Flooded;
+    } else if (!ended && Clock::now() >= deadline) {
+      ended = true;
       result.end = ChildResult::End::TimedOut;
     }
   }
+  const int status = Collect(child);
 
   result.messages = Messages(messages);
-  if (result.end == ChildResult::End::TimedOut) return result;
+  if (result.end != ChildResult::End::Exited) return result;
   result.end = WIFSIGNALED(status) ? ChildResult::End::Killed : ChildResult::End::Exited;
   result.code = WIFSIGNALED(status) ? WTERMSIG(status) : WEXITSTATUS(status);
   return result;

@@ -12,10 +12,14 @@ inline constexpr char kDone[] = "done";
 
 /// What became of a child of this program.
 struct ChildResult {
-  enum class End { Exited, Killed, TimedOut };
+  enum class End { Exited, Killed, TimedOut, Flooded };
 
   /// The last message with this key, or null.
   const nlohmann::ordered_json* find(const char* key) const;
+  /// What the last message with this key holds there; empty, or false, when that is nothing or
+  /// something else. Code of others shares the child's process and may send what it likes.
+  std::string text(const char* key) const;
+  bool isTrue(const char* key) const;
   /// Whether the child did its job and then came to its end with status 0.
   bool endedWell() const { return end == End::Exited && code == 0 && find(kDone) != nullptr; }
   /// How it ended, for people: "was ended by signal 11 (Segmentation fault)".
@@ -32,9 +36,13 @@ struct ChildResult {
   std::string output;
 };
 
+/// The text that message holds under key; empty when that is nothing or something else.
+std::string TextIn(const nlohmann::ordered_json& message, const char* key);
+
 /// Runs this program again, to do one job where code of others may crash, hang or print without
-/// harm to the doctor, and waits for its end, timeLimit seconds at most; then it is killed. Throws
-/// std::runtime_error when the system gives no process.
+/// harm to the doctor, and waits for its end, timeLimit seconds at most; then it is killed, as it
+/// is when it reports more than the doctor can hold. Processes that it has started end with it.
+/// Throws std::runtime_error when the system gives no process.
 ChildResult RunChild(const std::vector<std::string>& job, int timeLimit);
 
 /// The option that asks for a job.

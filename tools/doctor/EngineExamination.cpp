@@ -13,21 +13,28 @@ constexpr char kReplace[] =
     "Put a trace engine there that is built for this library, or remove the file: the library "
     "runs without.";
 
+/// Whether message is what a child says of an engine.
+bool IsEngine(const ordered_json& message) {
+  const auto shows = message.find("shows_tag_names");
+  const auto directory = message.find("config_directory");
+  return shows != message.end() && shows->is_boolean() && directory != message.end() &&
+         directory->is_string();
+}
+
 void JudgePlaces(const ChildResult& child, Section& section) {
   ordered_json places = ordered_json::array();
   std::string missing;
   for (const ordered_json& message : child.messages) {
-    if (!message.contains("place")) continue;
+    const std::string place = TextIn(message, "place");
+    const std::string result = TextIn(message, "result");
+    if (place.empty() || result.empty()) continue;
     places.push_back(message);
-    const std::string place = Printable(message["place"]);
-    const std::string result = message["result"];
     if (result == "missing") {
-      missing += (missing.empty() ? "" : ", ") + place;
+      missing += (missing.empty() ? "" : ", ") + Printable(place);
     } else if (result == "engine") {
-      section.ok("The library takes the engine " + Quoted(message["place"]));
+      section.ok("The library takes the engine " + Quoted(place));
     } else {
-      section.wrong(Quoted(message["place"]) + " is no trace engine: " + Printable(result),
-                    kReplace);
+      section.wrong(Quoted(place) + " is no trace engine: " + Printable(result), kReplace);
     }
   }
   section.facts["places"] = places;
@@ -36,10 +43,10 @@ void JudgePlaces(const ChildResult& child, Section& section) {
 
 void JudgeEnd(const ChildResult& child, Section& section) {
   if (child.endedWell()) return;
-  const auto* trying = child.find("trying");
-  const std::string what = trying == nullptr
+  const std::string trying = child.text("trying");
+  const std::string what = trying.empty()
                                ? "A process that looks for it " + child.endText()
-                               : Quoted(*trying) + ": a process that loads it " + child.endText();
+                               : Quoted(trying) + ": a process that loads it " + child.endText();
   section.wrong(what, kReplace);
 }
 
@@ -49,13 +56,14 @@ EngineExamination::EngineExamination(const std::string& library, int timeLimit) 
   const ChildResult child = RunChild({kEngineJob, library}, timeLimit);
   JudgePlaces(child, section);
   JudgeEnd(child, section);
-  if (const auto* engine = child.find("engine")) {
+  const auto* engine = child.find("engine");
+  if (engine != nullptr && IsEngine(*engine)) {
     isFound = true;
-    configDirectory = (*engine)["config_directory"];
+    configDirectory = TextIn(*engine, "config_directory");
     section.facts["engine"] = *engine;
     section.ok("It has the tag files in " + Quoted(configDirectory) +
-               ((*engine)["shows_tag_names"].get<bool>() ? " and wants tag names in the records"
-                                                         : " and wants no tag names"));
+               (engine->at("shows_tag_names").get<bool>() ? " and wants tag names in the records"
+                                                          : " and wants no tag names"));
   }
   section.facts["found"] = isFound;
   if (!isFound) {

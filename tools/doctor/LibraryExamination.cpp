@@ -12,11 +12,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-bool Has(const ChildResult& child, const char* function) {
-  const auto* found = child.find(function);
-  return found != nullptr && found->get<bool>();
-}
-
 void ExamineFile(const FileFacts& file, Section& section) {
   if (file.isLink) section.ok(Quoted(file.path) + " is a link to " + Quoted(file.realPath));
   if ((file.mode & S_IWOTH) != 0) {
@@ -39,13 +34,13 @@ void ExamineFile(const FileFacts& file, Section& section) {
 
 void JudgeDirectory(const ChildResult& child, LibraryExamination& examination) {
   Section& section = examination.section;
-  const auto* directory = child.find("directory");
-  if (directory == nullptr || !directory->is_string()) {
+  const std::string directory = child.text("directory");
+  if (directory.empty()) {
     section.wrong("The library cannot tell its own directory in this locale",
                   "Run the host in a UTF-8 locale, or install the library under a name in ASCII.");
     return;
   }
-  examination.directory = *directory;
+  examination.directory = directory;
   section.facts["directory"] = examination.directory;
   section.ok("It looks for OpenSSL in " + Quoted(examination.directory));
 }
@@ -54,18 +49,18 @@ void JudgeLoading(const ChildResult& child, LibraryExamination& examination) {
   Section& section = examination.section;
   static constexpr char kReinstall[] =
       "Put the file of the installation package back; it must be built for this system.";
-  section.facts["loads"] = child.find("loaded") != nullptr;
-  if (const auto* error = child.find("error")) {
-    section.facts["error"] = *error;
-    section.wrong("It cannot be loaded: " + Printable(*error), kReinstall);
+  section.facts["loads"] = child.isTrue("loaded");
+  if (const std::string error = child.text("error"); !error.empty()) {
+    section.facts["error"] = error;
+    section.wrong("It cannot be loaded: " + Printable(error), kReinstall);
     return;
   }
-  if (child.find("loaded") == nullptr || !child.endedWell()) {
+  if (!child.isTrue("loaded") || !child.endedWell()) {
     section.wrong("A process that loads it " + child.endText(), kReinstall);
     return;
   }
   for (const char* function : {"QVSSLINIT_Init", "QVSSLINIT_Uninit"}) {
-    if (Has(child, function)) continue;
+    if (child.isTrue(function)) continue;
     section.wrong(std::string("It has no function ") + function,
                   "This is another library: say with --library where the right one is.");
     return;

@@ -40,19 +40,21 @@ struct OpenedFile {
   }
 };
 
-std::string FileIn(const ordered_json& value) {
-  return value.is_string() ? RealPath(value) : std::string();
+/// The real path of the file that message names under key; empty for none.
+std::string FileIn(const ordered_json& message, const char* key) {
+  const std::string file = TextIn(message, key);
+  return file.empty() ? file : RealPath(file);
 }
 
 void ReadMessages(const ChildResult& child, OpenedFile& file) {
   for (const ordered_json& message : child.messages) {
-    if (message.value("file", "") == file.name) {
+    if (TextIn(message, "file") == file.name) {
       file.isOpen = message.contains("opened");
-      if (message.contains("error")) file.error = message["error"];
+      file.error = TextIn(message, "error");
     }
-    if (message.value("release_of", "") == file.name) {
-      file.release = message["text"];
-      file.libcrypto = FileIn(message["libcrypto"]);
+    if (TextIn(message, "release_of") == file.name) {
+      file.release = TextIn(message, "text");
+      file.libcrypto = FileIn(message, "libcrypto");
     }
   }
 }
@@ -129,13 +131,14 @@ class Functions {
  public:
   Functions(const ChildResult& child, std::string directory) : directory_(std::move(directory)) {
     for (const ordered_json& message : child.messages) {
-      if (!message.contains("function")) continue;
+      const std::string name = TextIn(message, "function");
+      const std::string library = TextIn(message, "looked_up_in");
+      if (name.empty() || (library != kCryptoFile && library != kSslFile)) continue;
       facts_.push_back(message);
-      const std::string name = message["function"];
-      const std::string file = FileIn(message["found_in"]);
+      const std::string file = FileIn(message, "found_in");
       lines_.push_back(name + ": " + (file.empty() ? "missing" : Printable(file)));
       if (file.empty()) {
-        missing_[message["looked_up_in"]].push_back(name);
+        missing_[library].push_back(name);
       } else {
         ++found_[file];
       }
@@ -185,10 +188,10 @@ class Functions {
 
 void JudgeEnd(const ChildResult& child, Section& section) {
   if (child.endedWell()) return;
-  const auto* opening = child.find("opening");
-  const bool whileOpening = opening != nullptr && opening->is_string();
+  const std::string opening = child.text("opening");
+  const bool whileOpening = !opening.empty();
   section.wrong("A process that opens them " + child.endText() +
-                    (whileOpening ? ", in " + Quoted(*opening) : std::string()),
+                    (whileOpening ? ", in " + Quoted(opening) : std::string()),
                 whileOpening ? kPutThere : "See which function is the last one with --verbose.");
 }
 
@@ -202,7 +205,9 @@ Section ExamineOpenssl(const std::string& directory, int timeLimit) {
   ReadMessages(child, crypto);
   ReadMessages(child, ssl);
   crypto.leadsTo = crypto.libcrypto;
-  if (const auto* libssl = child.find("libssl")) ssl.leadsTo = FileIn(*libssl);
+  if (const std::string libssl = child.text("libssl"); !libssl.empty()) {
+    ssl.leadsTo = RealPath(libssl);
+  }
 
   JudgeFile(crypto, section);
   JudgeFile(ssl, section);

@@ -53,11 +53,6 @@ class TagDirectory {
   std::string error_;
 };
 
-bool IsTrue(const ChildResult& child, const char* key) {
-  const auto* value = child.find(key);
-  return value != nullptr && value->get<bool>();
-}
-
 /// Whether OpenSSL asking for a lock caused the record: a library of the 1.0 series does so by the
 /// thousand.
 bool IsOfLockCallback(const std::string& record) {
@@ -74,10 +69,10 @@ void ShowTrace(const ChildResult& child, Section& section) {
   std::size_t locks = 0;
   std::size_t errors = 0;
   for (const ordered_json& message : child.messages) {
-    if (!message.contains("record")) continue;
+    const std::string record = TextIn(message, "record");
+    if (record.empty()) continue;
     trace.push_back(message);
-    const std::string record = message["record"];
-    const std::string line = message["time"].get<std::string>() + " " + Printable(record);
+    const std::string line = Printable(TextIn(message, "time") + " " + record);
     all.lines.push_back(line);
     if (IsOfLockCallback(record)) {
       ++locks;
@@ -119,10 +114,12 @@ void JudgeEngine(const ChildResult& child, Section& section) {
 
 void JudgeInit(const ChildResult& child, Section& section) {
   const auto* init = child.find("init");
+  if (init != nullptr && !init->is_boolean()) init = nullptr;
   section.facts["init"] = init == nullptr ? ordered_json() : *init;
-  section.facts["uninit"] = IsTrue(child, "uninit");
-  if (const auto* failure = child.find("failure")) {
-    section.wrong("The trial was broken off: " + Printable(*failure),
+  section.facts["uninit"] = child.isTrue("uninit");
+  const std::string failure = child.text("failure");
+  if (!failure.empty()) {
+    section.wrong("The trial was broken off: " + Printable(failure),
                   "See what was found about the library.");
   }
   if (init != nullptr && !init->get<bool>()) {
@@ -131,11 +128,11 @@ void JudgeInit(const ChildResult& child, Section& section) {
   } else if (init != nullptr) {
     section.ok("Init gave a handle: OpenSSL is ready");
   }
-  if (IsTrue(child, "uninit") && IsTrue(child, "init")) section.ok("Uninit took the handle back");
-  if (child.endedWell() || child.find("failure") != nullptr) return;
-  const auto* phase = child.find("phase");
+  if (child.isTrue("uninit") && child.isTrue("init")) section.ok("Uninit took the handle back");
+  if (child.endedWell() || !failure.empty()) return;
+  const std::string phase = child.text("phase");
   section.wrong("The process " + child.endText() + " in " +
-                    (phase == nullptr ? std::string("its beginning") : phase->get<std::string>()),
+                    (phase.empty() ? "its beginning" : Printable(phase)),
                 "See what was found about OpenSSL: a server would end in the same way.");
 }
 
@@ -163,7 +160,7 @@ void JudgeStore(const Section& before, const Section& after, const ChildResult& 
   section.facts["made"] = made;
   const std::string certificate =
       after.facts["path"].get<std::string>() + "/server_certs/server_0.cer";
-  if (IsTrue(child, "init") && !FileFacts(certificate).isThere()) {
+  if (child.isTrue("init") && !FileFacts(certificate).isThere()) {
     section.wrong("Init leaves this user no default certificate to use at " + Quoted(certificate),
                   "See what was found about the store, and the trace.");
   }
