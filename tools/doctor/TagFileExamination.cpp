@@ -1,5 +1,7 @@
 #include "tools/doctor/TagFileExamination.h"
 
+#include <unistd.h>
+
 #include <cstring>
 #include <map>
 #include <sstream>
@@ -71,6 +73,13 @@ void JudgeTable(const std::map<int, Tag>& table, Section& section) {
   }
 }
 
+/// Whether the file can be taken for one that was written to hold tags. Whoever may put a link
+/// there must not have other files shown to him by a doctor with more rights.
+bool MayQuote(const FileFacts& file, const std::string& text) {
+  const bool isOwn = file.uid == 0 || file.uid == ::geteuid();
+  return !file.isLink && isOwn && text.find("-----BEGIN") == std::string::npos;
+}
+
 }  // namespace
 
 Section ExamineTagFile(const std::string& directory, int timeLimit) {
@@ -103,8 +112,18 @@ Section ExamineTagFile(const std::string& directory, int timeLimit) {
     section.wrong("A process that reads it " + child.endText(), "Write the file anew.");
     return section;
   }
-  JudgeTable(ReadTable(child.output), section);
-  JudgeTagLines(contents.text, section);
+  const bool mayQuote = MayQuote(file, contents.text);
+  std::map<int, Tag> table = ReadTable(child.output);
+  if (!mayQuote) {
+    for (auto& entry : table)
+      entry.second.name.clear();
+    section.note(
+        "Nothing of its text is shown: it is a link, belongs to another user, or holds a "
+        "key or a certificate",
+        "Put a file of the server's user there.");
+  }
+  JudgeTable(table, section);
+  JudgeTagLines(contents.text, mayQuote, section);
   return section;
 }
 

@@ -17,6 +17,8 @@ using traceengine::TagLine;
 // The library reads longer lines in pieces of this length.
 constexpr std::size_t kPiece = 1022;
 constexpr int kLastId = 255;
+// Of what may be a name or a value; also what is no tag file has no long secrets shown.
+constexpr std::size_t kMostShown = 40;
 constexpr char kOn[] = "yes";
 
 std::string Lower(std::string text) {
@@ -33,7 +35,7 @@ bool Means(const std::string& value, const std::set<std::string>& words) {
 /// Goes through the lines with what the lines before have defined.
 class Judge {
  public:
-  explicit Judge(Section& section) : section_(section) {}
+  Judge(bool mayQuote, Section& section) : section_(section), mayQuote_(mayQuote) {}
 
   void line(const std::string& text) {
     ++number_;
@@ -55,7 +57,7 @@ class Judge {
     } else if (parts.fields == 3 && std::string(parts.name) == "Output_File") {
       outputFile();
     } else if (parts.id < 0 || parts.id > kLastId) {
-      ignore(text);
+      ignore("no number from 0 to 255");
       wrong("has the number " + std::to_string(parts.id) + ", which is not from 0 to 255: ignored",
             "The library's tags are 1, 4, 5 and 6.");
     } else {
@@ -66,14 +68,14 @@ class Judge {
   void noDefinition(const std::string& text, const TagLine& parts) {
     const std::size_t first = text.find_first_not_of(" \t\r\n\v\f");
     if (first == std::string::npos) return;
-    ignore(text);
     const bool isComment = text[first] == '#' || text[first] == ';' || text[first] == '/';
+    ignore(isComment ? "a comment" : "no definition");
     if (isComment || text.find(':') == std::string::npos) return;
     if (std::string(parts.name).find(':') != std::string::npos) {
-      wrong("defines nothing: " + Quoted(text) + " has no blank before its first colon",
+      wrong("defines nothing: " + beginning(text) + " has no blank before its first colon",
             "Write it as 'Name : 1 : yes'.");
     } else {
-      wrong("defines nothing: " + Quoted(text) + " has no number behind its first colon",
+      wrong("defines nothing: " + beginning(text) + " has no number behind its first colon",
             "Write it as 'Name : 1 : yes'.");
     }
   }
@@ -95,21 +97,22 @@ class Judge {
 
   void definition(const std::string& text, const TagLine& parts) {
     if (parts.name[0] == '#') {
-      wrong("is no comment: it defines the tag " + Quoted(parts.name),
+      wrong("is no comment: it defines the tag " + shown(parts.name, "of that name"),
             "Put a blank behind the '#', or remove the line.");
     }
     const std::string value = parts.value;
     if (parts.fields == 2) {
       // The value, if there is one, never got read.
       if (Lower(text).find(kOn) != std::string::npos) {
-        wrong("leaves its tag off: " + Quoted(text) + " has no colon between number and value",
+        wrong("leaves its tag off: " + beginning(text) + " has no colon between number and value",
               "Write it as 'Name : 1 : yes'.");
       }
     } else if (value != kOn && Means(value, {"yes", "on", "true", "1", "y", "enabled"})) {
-      wrong("leaves its tag off: " + Quoted(value) + " is not 'yes', the only value that means on",
+      wrong("leaves its tag off: " + shown(value, "its value") +
+                " is not 'yes', the only value that means on",
             "Write 'yes'.");
     } else if (value != kOn && !Means(value, {"no", "off", "false", "0", "n", "disabled"})) {
-      note("has the value " + Quoted(value) + ", which means off like all but 'yes'");
+      note("has the value " + shown(value, "of its own") + ", which means off like all but 'yes'");
     }
     const auto [earlier, isNew] = definedBy_.try_emplace(parts.id, number_);
     if (!isNew) {
@@ -119,7 +122,17 @@ class Judge {
     }
   }
 
-  void ignore(const std::string& text) { ignored_.push_back({{"line", number_}, {"text", text}}); }
+  void ignore(const char* reason) { ignored_.push_back({{"line", number_}, {"reason", reason}}); }
+  /// text, cut where it is long; instead where it is not to be shown.
+  std::string shown(const std::string& text, const char* instead) const {
+    if (!mayQuote_) return instead;
+    return text.size() <= kMostShown ? Quoted(text) : Quoted(text.substr(0, kMostShown)) + "...";
+  }
+  /// The part of a line that can be a name. What stands behind may be anything.
+  std::string beginning(const std::string& text) const {
+    const std::string name = text.substr(0, text.find(':'));
+    return shown(name.substr(0, name.find_last_not_of(" \t\r") + 1), "it");
+  }
   std::string inLine(const std::string& text) const {
     return "Line " + std::to_string(number_) + " " + text;
   }
@@ -131,6 +144,7 @@ class Judge {
   }
 
   Section& section_;
+  bool mayQuote_;
   int number_ = 0;
   /// The line that defined each tag last.
   std::map<int, int> definedBy_;
@@ -139,8 +153,8 @@ class Judge {
 
 }  // namespace
 
-void JudgeTagLines(const std::string& text, Section& section) {
-  Judge judge(section);
+void JudgeTagLines(const std::string& text, bool mayQuote, Section& section) {
+  Judge judge(mayQuote, section);
   std::istringstream lines(text);
   std::string line;
   while (std::getline(lines, line))
