@@ -23,6 +23,8 @@ SITE_ENGINE = pathlib.Path(sys.argv.pop(1)).resolve()
 COMPILER = sys.argv.pop(1)
 SOURCES = pathlib.Path(sys.argv.pop(1)).resolve()
 
+# A user without privileges, whatever his name is.
+NOBODY = 65534
 CRYPTO = "libeay32.dylib"
 SSL = "libssleay32.dylib"
 FUNCTIONS = re.findall(r"^QV_OPENSSL_FUNCTION\((\w+), (\w+)",
@@ -86,9 +88,19 @@ class Site(unittest.TestCase):
                             "TMPDIR": str(self.temporary), "QVPUBAPPDATADIR": str(self.data),
                             "QVTEST_TAG_DIRECTORY": str(self.tags)}
 
+        self.user = {}
+
+    def become_unprivileged(self):
+        """From here on the doctor runs as somebody who owns the site and has no privileges."""
+        if os.geteuid() == 0:
+            for path in (self.root, *self.root.rglob("*")):
+                os.chown(path, NOBODY, NOBODY, follow_symlinks=False)
+            self.user = {"user": NOBODY, "group": NOBODY, "extra_groups": []}
+
     def call(self, *arguments):
         return subprocess.run([self.doctor, *arguments], env=self.environment, timeout=100,
-                              cwd=self.current, capture_output=True, text=True, check=False)
+                              cwd=self.current, capture_output=True, text=True, check=False,
+                              **self.user)
 
     def page(self, *arguments):
         done = self.call(*arguments)
@@ -795,6 +807,71 @@ class Store(Site):
         for text in (self.page("--verbose"), self.call("--json").stdout):
             for line in secret:
                 self.assertNotIn(line, text)
+
+
+class Hidden(Site):
+    """What this user may not see is not called missing."""
+
+    def hide(self, directory):
+        self.become_unprivileged()
+        directory.chmod(0o600)
+        self.addCleanup(directory.chmod, 0o700)
+
+    def expect(self, section, path):
+        report = self.look(1)
+        self.assertIn(f"{path}' is out of sight (Permission denied)",
+                      report.everything("wrong", section))
+        self.assertNotIn("missing", report.everything("wrong", section))
+        return report
+
+    def test_library(self):
+        self.hide(self.lib)
+        self.assertEqual(self.expect("library", self.library).facts("library")["hidden"],
+                         "Permission denied")
+
+    def test_openssl_file_behind_a_link(self):
+        behind = self.root / "behind"
+        behind.mkdir()
+        (self.lib / CRYPTO).rename(behind / CRYPTO)
+        (self.lib / CRYPTO).symlink_to(behind / CRYPTO)
+        self.hide(behind)
+        self.expect("openssl", CRYPTO)
+
+    def test_store(self):
+        self.make_store()
+        self.hide(self.data)
+        self.expect("store", self.store)
+
+    def test_directories_of_the_store(self):
+        self.make_store()
+        self.hide(self.store)
+        self.expect("store", self.pairs)
+
+    def test_key_and_certificate(self):
+        self.make_store()
+        self.hide(self.pairs)
+        self.expect("store", "server_certs/server_0.key")
+
+    def test_tag_file(self):
+        self.install_engine()
+        (self.tags / "qvsslinit.cfg").write_text(DEFAULT_TAGS)
+        self.hide(self.tags)
+        self.expect("tags", self.tags / "qvsslinit.cfg")
+
+    def test_assertions(self):
+        behind = self.root / "behind"
+        behind.mkdir()
+        (self.current / "vantis.ini").symlink_to(behind / "vantis.ini")
+        self.hide(behind)
+        self.expect("assertions", self.current / "vantis.ini")
+
+    def test_engine(self):
+        behind = self.root / "behind"
+        behind.mkdir()
+        (self.lib / "libqv_traceengine.dylib").symlink_to(behind / "engine")
+        self.hide(behind)
+        self.assertIn("is no trace engine: out of sight (Permission denied)",
+                      self.look(1).everything("wrong", "engine"))
 
 
 class Environment(Site):

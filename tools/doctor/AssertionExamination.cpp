@@ -46,7 +46,9 @@ Section ExamineAssertions() {
   const FileFacts file(path);
   section.facts = file.json();
   section.facts["on"] = false;
-  if (!file.isThere() && !file.isLink) {
+  if (file.isHidden()) {
+    section.wrong(Quoted(path) + " is " + file.kindText(), kShowIt);
+  } else if (file.isMissing()) {
     section.ok("Release assertions are off: there is no " + Quoted(path));
   } else if (!file.isRegular()) {
     section.wrong("Release assertions are off: " + Quoted(path) + " is " + file.kindText(),

@@ -85,8 +85,9 @@ void AskEngine(ITraceEngine& engine) {
 
 /// Tries the engine in one place. True when the search ends here, as the library's would.
 bool TryPlace(const char* name, const std::string& file, bool isLast) {
-  if (!FileFacts(file).isThere()) {
-    Report({{"place", file}, {"result", "missing"}});
+  const FileFacts facts(file);
+  if (!facts.isThere()) {
+    Report({{"place", file}, {"result", facts.isHidden() ? facts.kindText() : "missing"}});
     return false;
   }
   StatusChain status;

@@ -8,6 +8,7 @@
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 
 namespace qv::doctor {
@@ -57,6 +58,7 @@ std::string FileFacts::modeText() const {
 }
 
 std::string FileFacts::kindText() const {
+  if (isHidden()) return std::string("out of sight (") + std::strerror(error) + ")";
   if (!isThere()) return isLink ? "a link that leads nowhere" : "missing";
   switch (mode & static_cast<mode_t>(S_IFMT)) {
     case S_IFREG:
@@ -78,6 +80,7 @@ std::string FileFacts::accessText() const {
 
 nlohmann::ordered_json FileFacts::json() const {
   nlohmann::ordered_json facts{{"path", path}, {"exists", isThere()}};
+  if (isHidden()) facts["hidden"] = std::strerror(error);
   if (isLink) facts["link_target"] = linkTarget;
   if (!isThere()) return facts;
   facts["kind"] = kindText();

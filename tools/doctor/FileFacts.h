@@ -2,6 +2,7 @@
 
 #include <sys/stat.h>
 
+#include <cerrno>
 #include <nlohmann/json.hpp>
 #include <string>
 
@@ -9,17 +10,23 @@ namespace qv::doctor {
 
 /// What the file system says of a name.
 struct FileFacts {
-  /// Looks at path without opening it. Never fails: what cannot be told shows as not being there.
+  /// Looks at path without opening it. Never fails.
   explicit FileFacts(const std::string& path);
 
   bool isThere() const { return error == 0; }
+  /// Whether the name is free.
+  bool isMissing() const { return !isThere() && !isHidden() && !isLink; }
+  /// Whether this user cannot tell if it is there. A link that leads nowhere can be told.
+  bool isHidden() const {
+    return !isThere() && error != ENOENT && error != ENOTDIR && error != ELOOP;
+  }
   bool isRegular() const { return isThere() && S_ISREG(mode); }
   bool isDirectory() const { return isThere() && S_ISDIR(mode); }
   /// The permission bits.
   mode_t permissions() const { return mode & 07777U; }
   /// The permission bits as chmod takes them: "0644".
   std::string modeText() const;
-  /// "a directory", "a regular file", "a socket"...
+  /// "a directory", "a regular file", "a socket", "missing", "out of sight (Permission denied)"...
   std::string kindText() const;
   /// Mode and owner: "mode 0600, owner www-data:www-data".
   std::string accessText() const;
@@ -42,6 +49,11 @@ struct FileFacts {
   std::string group;
   off_t size = 0;
 };
+
+/// What helps where this user may not see a file.
+inline constexpr char kShowIt[] =
+    "Run this as the user that the server runs as; if it was that one, let it pass through the "
+    "directories above.";
 
 /// The real path of path; path itself when there is none.
 std::string RealPath(const std::string& path);

@@ -86,6 +86,10 @@ LibraryExamination::LibraryExamination(const std::string& library, int timeLimit
     : directory(Directory(library) + "/") {
   const FileFacts file(library);
   section.facts = file.json();
+  if (file.isHidden()) {
+    section.wrong(Quoted(library) + " is " + file.kindText(), kShowIt);
+    return;
+  }
   if (!file.isThere()) {
     section.wrong("There is no library at " + Quoted(library),
                   "Install it there, or say with --library where it is.");

@@ -62,7 +62,8 @@ void ReadMessages(const ChildResult& child, OpenedFile& file) {
 void JudgeFile(const OpenedFile& file, Section& section) {
   const std::string path = Quoted(file.name);
   if (!file.facts.isThere()) {
-    section.wrong(path + " is " + file.facts.kindText() + ": Init gives null", kPutThere);
+    section.wrong(path + " is " + file.facts.kindText() + ": Init gives null",
+                  file.facts.isHidden() ? kShowIt : kPutThere);
     return;
   }
   if (file.facts.isLink) {

@@ -34,6 +34,11 @@ PairExamination::PairExamination(const std::string& stem, Section& section)
       certificate_(stem + ".cer") {}
 
 void PairExamination::run(nlohmann::ordered_json& files) {
+  if (certificate_.isHidden() || key_.isHidden()) {
+    const FileFacts& hidden = key_.isHidden() ? key_ : certificate_;
+    section_.wrong(Short(hidden) + " is " + hidden.kindText(), kShowIt);
+    return;
+  }
   judgeMissing();
   if (certificate_.isThere() || certificate_.isLink) {
     nlohmann::ordered_json facts = certificate_.json();

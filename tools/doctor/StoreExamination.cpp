@@ -1,7 +1,5 @@
 #include "tools/doctor/StoreExamination.h"
 
-#include <cerrno>
-#include <cstring>
 #include <filesystem>
 #include <set>
 
@@ -34,6 +32,10 @@ bool List(const std::string& directory, Section& section, std::set<std::string>&
 /// A directory of the store. False when it is none.
 bool JudgeDirectory(const FileFacts& directory, Section& section) {
   const std::string path = Quoted(directory.path);
+  if (directory.isHidden()) {
+    section.wrong(path + " is " + directory.kindText(), kShowIt);
+    return false;
+  }
   if (!directory.isDirectory()) {
     section.wrong(path + " is " + directory.kindText() + " where a directory should be",
                   "Move it away; the first Init of the next process makes the directory.");
@@ -100,7 +102,7 @@ void ExamineContents(const std::string& store, Section& section) {
     const FileFacts directory(store + "/" + name);
     directories.push_back(directory.json());
     names.erase(name);
-    if (!directory.isThere() && !directory.isLink) {
+    if (directory.isMissing()) {
       section.note(Quoted(directory.path) + " is missing: the first Init makes it");
     } else if (JudgeDirectory(directory, section)) {
       (directory.path == store + "/" + kPairs ? ExaminePairs : ExamineOthers)(directory.path,
@@ -131,10 +133,7 @@ Section ExamineStore() {
   const std::string path = LocateStore(section);
   const FileFacts store(path);
   section.facts["exists"] = store.isThere();
-  if (!store.isThere() && store.error != ENOENT && store.error != ENOTDIR) {
-    section.wrong(Quoted(path) + " cannot be looked at: " + std::strerror(store.error),
-                  "Run this as the user that the server runs as.");
-  } else if (!store.isThere() && !store.isLink) {
+  if (store.isMissing()) {
     JudgeMissingStore(path, section);
   } else if (JudgeDirectory(store, section)) {
     ExamineContents(path, section);

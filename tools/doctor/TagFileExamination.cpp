@@ -88,7 +88,11 @@ Section ExamineTagFile(const std::string& directory, int timeLimit) {
       kit::osdep::path::Join(kit::String(directory.c_str()), "qvsslinit.cfg").c_str();
   const FileFacts file(path);
   section.facts = file.json();
-  if (!file.isThere() && !file.isLink) {
+  if (file.isHidden()) {
+    section.wrong(Quoted(path) + " is " + file.kindText(), kShowIt);
+    return section;
+  }
+  if (file.isMissing()) {
     section.note(Quoted(path) + " is not there: every tag is off, and errors alone are traced",
                  "To see more, write it, a line for each tag: Initializer : 4 : yes");
     return section;
