@@ -756,6 +756,67 @@ class Store(Site):
         self.certificate.unlink()
         self.assertIn("is overwritten", self.look(0).everything("note", "store"))
 
+    def test_key_or_certificate_may_be_written_by_everybody(self):
+        for path in (self.key, self.certificate):
+            self.install_certificate()
+            path.chmod(0o602)
+            self.assertIn(f"Everybody may write to 'server_certs/{path.name}': mode 0602",
+                          self.wrong())
+            path.chmod(0o600)
+
+    def test_key_or_certificate_may_be_written_by_a_group_is_worth_a_note(self):
+        for path in (self.key, self.certificate, self.pairs):
+            self.install_certificate()
+            path.chmod(0o720)
+            self.assertRegex(self.look(0).everything("note", "store"),
+                             f"The group .* may write to '.*{path.name}'")
+            path.chmod(0o700)
+
+    @unittest.skipIf(os.geteuid() != 0, "only root can give files away")
+    def test_files_of_a_stranger_are_wrong(self):
+        for path in (self.key, self.certificate, self.pairs):
+            self.install_certificate()
+            os.chown(path, NOBODY, NOBODY)
+            self.assertRegex(self.wrong(), f"{path.name}' belongs to .*neither the store's owner")
+            os.chown(path, 0, 0)
+
+    def test_files_of_the_owner_of_the_store_are_in_order(self):
+        self.install_certificate()
+        self.become_unprivileged()
+        self.user = {}
+        self.look(0)
+
+    def test_other_file_with_a_key_that_everybody_can_read_is_wrong(self):
+        self.install_certificate()
+        for directory in (self.root, self.data, self.store, self.pairs):
+            directory.chmod(0o755)
+        self.key.chmod(0o600)
+        copy = self.pairs / "server_0.key.bak"
+        shutil.copy(self.key, copy)
+        self.look(0)
+        copy.chmod(0o644)
+        self.assertIn(f"'{copy}' holds a private key that everybody", self.wrong())
+
+    def test_that_this_user_cannot_make_is_wrong_before_init_is_called(self):
+        self.become_unprivileged()
+        self.data.chmod(0o500)
+        self.assertIn(f"This user may not write to '{self.data}': Init cannot make it", self.wrong())
+        self.data.chmod(0o700)
+        self.store.mkdir(mode=0o700)
+        self.become_unprivileged()
+        for name in ("server_certs", "open_csrs", "temp"):
+            self.store.chmod(0o500)
+            self.assertIn(f"This user may not write to '{self.store}'", self.wrong())
+            self.store.chmod(0o700)
+            (self.store / name).mkdir(mode=0o700)
+        self.become_unprivileged()
+        self.look(0)
+        self.pairs.chmod(0o500)
+        self.assertIn(f"This user may not write to '{self.pairs}'", self.wrong())
+        self.install_certificate()
+        self.become_unprivileged()
+        self.look(0)
+
     def test_key_that_wants_a_pass_phrase(self):
         self.install_certificate()
         run("openssl", "rsa", "-aes128", "-passout", "pass:x", "-in", self.key, "-out", self.key)

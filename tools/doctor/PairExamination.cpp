@@ -1,12 +1,11 @@
 #include "tools/doctor/PairExamination.h"
 
-#include <unistd.h>
-
 #include <cstring>
 
 #include "tools/doctor/CertificateJudgement.h"
 #include "tools/doctor/Printable.h"
 #include "tools/doctor/SmallFile.h"
+#include "tools/doctor/StoreAccess.h"
 #include "tools/doctor/SystemOpenssl.h"
 
 namespace qv::doctor {
@@ -15,15 +14,6 @@ namespace {
 constexpr char kDefaultName[] = "server_0";
 constexpr char kUnjudged[] =
     "The system's OpenSSL cannot be opened: keys and certificates are not judged";
-
-/// Whether those whom the bit is for may pass through every directory above file.
-bool IsPassable(const std::string& file, mode_t executeBit) {
-  for (std::string directory = Directory(file); !directory.empty();
-       directory = Directory(directory)) {
-    if ((FileFacts(directory).mode & executeBit) == 0) return false;
-  }
-  return true;
-}
 
 }  // namespace
 
@@ -43,12 +33,14 @@ void PairExamination::run(nlohmann::ordered_json& files) {
   if (certificate_.isThere() || certificate_.isLink) {
     nlohmann::ordered_json facts = certificate_.json();
     facts["role"] = "certificate";
+    judgeWriters(certificate_);
     judgeCertificate(facts);
     files.push_back(facts);
   }
   if (key_.isThere() || key_.isLink) {
     nlohmann::ordered_json facts = key_.json();
     facts["role"] = "key";
+    judgeWriters(key_);
     judgeKey(facts);
     files.push_back(facts);
   }
@@ -143,10 +135,16 @@ void PairExamination::judgeKey(nlohmann::ordered_json& facts) {
   }
 }
 
+void PairExamination::judgeWriters(const FileFacts& file) {
+  if (!file.isRegular()) return;
+  const FileFacts store(Directory(Directory(file.path)));
+  JudgeWriters(file, Short(file), store.uid, section_);
+}
+
 void PairExamination::judgeAccess(nlohmann::ordered_json& facts) {
   if (!key_.isRegular()) return;
-  const bool others = (key_.mode & S_IROTH) != 0 && IsPassable(key_.realPath, S_IXOTH);
-  const bool group = (key_.mode & S_IRGRP) != 0 && IsPassable(key_.realPath, S_IXGRP);
+  const bool others = IsReadableByOthers(key_);
+  const bool group = IsReadableByGroup(key_);
   facts["readable_by_others"] = others;
   facts["readable_by_group"] = group;
   const std::string key = Short(key_);
@@ -158,7 +156,7 @@ void PairExamination::judgeAccess(nlohmann::ordered_json& facts) {
         key + " can be read by the group " + Printable(key_.group) + ": " + key_.accessText(),
         "chmod 0600 the key, unless that group is meant to have it.");
   } else {
-    section_.ok(key + " is out of reach for others: " + key_.accessText());
+    section_.ok(key + " cannot be read by others: " + key_.accessText());
   }
 }
 

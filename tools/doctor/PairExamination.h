@@ -20,6 +20,7 @@ class PairExamination {
   void judgeCertificate(nlohmann::ordered_json& facts);
   void judgeKey(nlohmann::ordered_json& facts);
   void judgeAccess(nlohmann::ordered_json& facts);
+  void judgeWriters(const FileFacts& file);
   void judgeMatch(nlohmann::ordered_json& facts);
   void judgeMissing();
   /// Reads a file that must hold PEM text; false, and a finding, when that is impossible.

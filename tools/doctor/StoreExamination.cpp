@@ -6,6 +6,8 @@
 #include "tools/doctor/FileFacts.h"
 #include "tools/doctor/PairExamination.h"
 #include "tools/doctor/Printable.h"
+#include "tools/doctor/SmallFile.h"
+#include "tools/doctor/StoreAccess.h"
 #include "tools/doctor/StoreLocation.h"
 
 namespace qv::doctor {
@@ -30,7 +32,7 @@ bool List(const std::string& directory, Section& section, std::set<std::string>&
 }
 
 /// A directory of the store. False when it is none.
-bool JudgeDirectory(const FileFacts& directory, Section& section) {
+bool JudgeDirectory(const FileFacts& directory, uid_t storeOwner, Section& section) {
   const std::string path = Quoted(directory.path);
   if (directory.isHidden()) {
     section.wrong(path + " is " + directory.kindText(), kShowIt);
@@ -41,12 +43,8 @@ bool JudgeDirectory(const FileFacts& directory, Section& section) {
                   "Move it away; the first Init of the next process makes the directory.");
     return false;
   }
-  if ((directory.mode & S_IWOTH) != 0) {
-    section.wrong("Everybody may write to " + path + ": " + directory.accessText(),
-                  "chmod 0700 the directory, and see what has been put there.");
-  } else {
-    section.ok(path + ", " + directory.accessText());
-  }
+  if ((directory.mode & S_IWOTH) == 0) section.ok(path + ", " + directory.accessText());
+  JudgeWriters(directory, path, storeOwner, section);
   return true;
 }
 
@@ -65,9 +63,23 @@ void AddOther(const std::string& path, Section& section, nlohmann::ordered_json&
   const FileFacts file(path);
   section.note(Quoted(path) + " is none of the library's files: " + file.kindText() +
                (file.isThere() ? ", " + file.accessText() : std::string()));
+  if (file.isRegular() && IsReadableByOthers(file) &&
+      SmallFile(file).text.find("PRIVATE KEY-----") != std::string::npos) {
+    section.wrong(Quoted(path) + " holds a private key that everybody on this machine can read",
+                  "Remove the file. The key may have been copied: get a new pair.");
+  }
   nlohmann::ordered_json facts = file.json();
   facts["role"] = "other";
   files.push_back(facts);
+}
+
+/// Init is to make something in directory.
+void JudgeMaking(const std::string& directory, Section& section) {
+  if (MayCreateIn(directory)) return;
+  section.wrong("This user may not write to " + Quoted(directory) +
+                    ": Init cannot make it there (" + FileFacts(directory).accessText() + ")",
+                "Run this as the user that the server runs as; if it was that one, give the "
+                "directory to it.");
 }
 
 void ExaminePairs(const std::string& directory, Section& section, nlohmann::ordered_json& files) {
@@ -81,6 +93,7 @@ void ExaminePairs(const std::string& directory, Section& section, nlohmann::orde
       AddOther(InDirectory(directory, name), section, files);
     }
   }
+  if (names.count("server_0.cer") == 0) JudgeMaking(directory, section);
   for (const std::string& stem : stems)
     PairExamination(InDirectory(directory, stem), section).run(files);
 }
@@ -98,13 +111,15 @@ void ExamineContents(const std::string& store, Section& section) {
   nlohmann::ordered_json files = nlohmann::ordered_json::array();
   nlohmann::ordered_json directories = nlohmann::ordered_json::array();
   directories.push_back(FileFacts(store).json());
+  const uid_t owner = FileFacts(store).uid;
   for (const char* name : {kPairs, "open_csrs", "temp"}) {
     const FileFacts directory(store + "/" + name);
     directories.push_back(directory.json());
     names.erase(name);
     if (directory.isMissing()) {
       section.note(Quoted(directory.path) + " is missing: the first Init makes it");
-    } else if (JudgeDirectory(directory, section)) {
+      JudgeMaking(store, section);
+    } else if (JudgeDirectory(directory, owner, section)) {
       (directory.path == store + "/" + kPairs ? ExaminePairs : ExamineOthers)(directory.path,
                                                                               section, files);
     }
@@ -119,6 +134,7 @@ void JudgeMissingStore(const std::string& store, Section& section) {
   const FileFacts parent(Directory(store).empty() ? "/" : Directory(store));
   if (parent.isDirectory()) {
     section.note("The store is not there yet: the first Init makes it, with a key and certificate");
+    JudgeMaking(parent.path, section);
   } else {
     section.wrong(Quoted(parent.path) + ", which is to hold the store, is " + parent.kindText() +
                       ": Init does not make it, and so makes no key and certificate",
@@ -135,7 +151,7 @@ Section ExamineStore() {
   section.facts["exists"] = store.isThere();
   if (store.isMissing()) {
     JudgeMissingStore(path, section);
-  } else if (JudgeDirectory(store, section)) {
+  } else if (JudgeDirectory(store, store.uid, section)) {
     ExamineContents(path, section);
   }
   return section;
