@@ -338,7 +338,32 @@ class Trial(Site):
                       report.everything("wrong", "trial"))
 
 
+    def test_takes_an_empty_name_of_the_temporary_directory_for_none(self):
+        self.environment["TMPDIR"] = ""
+        self.become_unprivileged()  # to whom "/" is closed
+        report = Report(self.call("--json").stdout)
+        self.assertTrue(report.facts("trial")["init"])
+
+    def test_needs_room_for_a_tag_file(self):
+        report = Report(subprocess.run(
+            ["/bin/sh", "-c", 'ulimit -f 0; trap "" XFSZ; "$0" --json 2>&1 | cat', self.doctor],
+            env=self.environment, cwd=self.current, timeout=100, capture_output=True, text=True,
+            check=False).stdout)
+        self.assertIn("Not called: no tag file can be written in",
+                      report.everything("wrong", "trial"))
+        self.assertEqual(list(self.temporary.iterdir()), [])
+
+
 class Library(Site):
+    def test_in_a_directory_that_this_locale_cannot_read_is_told(self):
+        strange = self.root / "sité"
+        self.lib.rename(strange)
+        self.environment["LC_ALL"] = "C"
+        report = self.report("--library", str(strange / "libqvsslinit.so"), status=1)
+        self.assertIn("cannot tell its own directory in this locale",
+                      report.everything("wrong", "library"))
+        self.assertNotIn("missing", report.everything("wrong", "openssl"))
+
     def test_is_missing(self):
         self.library.unlink()
         report = self.report(status=1)
@@ -487,6 +512,7 @@ class Openssl(Site):
                       report.everything("wrong", "trial"))
         self.assertIn("last words\n", report.facts("trial")["printed"])
         self.assertIn("    | last words\n", self.page("--no-init"))
+        self.assertEqual(report.facts("openssl")["printed"], "last words\n")
 
     def test_that_crashes_in_init(self):
         self.compile(self.lib / SSL, "#include <stdlib.h>\n"
@@ -523,6 +549,7 @@ class Openssl(Site):
                      " return 1; }\nvoid SSL_load_error_strings(void) {}\n")
         report = self.report(status=0)
         self.assertLess(len(report.facts("trial")["printed"]), 20000)
+        self.assertIn("    | ... and more, which is not shown\n", self.page())
 
 
     def install_openssl_that_says(self, *messages):
@@ -813,6 +840,7 @@ class Store(Site):
         self.look(0)
         self.pairs.chmod(0o500)
         self.assertIn(f"This user may not write to '{self.pairs}'", self.wrong())
+        self.pairs.chmod(0o700)
         self.install_certificate()
         self.become_unprivileged()
         self.look(0)
@@ -1188,6 +1216,12 @@ class Tags(Site):
         report, wrong = self.lines("x" * 1500 + "\n" + DEFAULT_TAGS, 1, "wrong")
         self.assertIn("Line 1 is longer than 1022 characters", wrong)
         self.assertEqual(len(self.table(report)), 4)
+
+    def test_table_of_all_tags_with_long_names_is_whole(self):
+        names = [f"{number:03}".ljust(120, "x") for number in range(256)]
+        report, _ = self.lines("".join(f"{name} : {number} : no\n"
+                                       for number, name in enumerate(names)), 0, "ok")
+        self.assertEqual([tag[1] for tag in self.table(report)], names)
 
     def test_tag_that_the_library_does_not_have(self):
         _, notes = self.lines("Other : 7 : yes\n", 0, "note")

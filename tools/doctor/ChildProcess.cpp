@@ -14,6 +14,8 @@
 #include <mutex>
 #include <stdexcept>
 
+#include "tools/doctor/Printable.h"
+
 namespace qv::doctor {
 namespace {
 
@@ -21,8 +23,6 @@ using Clock = std::chrono::steady_clock;
 
 // Where a child finds the pipe to the doctor.
 constexpr int kReportDescriptor = 3;
-// Printed text beyond this is thrown away.
-constexpr std::size_t kMostOutput = 16384;
 // Far more than the records of an OpenSSL that asks for locks all the time.
 constexpr std::size_t kMostReports = 16U << 20U;
 // Taken from a pipe before the clock is looked at again; no pipe of other users holds more.
@@ -167,6 +167,12 @@ bool ChildResult::isTrue(const char* key) const {
   return value != nullptr && value->is_boolean() && value->get<bool>();
 }
 
+std::vector<std::string> ChildResult::printedLines() const {
+  std::vector<std::string> lines = PrintableLines(output);
+  if (isOutputCut) lines.emplace_back("... and more, which is not shown");
+  return lines;
+}
+
 std::string TextIn(const nlohmann::ordered_json& message, const char* key) {
   const auto value = message.find(key);
   return value != message.end() && value->is_string() ? value->get<std::string>() : std::string();
@@ -186,7 +192,7 @@ std::string ChildResult::endText() const {
   return "ended with status " + std::to_string(code);
 }
 
-ChildResult RunChild(const std::vector<std::string>& job, int timeLimit) {
+ChildResult RunChild(const std::vector<std::string>& job, int timeLimit, std::size_t mostOutput) {
   Pipe report;
   Pipe output;
   ChildResult result;
@@ -199,7 +205,6 @@ ChildResult RunChild(const std::vector<std::string>& job, int timeLimit) {
   std::string messages;
   bool ended = false;
   bool isFlooded = false;
-  bool isOutputCut = false;
   pollfd waiting[] = {{report.reading(), POLLIN, 0}, {output.reading(), POLLIN, 0}};
   while (!ended) {
     ::poll(waiting, 2, kPollMilliseconds);
@@ -207,7 +212,7 @@ ChildResult RunChild(const std::vector<std::string>& job, int timeLimit) {
     ended = HasEnded(child);
     // A pipe that the child has closed is not waited for again.
     if (!report.readInto(messages, kMostReports, isFlooded)) waiting[0].fd = -1;
-    if (!output.readInto(result.output, kMostOutput, isOutputCut)) waiting[1].fd = -1;
+    if (!output.readInto(result.output, mostOutput, result.isOutputCut)) waiting[1].fd = -1;
     if (isFlooded) {
       ended = true;
       result.end = ChildResult::End::Flooded;

@@ -34,16 +34,23 @@ struct ChildResult {
   std::vector<nlohmann::ordered_json> messages;
   /// What was printed, on either stream; a flood of it is cut.
   std::string output;
+  bool isOutputCut = false;
+  /// The same in lines that can stand on the page, with a last one that says where it was cut.
+  std::vector<std::string> printedLines() const;
 };
 
 /// The text that message holds under key; empty when that is nothing or something else.
 std::string TextIn(const nlohmann::ordered_json& message, const char* key);
 
+/// So much of what a child prints is kept, where nothing else is asked for.
+inline constexpr std::size_t kMostOutput = 16384;
+
 /// Runs this program again, to do one job where code of others may crash, hang or print without
 /// harm to the doctor, and waits for its end, timeLimit seconds at most; then it is killed, as it
 /// is when it reports more than the doctor can hold. Processes that it has started end with it.
 /// Throws std::runtime_error when the system gives no process.
-ChildResult RunChild(const std::vector<std::string>& job, int timeLimit);
+ChildResult RunChild(const std::vector<std::string>& job, int timeLimit,
+                     std::size_t mostOutput = kMostOutput);
 
 /// The option that asks for a job.
 inline constexpr char kChildOption[] = "--child";

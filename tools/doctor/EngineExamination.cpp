@@ -70,8 +70,9 @@ EngineExamination::EngineExamination(const std::string& library, int timeLimit) 
     section.note("There is no usable trace engine: the library traces nothing",
                  "To see traces of a server, put libqv_traceengine.dylib beside the library.");
   }
+  section.facts["printed"] = child.output;
   if (!child.output.empty()) {
-    section.listings.push_back({"Printed by the trace engine", PrintableLines(child.output)});
+    section.listings.push_back({"Printed by the trace engine", child.printedLines()});
   }
 }
 

@@ -35,7 +35,7 @@ void ExamineFile(const FileFacts& file, Section& section) {
 void JudgeDirectory(const ChildResult& child, LibraryExamination& examination) {
   Section& section = examination.section;
   const std::string directory = child.text("directory");
-  if (directory.empty()) {
+  if (directory.empty() || !FileFacts(directory).isDirectory()) {
     section.wrong("The library cannot tell its own directory in this locale",
                   "Run the host in a UTF-8 locale, or install the library under a name in ASCII.");
     return;

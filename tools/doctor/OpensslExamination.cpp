@@ -217,9 +217,10 @@ Section ExamineOpenssl(const std::string& directory, int timeLimit) {
   Functions(child, directory)
       .judge({{crypto.name, crypto.isOpen}, {ssl.name, ssl.isOpen}}, section);
   JudgeEnd(child, section);
+  section.facts["printed"] = child.output;
   if (!child.output.empty()) {
     section.note("They print while they are opened", "See below what.");
-    section.listings.push_back({"Printed by the OpenSSL files", PrintableLines(child.output)});
+    section.listings.push_back({"Printed by the OpenSSL files", child.printedLines()});
   }
   return section;
 }

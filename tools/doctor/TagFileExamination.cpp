@@ -73,6 +73,9 @@ void JudgeTable(const std::map<int, Tag>& table, Section& section) {
   }
 }
 
+// More than 256 tags with names of full length take.
+constexpr std::size_t kMostTable = 256U << 10U;
+
 /// Whether the file can be taken for one that was written to hold tags. Whoever may put a link
 /// there must not have other files shown to him by a doctor with more rights.
 bool MayQuote(const FileFacts& file, const std::string& text) {
@@ -111,7 +114,11 @@ Section ExamineTagFile(const std::string& directory, int timeLimit) {
     return section;
   }
   section.ok(Quoted(path) + ", " + file.accessText());
-  const ChildResult child = RunChild({kTagsJob, directory}, timeLimit);
+  const ChildResult child = RunChild({kTagsJob, directory}, timeLimit, kMostTable);
+  if (child.isOutputCut) {
+    section.wrong("The table of tags is longer than can be shown: its end is missing here",
+                  "Shorten the names of the tags.");
+  }
   if (!child.endedWell()) {
     section.wrong("A process that reads it " + child.endText(), "Write the file anew.");
     return section;

@@ -27,22 +27,27 @@ class TagDirectory {
  public:
   TagDirectory() {
     const char* temporary = std::getenv("TMPDIR");
-    path_ = std::string(temporary == nullptr ? "/tmp" : temporary) + "/qvsslinit-doctor-XXXXXX";
+    const bool isSet = temporary != nullptr && *temporary != '\0';
+    path_ = std::string(isSet ? temporary : "/tmp") + "/qvsslinit-doctor-XXXXXX";
     if (::mkdtemp(path_.data()) == nullptr) {
-      error_ = std::string(std::strerror(errno)) + ", for " + Quoted(path_);
+      error_ = std::string("no temporary directory can be made: ") + std::strerror(errno) +
+               ", for " + Quoted(path_);
       return;
     }
-    std::ofstream(path_ + "/qvsslinit.cfg")
-        << "RefCount : " << qvsslinit::kTraceReferenceCount << " : yes\n"
-        << "Initializer : " << qvsslinit::kTraceInitializerScopes << " : yes\n"
-        << "Certificate : " << qvsslinit::kTraceCertificate << " : yes\n"
-        << "CertCreator : " << qvsslinit::kTraceCreatorScopes << " : yes\n";
+    isMade_ = true;
+    std::ofstream file(path_ + "/qvsslinit.cfg");
+    file << "RefCount : " << qvsslinit::kTraceReferenceCount << " : yes\n"
+         << "Initializer : " << qvsslinit::kTraceInitializerScopes << " : yes\n"
+         << "Certificate : " << qvsslinit::kTraceCertificate << " : yes\n"
+         << "CertCreator : " << qvsslinit::kTraceCreatorScopes << " : yes\n";
+    file.close();
+    if (!file) error_ = "no tag file can be written in " + Quoted(path_);
   }
   TagDirectory(const TagDirectory&) = delete;
   TagDirectory& operator=(const TagDirectory&) = delete;
   ~TagDirectory() {
     std::error_code ignored;
-    if (error_.empty()) fs::remove_all(path_, ignored);
+    if (isMade_) fs::remove_all(path_, ignored);
   }
   const std::string& path() const { return path_; }
   /// Why there is none; empty when there is.
@@ -50,6 +55,7 @@ class TagDirectory {
 
  private:
   std::string path_;
+  bool isMade_ = false;
   std::string error_;
 };
 
@@ -178,8 +184,8 @@ Section TryLibrary(const std::string& library, const Section& store, int timeLim
   Section section{"trial", "Init and Uninit, every tag on"};
   const TagDirectory tags;
   if (!tags.error().empty()) {
-    section.wrong("Not called: no temporary directory can be made: " + tags.error(),
-                  "Set TMPDIR to a directory that may be written to.");
+    section.wrong("Not called: " + tags.error(),
+                  "Set TMPDIR to a directory that may be written to and has room.");
     return section;
   }
   const ChildResult child = RunChild({kTrialJob, library, tags.path()}, timeLimit);
@@ -191,7 +197,7 @@ Section TryLibrary(const std::string& library, const Section& store, int timeLim
   section.facts["printed"] = child.output;
   if (!child.output.empty()) {
     section.note("Something was printed meanwhile; below it stands as it is");
-    section.listings.push_back({"Printed", PrintableLines(child.output)});
+    section.listings.push_back({"Printed", child.printedLines()});
   }
   if (now.facts != store.facts) {
     after = now;
