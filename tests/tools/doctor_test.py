@@ -1297,6 +1297,24 @@ class Output(Site):
         self.assertIn("qvsslinit-doctor: ", done.stderr)
 
 
+    def test_help_that_cannot_be_written_is_no_success(self):
+        with open("/dev/full", "w", encoding="ascii") as full:
+            done = subprocess.run([self.doctor, "--help"], env=self.environment, timeout=60,
+                                  stdout=full, stderr=subprocess.PIPE, text=True, check=False)
+        self.assertEqual(done.returncode, 1)
+
+    def test_characters_that_steer_a_terminal_are_escaped(self):
+        self.make_store()
+        steering = "\u0080\u0085\u009b\u009f\u2028\u2029\u202a\u202e\u2066\u2069"
+        harmless = "\u00a0é\u2027\u202f\u2065\u206a€𝄞"
+        (self.store / f"a{steering}b{harmless}c").touch()
+        page = self.page()
+        for character in steering:
+            self.assertNotIn(character, page)
+        self.assertIn("".join(f"\\x{byte:02X}" for byte in steering.encode()) + f"b{harmless}c",
+                      page)
+
+
 class Program(Site):
     def test_links_no_openssl_that_could_stand_in_for_a_missing_one(self):
         needed = run("readelf", "-d", self.doctor)

@@ -25,7 +25,8 @@ using Clock = std::chrono::steady_clock;
 constexpr int kReportDescriptor = 3;
 // Far more than the records of an OpenSSL that asks for locks all the time.
 constexpr std::size_t kMostReports = 16U << 20U;
-// Taken from a pipe before the clock is looked at again; no pipe of other users holds more.
+// Taken from a pipe before the clock is looked at again; no pipe holds more unless root makes it
+// larger.
 constexpr std::size_t kMostAtOnce = 1U << 20U;
 constexpr int kPollMilliseconds = 50;
 

@@ -93,8 +93,8 @@ Request ReadOptions(int argc, char** argv, Options& options) {
   return Request::Examine;
 }
 
-void PrintHelp() {
-  std::fputs(kHelp, stdout);
+std::string HelpText() {
+  return kHelp;
 }
 
 }  // namespace qv::doctor

@@ -22,6 +22,6 @@ enum class Request { Examine, ShowHelp, Refuse };
 /// and refused.
 Request ReadOptions(int argc, char** argv, Options& options);
 
-void PrintHelp();
+std::string HelpText();
 
 }  // namespace qv::doctor

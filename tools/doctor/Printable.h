@@ -5,8 +5,9 @@
 
 namespace qv::doctor {
 
-/// text as it can stand on a terminal and in JSON: control characters, and all bytes above ASCII
-/// when the text is not UTF-8, become \xNN.
+/// text as it can stand on a terminal and in JSON: control characters, characters that break lines
+/// or turn the direction of writing, and all bytes above ASCII when the text is not UTF-8, become
+/// \xNN.
 std::string Printable(const std::string& text);
 
 /// The lines of text, each of them printable.

@@ -97,8 +97,7 @@ int Run(int argc, char** argv) {
     case Request::Refuse:
       return kUsage;
     case Request::ShowHelp:
-      PrintHelp();
-      return kHealthy;
+      return Print(HelpText(), true);
     case Request::Examine:
       break;
   }
