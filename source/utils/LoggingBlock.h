@@ -76,7 +76,7 @@ class LoggingBlock {
 
  private:
   std::int32_t used_ = 0;
-  std::int32_t enginesOwn_ = 0;  // never read or written by a client
+  [[maybe_unused]] std::int32_t enginesOwn_ = 0;  // never read or written by a client
   kit::AbsTime timeStamp_;
   BlockType type_ = kBlockType1;
   char payload_[kPayloadSize] = {};

@@ -13,6 +13,7 @@
 #include "kit/exception/BufferOverflow.h"
 #include "kit/exception/DeserializationError.h"
 #include "kit/exception/OutOfRange.h"
+#include "tests/reference/SerializedForms.h"
 
 namespace {
 
@@ -20,6 +21,7 @@ using namespace qv::kit;
 using exception::BufferOverflow;
 using exception::DeserializationError;
 using exception::OutOfRange;
+using reference::RingWith;
 using testing::ElementsAre;
 using testing::ElementsAreArray;
 using Bytes = std::vector<unsigned char>;
@@ -685,16 +687,6 @@ struct Ring {
   Bytes bytes;  // With one byte behind the end that nobody may touch.
 };
 
-// Slow and obvious: one byte at a time.
-Bytes ReferenceRing(std::size_t size, std::size_t start, const std::string& text) {
-  Bytes record{static_cast<unsigned char>(text.size()), 0, 0, 0};
-  record.insert(record.end(), text.begin(), text.end());
-  Bytes ring(size + 1, 0xAA);
-  for (std::size_t i = 0; i != record.size(); ++i)
-    ring[(start + i) % size] = record[i];
-  return ring;
-}
-
 TEST(AutoBufferRing, WritesAndReadsFromEveryPlaceOfEveryRing) {
   for (const std::string& text : {std::string(), std::string("a"), std::string("abcde")}) {
     for (std::size_t size = text.size() + 4; size != 14; ++size) {
@@ -702,7 +694,7 @@ TEST(AutoBufferRing, WritesAndReadsFromEveryPlaceOfEveryRing) {
         Ring ring(size);
         unsigned char* writer = ring.begin() + start;
         Holding(text).circularSerialize(ring.begin(), ring.end(), writer);
-        EXPECT_EQ(ring.bytes, ReferenceRing(size, start, text));
+        EXPECT_EQ(ring.bytes, RingWith(size, start, text));
         EXPECT_EQ(writer - ring.begin(), (start + text.size() + 4) % size);
 
         const unsigned char* reader = ring.begin() + start;
@@ -719,7 +711,7 @@ TEST(AutoBufferRing, ACursorAtTheEndStandsForTheBegin) {
   Ring ring(8);
   unsigned char* writer = ring.end();
   Holding("abc").circularSerialize(ring.begin(), ring.end(), writer);
-  EXPECT_EQ(ring.bytes, ReferenceRing(8, 0, "abc"));
+  EXPECT_EQ(ring.bytes, RingWith(8, 0, "abc"));
   const unsigned char* reader = ring.end();
   AutoBuffer read;
   read.circularDeserialize(ring.begin(), ring.end(), reader);
@@ -735,7 +727,7 @@ TEST(AutoBufferRing, InItsOwnStorageIsWrittenWithTheBytesAsTheyWere) {
     begin[kSize] = 0xAA;
     unsigned char* cursor = begin + start;
     buffer.circularSerialize(begin, begin + kSize, cursor);
-    EXPECT_EQ(Bytes(begin, begin + kSize + 1), ReferenceRing(kSize, start, "abcde"));
+    EXPECT_EQ(Bytes(begin, begin + kSize + 1), RingWith(kSize, start, "abcde"));
     EXPECT_EQ(cursor, begin + start);
   }
 }
