@@ -1,5 +1,6 @@
 // Holds the function list against the OpenSSL headers that are installed. Compiled, never run: a
-// row that calls a function otherwise than the headers declare it is a build error here.
+// row that calls a function otherwise than the headers declare it, and than OpensslDifferences.def
+// admits, is a build error here; so is a difference admitted there that does not exist.
 #include <openssl/bio.h>
 #include <openssl/err.h>
 #include <openssl/evp.h>
@@ -10,16 +11,16 @@
 #include <openssl/x509.h>
 #include <openssl/x509v3.h>
 
+#include <string_view>
 #include <type_traits>
 
 #include "source/OpensslFunctionPointers.h"
 
-// One undeclarable function for each row. Where the headers declare the name too, it means an
-// overload set; where they do not, or have a macro only, it means this function alone. The
-// parentheses keep macros of the same name from being expanded.
+// What ::name means where the headers declare no function of that name: a declaration of their own
+// hides what a directive brings in. The parentheses keep macros from being expanded.
 namespace not_in_the_headers {
 struct Never;
-#define QV_OPENSSL_FUNCTION(library, name, result, arguments) Never*(name)(Never*);
+#define QV_OPENSSL_FUNCTION(library, name, result, arguments) Never(name)(Never);
 #include "source/OpensslFunctions.def"
 #undef QV_OPENSSL_FUNCTION
 }  // namespace not_in_the_headers
@@ -32,29 +33,47 @@ using qvsslinit::OpensslRow;
 
 enum class Verdict { Same, Otherwise, NotDeclared };
 
-// The candidates, best first: the headers declare exactly this type; they declare nothing, so that
-// the name means a single function whose type can be deduced; they declare something else.
-struct Last {};
-struct Second : Last {};
-struct First : Second {};
-
-template <typename Function>
-constexpr std::integral_constant<Verdict, Verdict::Same> Judge(Function* /*function*/,
-                                                               First /*rank*/);
-template <typename Function, typename Only>
-constexpr std::integral_constant<Verdict, Verdict::NotDeclared> Judge(Only* /*function*/,
-                                                                      Second /*rank*/);
-template <typename Function>
-constexpr std::integral_constant<Verdict, Verdict::Otherwise> Judge(Never* (*function)(Never*),
-                                                                    Last /*rank*/);
+template <typename Listed, typename Found>
+constexpr Verdict Judge() {
+  if (std::is_same_v<Found, Never(Never)>) return Verdict::NotDeclared;
+  return std::is_same_v<Found, Listed> ? Verdict::Same : Verdict::Otherwise;
+}
 
 template <OpensslRow>
 struct Row;
-#define QV_OPENSSL_FUNCTION(library, name, result, arguments)                               \
-  template <>                                                                               \
-  struct Row<OpensslRow::name> {                                                            \
-    using Type = std::remove_pointer_t<decltype(qvsslinit::OpensslFunctionPointers::name)>; \
+#define QV_OPENSSL_FUNCTION(library, name, result, arguments)                                 \
+  template <>                                                                                 \
+  struct Row<OpensslRow::name> {                                                              \
+    using Listed = std::remove_pointer_t<decltype(qvsslinit::OpensslFunctionPointers::name)>; \
+    using Found = decltype(::name);                                                           \
+    static constexpr Verdict kVerdict = Judge<Listed, Found>();                               \
   };
+#include "source/OpensslFunctions.def"
+#undef QV_OPENSSL_FUNCTION
+
+// What OpensslDifferences.def admits of a row.
+template <OpensslRow>
+struct Admitted {
+  static constexpr Verdict kVerdict = Verdict::Same;
+};
+#define QV_OTHERWISE(name, result, arguments)               \
+  template <>                                               \
+  struct Admitted<OpensslRow::name> {                       \
+    using Type = result arguments;                          \
+    static constexpr Verdict kVerdict = Verdict::Otherwise; \
+  };
+#define QV_MACRO_ONLY(name)                                   \
+  template <>                                                 \
+  struct Admitted<OpensslRow::name> {                         \
+    static constexpr Verdict kVerdict = Verdict::NotDeclared; \
+  };
+#include "tests/source/OpensslDifferences.def"
+#undef QV_MACRO_ONLY
+#undef QV_OTHERWISE
+
+#define QV_OPENSSL_FUNCTION(library, name, result, arguments)                            \
+  static_assert(Row<OpensslRow::name>::kVerdict == Admitted<OpensslRow::name>::kVerdict, \
+                #name " is not declared as it is listed");
 #include "source/OpensslFunctions.def"
 #undef QV_OPENSSL_FUNCTION
 
@@ -72,64 +91,39 @@ struct WithoutConst<Result(Arguments...)> {
   using Type = typename WithoutConst<Result>::Type(typename WithoutConst<Arguments>::Type...);
 };
 
-// How newer headers declare a row otherwise. They may differ in const alone, so that the call
-// that the row describes is a correct call of the newer function too. void where the row must be
-// met exactly.
-template <OpensslRow>
-struct Newer {
-  using Type = void;
-};
-#define QV_NEWER(name, result, arguments)                                       \
-  template <>                                                                   \
-  struct Newer<OpensslRow::name> {                                              \
-    using Type = result arguments;                                              \
-  };                                                                            \
-  static_assert(std::is_same_v<WithoutConst<Row<OpensslRow::name>::Type>::Type, \
-                               WithoutConst<Newer<OpensslRow::name>::Type>::Type>);
-// Promise by now that they only read what they are given.
-QV_NEWER(X509_set_issuer_name, int, (X509*, const X509_NAME*))
-QV_NEWER(X509_set_subject_name, int, (X509*, const X509_NAME*))
-QV_NEWER(X509V3_EXT_conf, X509_EXTENSION*,
-         (LHASH_OF(CONF_VALUE) *, X509V3_CTX*, const char*, const char*))
-QV_NEWER(PEM_write_bio_X509, int, (BIO*, const X509*))
-// Its object and pass phrase, and what the encoder is given, are const by now.
-QV_NEWER(PEM_ASN1_write_bio, int,
-         (int (*)(const void*, unsigned char**), const char*, BIO*, const void*, const EVP_CIPHER*,
-          const unsigned char*, int, int (*)(char*, int, int, void*), void*))
-#undef QV_NEWER
+// A macro is what becomes of its name when it is called; anything else stays as it is.
+#define QV_TEXT(...) #__VA_ARGS__
+#define QV_TEXT_AS_CALLED(...) QV_TEXT(__VA_ARGS__)
 
-// The rows that only a 1.0-series OpenSSL declares as functions; later headers have macros for
-// them, and the adapters have the functions.
-constexpr bool IsOfThe10SeriesOnly(OpensslRow row) {
-  switch (row) {
-    case OpensslRow::SSL_library_init:
-    case OpensslRow::SSL_load_error_strings:
-    case OpensslRow::OPENSSL_add_all_algorithms_noconf:
-    case OpensslRow::CRYPTO_set_locking_callback:
-    case OpensslRow::CRYPTO_set_id_callback:
-    case OpensslRow::CRYPTO_set_dynlock_create_callback:
-    case OpensslRow::CRYPTO_set_dynlock_lock_callback:
-    case OpensslRow::CRYPTO_set_dynlock_destroy_callback:
-    case OpensslRow::CRYPTO_num_locks:
-    case OpensslRow::RSA_generate_key:
-      return true;
-    default:
-      return false;
-  }
-}
+#define QV_OTHERWISE(name, result, arguments)                                                   \
+  static_assert(std::is_same_v<Row<OpensslRow::name>::Found, Admitted<OpensslRow::name>::Type>, \
+                #name " is not declared as its difference is listed");                          \
+  static_assert(std::is_same_v<WithoutConst<Row<OpensslRow::name>::Listed>::Type,               \
+                               WithoutConst<Row<OpensslRow::name>::Found>::Type>,               \
+                #name " differs in more than const");
+#define QV_MACRO_ONLY(name)                                                                  \
+  static_assert(std::string_view(QV_TEXT_AS_CALLED(name())) != std::string_view(#name "()"), \
+                #name " is no macro");
+#include "tests/source/OpensslDifferences.def"
+#undef QV_MACRO_ONLY
+#undef QV_OTHERWISE
 
-constexpr bool Allowed(OpensslRow row, Verdict exact, Verdict newer) {
-  return exact == Verdict::Same || newer == Verdict::Same ||
-         (exact == Verdict::NotDeclared && IsOfThe10SeriesOnly(row));
-}
-
-#define QV_OPENSSL_FUNCTION(library, name, result, arguments)                             \
-  static_assert(                                                                          \
-      Allowed(OpensslRow::name,                                                           \
-              decltype(Judge<Row<OpensslRow::name>::Type>(&(::name), First()))::value,    \
-              decltype(Judge<Newer<OpensslRow::name>::Type>(&(::name), First()))::value), \
-      "the headers declare " #name " otherwise");
+// Every row has been judged, and none has slipped into another kind.
+constexpr int Count(Verdict verdict) {
+  int count = 0;
+#define QV_OPENSSL_FUNCTION(library, name, result, arguments) \
+  if (Row<OpensslRow::name>::kVerdict == verdict) ++count;
 #include "source/OpensslFunctions.def"
 #undef QV_OPENSSL_FUNCTION
+  return count;
+}
+
+constexpr int kSame = Count(Verdict::Same);
+constexpr int kOtherwise = Count(Verdict::Otherwise);
+constexpr int kMacroOnly = Count(Verdict::NotDeclared);
+static_assert(kSame == 27);
+static_assert(kOtherwise == 5);
+static_assert(kMacroOnly == 9);
+static_assert(kSame + kOtherwise + kMacroOnly == qvsslinit::kOpensslFunctionCount);
 
 }  // namespace
