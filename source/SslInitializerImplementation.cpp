@@ -12,6 +12,7 @@
 #include "source/CRYPTO_dynlock_value.h"
 #include "source/DefaultCertCreator.h"
 #include "source/OpensslCallbacks.h"
+#include "source/OpensslLibrary.h"
 #include "source/SeedPRNG.h"
 #include "source/ServiceStatus.h"
 #include "source/SingletonMutex.h"
@@ -23,7 +24,6 @@ namespace qvsslinit {
 using qv::kit::StatusChain;
 using qv::kit::WString;
 using qv::kit::osdep::CriticalSection;
-using qv::kit::osdep::SharedLibrary;
 using qv::traceengine::MyTraceLogger;
 using qv::traceengine::TraceTagEE;
 
@@ -201,10 +201,9 @@ void SslInitializerImplementation::openLibraries() {
   resolvedRows_ = 0;
 
   const WString directory = qv::kit::osdep::GetModuleDirectory(kThisLibrary);
-  cryptoLibrary_ =
-      std::make_unique<SharedLibrary>(path::Join(directory, L"libeay32.dylib"), true, true);
-  sslLibrary_ =
-      std::make_unique<SharedLibrary>(path::Join(directory, L"libssleay32.dylib"), true, true);
+  const bool isInSight = IsOpensslInSight();
+  cryptoLibrary_ = OpenOpensslLibrary(path::Join(directory, L"libeay32.dylib"), isInSight);
+  sslLibrary_ = OpenOpensslLibrary(path::Join(directory, L"libssleay32.dylib"), isInSight);
 }
 
 void SslInitializerImplementation::initializeOpenSSL(StatusChain& status) {

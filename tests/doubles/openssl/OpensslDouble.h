@@ -23,6 +23,7 @@ constexpr const char* kWithAccessors = "accessors";
 constexpr const char* kWithSharedRsa = "shared_rsa";
 constexpr const char* kLayoutAlone = "layout";
 constexpr const char* kResident = "resident";
+constexpr const char* kOpen = "open";
 
 /// The library under test, installed as on a real machine: in a fresh directory with an OpenSSL
 /// double beside it, and with an empty data directory. One to a process.
@@ -32,11 +33,14 @@ class Installation {
  public:
   Installation() : Installation(kWithAccessors) {}
   explicit Installation(const char* crypto) {
-    directory_.makeDirectory("lib");
-    directory_.makeDirectory("data");
-    std::filesystem::copy_file(QV_LIBRARY_UNDER_TEST, directory_.path("lib/libqvsslinit.so"));
-    ::setenv("QVPUBAPPDATADIR", dataDirectory().c_str(), 1);
+    prepare();
     install(crypto);
+  }
+  /// With other files than those of the doubles.
+  Installation(const std::string& cryptoFile, const std::string& sslFile) {
+    prepare();
+    std::filesystem::copy_file(cryptoFile, directory_.path(kCryptoFile));
+    std::filesystem::copy_file(sslFile, directory_.path(kSslFile));
   }
 
   Installation(const Installation&) = delete;
@@ -120,6 +124,12 @@ class Installation {
   }
 
  private:
+  void prepare() {
+    directory_.makeDirectory("lib");
+    directory_.makeDirectory("data");
+    std::filesystem::copy_file(QV_LIBRARY_UNDER_TEST, directory_.path("lib/libqvsslinit.so"));
+    ::setenv("QVPUBAPPDATADIR", dataDirectory().c_str(), 1);
+  }
   void copyDouble(const std::string& from, const char* to) {
     std::filesystem::copy_file(QV_OPENSSL_DOUBLES "/" + from, directory_.path(to));
   }
