@@ -39,6 +39,16 @@ struct SslInitializerImplementationProbe {
                                 qv::kit::StatusChain& status) {
     singleton.initializeOpenSSL(status);
   }
+  /// Finds the functions of the libraries beside this module, and starts nothing.
+  static void resolve(SslInitializerImplementation& singleton, qv::kit::StatusChain& status) {
+    singleton.openLibraries();
+    singleton.loadFunctionPointers(status);
+  }
+  /// What the SSL library and those that it depends on have under a name, else the crypto library.
+  static void* find(const SslInitializerImplementation& singleton, const char* name) {
+    void* found = singleton.sslLibrary_->getFunctionPointer(name, true);
+    return found != nullptr ? found : singleton.cryptoLibrary_->getFunctionPointer(name, true);
+  }
   static void seedPRNG(SslInitializerImplementation& singleton) { singleton.seedPRNG(); }
 };
 
