@@ -7,6 +7,7 @@
 
 #include "fuzz/Fuzzer.h"
 #include "fuzz/Input.h"
+#include "fuzz/RunOneOf.h"
 #include "qvini/escapes.h"
 #include "qvini/numbers.h"
 #include "qvini/qvini.h"
@@ -196,16 +197,12 @@ void CheckStrings(Input& input) {
   }
 }
 
-using Check = void (*)(Input& input);
-
-constexpr Check kChecks[] = {&CheckEscapes, &CheckNumbers, &CheckTypedPuts, &CheckStrings};
+constexpr qv::fuzz::Check kChecks[] = {&CheckEscapes, &CheckNumbers, &CheckTypedPuts,
+                                       &CheckStrings};
 
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  Input input(data, size);
-  const std::uint32_t check = input.below(std::size(kChecks));
-  SCOPED_TRACE("check " + std::to_string(check));
-  kChecks[check](input);
+  qv::fuzz::RunOneOf(kChecks, data, size);
   return 0;
 }

@@ -7,6 +7,7 @@
 
 #include "fuzz/Fuzzer.h"
 #include "fuzz/Input.h"
+#include "fuzz/RunOneOf.h"
 #include "kit/AutoBuffer.h"
 #include "kit/StatusChain.h"
 #include "kit/StringBase.h"
@@ -288,9 +289,7 @@ void WriteRing(Input& input) {
   EXPECT_EQ(ring, fits ? reference::RingWith(size, start, text) : Bytes(size + 1, 0xAA));
 }
 
-using Check = void (*)(Input& input);
-
-constexpr Check kChecks[] = {
+constexpr qv::fuzz::Check kChecks[] = {
     &ReadAll<Chain>,
     &ReadAll<WideString>,
     &ReadAll<PlainString<String>>,
@@ -309,9 +308,6 @@ constexpr Check kChecks[] = {
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  Input input(data, size);
-  const std::uint32_t check = input.below(std::size(kChecks));
-  SCOPED_TRACE("check " + std::to_string(check));
-  kChecks[check](input);
+  qv::fuzz::RunOneOf(kChecks, data, size);
   return 0;
 }

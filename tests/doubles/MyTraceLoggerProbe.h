@@ -15,6 +15,15 @@ struct MyTraceLoggerProbe {
   /// The tag with this id, or null.
   static const TraceTag* tag(const MyTraceLogger& logger, int id) { return logger.tagTable_[id]; }
 
+  /// Makes the table an empty one, also of a logger that has none because it has no engine.
+  static void emptyTable(MyTraceLogger& logger) {
+    if (!hasTable(logger)) logger.tagTable_ = new TraceTag* [MyTraceLogger::kTagCount] {};
+    for (std::uint32_t id = 0; id < MyTraceLogger::kTagCount; ++id) {
+      delete logger.tagTable_[id];
+      logger.tagTable_[id] = nullptr;
+    }
+  }
+
   static void Initialize(MyTraceLogger& logger) { logger.Initialize(); }
   static int parseNextLine(MyTraceLogger& logger, std::FILE* file) {
     return logger.parseNextLine(file);

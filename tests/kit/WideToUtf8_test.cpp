@@ -36,28 +36,8 @@ Bytes Encode(const WideBuffer& text) {
   return out.vector();
 }
 
-Bytes ReferenceEncode(const std::vector<wchar_t>& text) {
-  Bytes expected;
-  for (const wchar_t character : text) {
-    const Bytes bytes = reference::EncodeOne(static_cast<std::uint32_t>(character));
-    expected.insert(expected.end(), bytes.begin(), bytes.end());
-  }
-  return expected;
-}
-
 void ExpectAgreement(const std::vector<wchar_t>& text) {
-  ASSERT_EQ(Encode(WideBuffer(text)), ReferenceEncode(text)) << testing::PrintToString(text);
-}
-
-// What fits into room bytes by the reference: whole characters, from the first on.
-Bytes ReferencePrefix(const std::vector<wchar_t>& text, std::size_t room) {
-  Bytes prefix;
-  for (const wchar_t character : text) {
-    const Bytes bytes = reference::EncodeOne(static_cast<std::uint32_t>(character));
-    if (prefix.size() + bytes.size() > room) break;
-    prefix.insert(prefix.end(), bytes.begin(), bytes.end());
-  }
-  return prefix;
+  ASSERT_EQ(Encode(WideBuffer(text)), reference::Encode(text)) << testing::PrintToString(text);
 }
 
 TEST(WideToUtf8, E9IsC3A9) {
@@ -136,9 +116,9 @@ TEST(WideToUtf8, ACutIsTheReferencesAtEveryRoom) {
   };
   for (const auto& characters : texts) {
     const WideBuffer text(characters);
-    const std::size_t whole = ReferenceEncode(characters).size();
+    const std::size_t whole = reference::Encode(characters).size();
     for (std::size_t room = 0; room <= whole + 3; ++room) {
-      const Bytes expected = ReferencePrefix(characters, room);
+      const Bytes expected = reference::EncodeWithin(characters, room);
       Buffer out(room);
       ASSERT_EQ(WideToUtf8(text.begin(), text.end(), out.begin(), out.end()), expected.size());
       EXPECT_TRUE(std::equal(expected.begin(), expected.end(), out.begin()));

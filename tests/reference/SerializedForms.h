@@ -98,11 +98,7 @@ inline void WriteTerminated(Bytes& out, Bytes bytes) {
 }
 
 inline void WriteText(Bytes& out, const std::vector<std::uint32_t>& text) {
-  Bytes encoded;
-  for (const std::uint32_t value : text)
-    for (const unsigned char byte : EncodeOne(value))
-      encoded.push_back(byte);
-  WriteCounted(out, encoded);
+  WriteCounted(out, Encode(text));
 }
 
 /// A code and its message; empty without one, as the form does not tell the two apart.

@@ -85,4 +85,22 @@ inline Bytes EncodeOne(std::uint32_t value) {
   return {'?'};
 }
 
+/// The bytes of as many of the first characters as fit whole into room bytes.
+template <typename CharT>
+Bytes EncodeWithin(const std::vector<CharT>& text, std::size_t room) {
+  Bytes encoded;
+  for (const CharT character : text) {
+    const Bytes bytes = EncodeOne(static_cast<std::uint32_t>(character));
+    if (encoded.size() + bytes.size() > room) break;
+    encoded.insert(encoded.end(), bytes.begin(), bytes.end());
+  }
+  return encoded;
+}
+
+/// The bytes of all characters.
+template <typename CharT>
+Bytes Encode(const std::vector<CharT>& text) {
+  return EncodeWithin(text, static_cast<std::size_t>(-1));
+}
+
 }  // namespace reference
