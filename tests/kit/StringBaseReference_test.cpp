@@ -8,13 +8,12 @@
 #include <vector>
 
 #include "kit/StringBase.h"
-#include "kit/exception/OutOfRange.h"
+#include "tests/kit/StringEdits.h"
 
 // The standard library's string, as the reference that the searching operations are defined by and
 // that the others agree with.
 namespace {
 
-using qv::kit::BufferStrategy;
 using qv::kit::CountedString;
 using qv::kit::String;
 using qv::kit::Utf8String;
@@ -118,104 +117,22 @@ TYPED_TEST(StringReference, SearchingDistinguishesCaseAndGoesBeyondZeros) {
   EXPECT_EQ(string.rfind(static_cast<typename Fixture::Char>('\0')), 4U);
 }
 
-/// The same random edits, one after another, on a string and on its reference.
+/// The numbers of a generator that gives the same ones everywhere.
+class RandomChoices {
+ public:
+  std::uint32_t below(std::uint32_t limit) { return static_cast<std::uint32_t>(random_() % limit); }
+
+ private:
+  std::mt19937 random_{20210417};  // NOLINT(cert-msc51-cpp): the same edits in every run.
+};
+
 TYPED_TEST(StringReference, RandomEditsAgree) {
-  using Fixture = TestFixture;
-  using Standard = typename Fixture::Standard;
-  std::mt19937 random(20210417);  // NOLINT(cert-msc51-cpp): the same edits in every run.
-  const auto below = [&random](std::size_t limit) {
-    return static_cast<std::uint32_t>(random() % limit);
-  };
-  const auto letter = [&below] { return static_cast<typename Fixture::Char>('a' + below(26)); };
-  Standard expected;
-  TypeParam string;
-  for (int step = 0; step < 20000; ++step) {
-    const auto size = expected.size();
-    const std::uint32_t position = below(size + 1);
-    const std::uint32_t count = below(4) == 0 ? npos : below(12);
-    const std::size_t standardCount = Fixture::StandardPosition(count);
-    Standard text;
-    for (std::uint32_t left = below(9); left != 0; --left)
-      text += letter();
-    const TypeParam other = Fixture::Of(text);
-    const auto character = letter();
-    const bool isLong = size > 200;
-    switch (isLong ? 10 + below(6) : below(16)) {
-      case 0:
-        string += character;
-        expected += character;
-        break;
-      case 1:
-        string.append(other);
-        expected.append(text);
-        break;
-      case 2:
-        string.append(string, position, count);
-        expected.append(Standard(expected), position, standardCount);
-        break;
-      case 3:
-        string = string + other.c_str();
-        expected.append(text);
-        break;
-      case 4: {
-        const std::uint32_t repeated = below(5);
-        string.append(repeated, character);
-        expected.append(repeated, character);
-        break;
-      }
-      case 5:
-        string.replace(position, 0, other);
-        expected.insert(position, text);
-        break;
-      case 6:
-        string.replace(position, count, string, position / 2, 7);
-        expected.replace(position, standardCount, Standard(expected), position / 2, 7);
-        break;
-      case 7:
-        string = TypeParam(other, string);
-        expected.insert(0, text);
-        break;
-      case 8:
-        string.append(string.c_str() + position, static_cast<std::uint32_t>(size) - position);
-        expected.append(Standard(expected, position));
-        break;
-      case 9: {
-        const std::uint32_t longer = static_cast<std::uint32_t>(size) + below(7);
-        string.resize(longer, character);
-        expected.resize(longer, character);
-        break;
-      }
-      case 10:
-        string.replace(position, count, other);
-        expected.replace(position, standardCount, text);
-        break;
-      case 11:
-        string.erase(position, count);
-        expected.erase(position, standardCount);
-        break;
-      case 12:
-        string.erase(position, count,
-                     below(2) == 0 ? BufferStrategy::Keep : BufferStrategy::Release);
-        expected.erase(position, standardCount);
-        break;
-      case 13: {
-        const std::uint32_t left = below(20) == 0 ? 0 : npos;
-        string = string.substr(position, left);
-        expected = expected.substr(position, Fixture::StandardPosition(left));
-        break;
-      }
-      case 14:
-        string.assign(string.c_str() + position, static_cast<std::uint32_t>(size) - position);
-        expected = expected.substr(position);
-        break;
-      default:
-        string.resize(position);
-        expected.resize(position);
-        break;
-    }
-    ASSERT_EQ(Standard(string.begin(), string.end()), expected) << "after step " << step;
-    ASSERT_EQ(*string.end(), typename Fixture::Char());
-    ASSERT_GE(string.capacity(), string.length());
+  RandomChoices choices;
+  qv::tests::StringEdits<TypeParam, RandomChoices> strings(choices);
+  for (int step = 0; step < 20000 && !testing::Test::HasFailure(); ++step) {
+    SCOPED_TRACE("step " + std::to_string(step));
+    strings.edit();
+    strings.ask();
   }
 }
 
