@@ -4,9 +4,10 @@ set(QV_SANITIZE "" CACHE STRING "Sanitizers, as -fsanitize= takes them")
 add_library(qv_options INTERFACE)
 target_compile_features(qv_options INTERFACE cxx_std_17 c_std_99)
 target_include_directories(qv_options INTERFACE "${PROJECT_SOURCE_DIR}")
-# Files of 2 GiB and more are files on 32-bit systems too.
+# Files of 2 GiB and more, and files and clocks of 2038 and later, are what they are on 32-bit systems
+# too.
 target_compile_definitions(qv_options INTERFACE
-  $<$<EQUAL:${CMAKE_SIZEOF_VOID_P},4>:_FILE_OFFSET_BITS=64>)
+  "$<$<EQUAL:${CMAKE_SIZEOF_VOID_P},4>:_FILE_OFFSET_BITS=64;_TIME_BITS=64>")
 target_compile_options(qv_options INTERFACE
   -Wall -Wextra -Wpedantic -Wconversion -Werror
   $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Woverloaded-virtual>

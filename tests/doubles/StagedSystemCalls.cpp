@@ -195,7 +195,8 @@ unsigned StagedSystemCalls::calls(SystemCall call) const {
 }  // namespace qv::tests
 
 // The linker sends every call of NAME to __wrap_NAME and lets __real_NAME be the one of the C
-// library. Those that deal in file offsets have a second name on 32-bit systems.
+// library. Those that deal in file offsets have a second name on 32-bit systems, and those that
+// deal in times a third: what has none there, or everywhere else, is weak and never called.
 using qv::tests::Orders;
 using qv::tests::Perform;
 using qv::tests::PerformGlob;
@@ -230,17 +231,26 @@ using qv::tests::TakeOrders;
   }
 
 #define QV_WRAP_STAT(call, name)                                                      \
-  int __real_##name(const char* path, struct stat* entry);                            \
+  [[gnu::weak]] int __real_##name(const char* path, struct stat* entry);              \
   int __wrap_##name(const char* path, struct stat* entry) {                           \
     return Perform(SystemCall::call, -1, [&] { return __real_##name(path, entry); }); \
   }
 
-#define QV_WRAP_GLOB(name)                                                                   \
-  int __real_##name(const char* pattern, int flags, int (*failed)(const char*, int),         \
-                    glob_t* found);                                                          \
-  int __wrap_##name(const char* pattern, int flags, int (*failed)(const char*, int),         \
-                    glob_t* found) {                                                         \
-    return PerformGlob(found, [&] { return __real_##name(pattern, flags, failed, found); }); \
+#define QV_WRAP_GLOB(name)                                                                         \
+  [[gnu::weak]] int __real_##name(const char* pattern, int flags, int (*failed)(const char*, int), \
+                                  glob_t* found);                                                  \
+  int __wrap_##name(const char* pattern, int flags, int (*failed)(const char*, int),               \
+                    glob_t* found) {                                                               \
+    return PerformGlob(found, [&] { return __real_##name(pattern, flags, failed, found); });       \
+  }
+
+#define QV_WRAP_GETTIMEOFDAY(name)                              \
+  [[gnu::weak]] int __real_##name(timeval* now, void* zone);    \
+  int __wrap_##name(timeval* now, void* zone) {                 \
+    const Orders orders = TakeOrders(SystemCall::Gettimeofday); \
+    if (!orders.time) return __real_##name(now, zone);          \
+    *now = *orders.time;                                        \
+    return 0;                                                   \
   }
 
 #define QV_WRAP_MKSTEMP(name)                                                        \
@@ -277,10 +287,15 @@ QV_WRAP_FTRUNCATE(ftruncate)
 QV_WRAP_FTRUNCATE(ftruncate64)
 QV_WRAP_STAT(Stat, stat)
 QV_WRAP_STAT(Stat, stat64)
+QV_WRAP_STAT(Stat, __stat64_time64)
 QV_WRAP_STAT(Lstat, lstat)
 QV_WRAP_STAT(Lstat, lstat64)
+QV_WRAP_STAT(Lstat, __lstat64_time64)
 QV_WRAP_GLOB(glob)
 QV_WRAP_GLOB(glob64)
+QV_WRAP_GLOB(__glob64_time64)
+QV_WRAP_GETTIMEOFDAY(gettimeofday)
+QV_WRAP_GETTIMEOFDAY(__gettimeofday64)
 QV_WRAP_MKSTEMP(mkstemp)
 QV_WRAP_MKSTEMP(mkstemp64)
 QV_WRAP_FILE(Close, close)
@@ -342,14 +357,6 @@ int __wrap_gethostname(char* name, std::size_t length) {
 int __real_dladdr(const void* address, Dl_info* info);
 int __wrap_dladdr(const void* address, Dl_info* info) {
   return Perform(SystemCall::Dladdr, 0, [&] { return __real_dladdr(address, info); });
-}
-
-int __real_gettimeofday(timeval* now, void* zone);
-int __wrap_gettimeofday(timeval* now, void* zone) {
-  const Orders orders = TakeOrders(SystemCall::Gettimeofday);
-  if (!orders.time) return __real_gettimeofday(now, zone);
-  *now = *orders.time;
-  return 0;
 }
 
 }  // extern "C"

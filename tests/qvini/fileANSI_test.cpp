@@ -143,6 +143,27 @@ TEST_F(IniFiles, AreRememberedWithTheirTimeWhenWritten) {
   }
 }
 
+TEST_F(IniFiles, Of2038AndLaterAreReadRememberedAndReplaced) {
+  // Or of the last time that the file system knows.
+  const timespec times[] = {{4102444800, 0}, {4102444800, 0}};
+  for (const unsigned flags : {2U, 6U}) {
+    directory_.write("file", "[s]");
+    ASSERT_EQ(::utimensat(AT_FDCWD, directory_.path("file").c_str(), times, 0), 0);
+    EXPECT_EQ(read("file"), 0);
+    EXPECT_EQ(document_->modificationTime, modificationTime("file"));
+    document_->writeFlags = flags;
+    EXPECT_EQ(write("file"), 0);
+    EXPECT_EQ(directory_.read("file"), "[s]\n\n");
+  }
+}
+
+TEST_F(IniFiles, Of4GiBAndMoreAreReplaced) {
+  directory_.write("file");
+  ASSERT_EQ(::truncate(directory_.path("file").c_str(), 0x100000001), 0);
+  EXPECT_EQ(write("file"), 0);
+  EXPECT_EQ(directory_.read("file"), "");
+}
+
 TEST_F(IniFiles, AreNotRememberedWhenWritingFails) {
   ASSERT_EQ(readBytes("[s]"), 0);
   const std::time_t time = document_->modificationTime;

@@ -1,7 +1,9 @@
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <ctime>
 #include <string>
 
 #include "kit/exception/InvalidArgument.h"
@@ -118,6 +120,27 @@ TEST(DoesFileExist, RefusesANameWithANullCharacter) {
   const TemporaryDirectory directory;
   directory.write("file");
   EXPECT_THROW(DoesFileExist(WithNull(directory.wide("file"))), exception::InvalidArgument);
+}
+
+TEST(PathQuestions, AreAnsweredForEntriesOf2038AndLater) {
+  const TemporaryDirectory directory;
+  directory.write("file");
+  directory.makeDirectory("d");
+  directory.makeLink("d", "link");
+  const timespec times[] = {{4102444800, 0}, {4102444800, 0}};
+  for (const char* const name : {"file", "d", "link"}) {
+    ASSERT_EQ(::utimensat(AT_FDCWD, directory.path(name).c_str(), times, AT_SYMLINK_NOFOLLOW), 0);
+  }
+  EXPECT_TRUE(DoesFileExist(directory.wide("file")));
+  EXPECT_TRUE(IsDirectory(directory.wide("d")));
+  EXPECT_TRUE(IsSymLink(directory.wide("link")));
+}
+
+TEST(PathQuestions, AreAnsweredForAFileOf4GiBAndMore) {
+  const TemporaryDirectory directory;
+  directory.write("file");
+  ASSERT_EQ(::truncate(directory.path("file").c_str(), 0x100000001), 0);
+  EXPECT_TRUE(DoesFileExist(directory.wide("file")));
 }
 
 TEST(IsFileSystemCaseSensitive, IsNo) {
