@@ -1,7 +1,8 @@
 #include "qvini/escapes.h"
 
-#include <stddef.h>
+#include <stdint.h>
 #include <stdlib.h>
+#include <string.h>
 
 #include "qvini/toolbox.h"
 
@@ -20,19 +21,24 @@ static char EscapeLetter(char c) {
   }
 }
 
+// Bytes of the longest escape.
+enum { kLongestEscape = 4 };
+
 static size_t EscapedLength(const char* text) {
   size_t length = 0;
   for (; *text != '\0'; ++text) {
     if (EscapeLetter(*text) != 0) {
       length += 2;
     } else {
-      length += qvini_IsControl(*text) ? 4 : 1;
+      length += qvini_IsControl(*text) ? kLongestEscape : 1;
     }
   }
   return length;
 }
 
 char* qvini_Escape(const char* text) {
+  // Where addresses have 32 bits, a gibibyte of control characters takes more than there is.
+  if (strlen(text) > (SIZE_MAX - 1) / kLongestEscape) return NULL;
   char* const result = malloc(EscapedLength(text) + 1);
   if (result == NULL) return NULL;
   char* to = result;

@@ -1,8 +1,5 @@
 #include <gtest/gtest.h>
-#include <sys/mman.h>
-#include <unistd.h>
 
-#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -15,47 +12,13 @@
 #include "kit/WideToUtf8.h"
 #include "kit/exception/InvalidSequence.h"
 #include "kit/exception/OutOfRange.h"
+#include "tests/RepeatedText.h"
 #include "tests/reference/Utf8.h"
 
 namespace {
 
 using namespace qv::kit;
 using reference::Bytes;
-
-// Many gibibytes of text that take the memory of one block: the block mapped over and over.
-template <typename CharT>
-class RepeatedText {
- public:
-  RepeatedText(std::size_t length, CharT character)
-      : length_(length), bytes_((length * sizeof(CharT) + kBlock - 1) / kBlock * kBlock) {
-    const int file = ::memfd_create("text", 0);
-    const bool sized = file >= 0 && ::ftruncate(file, kBlock) == 0;
-    begin_ = static_cast<char*>(
-        ::mmap(nullptr, bytes_, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0));
-    if (!sized || begin_ == MAP_FAILED) throw std::bad_alloc();
-    for (std::size_t place = 0; place < bytes_; place += kBlock) {
-      if (::mmap(begin_ + place, kBlock, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_FIXED, file, 0) ==
-          MAP_FAILED) {
-        throw std::bad_alloc();
-      }
-    }
-    ::close(file);
-    std::fill_n(reinterpret_cast<CharT*>(begin_), kBlock / sizeof(CharT), character);
-  }
-  RepeatedText(const RepeatedText&) = delete;
-  RepeatedText& operator=(const RepeatedText&) = delete;
-  ~RepeatedText() { ::munmap(begin_, bytes_); }
-
-  const CharT* begin() const { return reinterpret_cast<const CharT*>(begin_); }
-  const CharT* end() const { return begin() + length_; }
-
- private:
-  static constexpr std::size_t kBlock = std::size_t{1} << 21;
-
-  std::size_t length_;
-  std::size_t bytes_;
-  char* begin_;
-};
 
 // The first character of all sequences of three bytes whose first byte lies in the range.
 void ExpectAgreementOnThreeBytes(unsigned firstLead, unsigned lastLead) {

@@ -2,9 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <cstdlib>
 #include <string>
 #include <vector>
+
+#include "tests/RepeatedText.h"
 
 namespace {
 
@@ -32,6 +35,13 @@ TEST(Escape, WritesOtherControlCharactersAsTwoSmallDigits) {
 TEST(Escape, KeepsEverythingElse) {
   EXPECT_EQ(Escape(" '/;[=]:%\x80\xa0\xff"), " '/;[=]:%\x80\xa0\xff");
   EXPECT_EQ(Escape(""), "");
+}
+
+TEST(Escape, OfATextWhoseEscapesCouldTakeMoreThanThereAreAddressesGivesNull) {
+  constexpr std::size_t kLength = SIZE_MAX / 4 + 1;
+  if (kLength > std::uint64_t{1} << 32U) GTEST_SKIP() << "no address space holds such a text";
+  const RepeatedText<char> text(kLength, '\x01');
+  EXPECT_EQ(qvini_Escape(text.begin()), nullptr);
 }
 
 TEST(Unescape, UndoesWhatEscapeDidToAnyByte) {
