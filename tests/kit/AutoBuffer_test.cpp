@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <climits>
+#include <cstdint>
 #include <cstring>
 #include <string>
 #include <thread>
@@ -486,9 +486,8 @@ TEST(AutoBufferLimits, AFailedCheckCreatesNoStorage) {
   EXPECT_EQ(buffer.Data(), nullptr);
 }
 
-#if ULONG_MAX > 0xFFFFFFFF
 TEST(AutoBufferLimits, AnArgumentThatNeedsMoreThanThirtyTwoBitsIsRefused) {
-  constexpr unsigned long kTooMuch = 0x100000000UL;
+  constexpr std::uint64_t kTooMuch = 0x100000000;
   AutoBuffer buffer = Holding("abc");
   EXPECT_THROW(AutoBuffer{kTooMuch}, OutOfRange);
   EXPECT_THROW(BufferWrapper("x", kTooMuch), OutOfRange);
@@ -502,7 +501,6 @@ TEST(AutoBufferLimits, AnArgumentThatNeedsMoreThanThirtyTwoBitsIsRefused) {
   EXPECT_EQ(Text(buffer), "abc");
   EXPECT_EQ(buffer.Capacity(), 131U);
 }
-#endif
 
 // The flat form.
 

@@ -4,7 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <climits>
+
+#include "tests/Longs.h"
 
 namespace {
 
@@ -81,22 +82,35 @@ TEST(SerializeRaw, ExactRoomIsEnough) {
   EXPECT_EQ(cursor, bytes.data() + 4);
 }
 
-#if LONG_MAX > 0x7FFFFFFF
 template <typename T>
 void ExpectTooWide(T value) {
   std::array<unsigned char, 8> bytes{};
   unsigned char* cursor = bytes.data();
-  EXPECT_THROW(SerializeRaw<T>(value, cursor, bytes.data() + 8), OutOfRange);
+  EXPECT_THROW(SerializeRaw<T>(value, cursor, bytes.data() + 8), OutOfRange) << value;
   EXPECT_EQ(cursor, bytes.data());
   EXPECT_THAT(bytes, testing::Each(0));
 }
 
-TEST(SerializeRaw, AValueThatNeedsMoreThanThirtyTwoBitsIsRefused) {
-  ExpectTooWide<long>(0x80000000L);
-  ExpectTooWide<long>(-0x80000001L);
-  ExpectTooWide<unsigned long>(0x100000000UL);
+template <typename T>
+void ExpectReadBack(T value) {
+  std::array<unsigned char, 4> bytes{};
+  unsigned char* cursor = bytes.data();
+  SerializeRaw<T>(value, cursor, bytes.data() + 4);
+  const unsigned char* readCursor = bytes.data();
+  T found{};
+  DeserializeRaw<T>(found, readCursor, bytes.data() + 4);
+  EXPECT_EQ(found, value);
 }
-#endif
+
+TEST(SerializeRaw, WritesALongOfThirtyTwoBitsAndRefusesAnyOther) {
+  for (const auto value : LongsAroundTheLimits<long>())
+    FitsInt32(value) ? ExpectReadBack(value) : ExpectTooWide(value);
+}
+
+TEST(SerializeRaw, WritesAnUnsignedLongOfThirtyTwoBitsAndRefusesAnyOther) {
+  for (const auto value : LongsAroundTheLimits<unsigned long>())
+    FitsUint32(value) ? ExpectReadBack(value) : ExpectTooWide(value);
+}
 
 template <typename T>
 T Read(const std::array<unsigned char, 4>& bytes) {

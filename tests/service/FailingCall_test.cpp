@@ -349,13 +349,15 @@ TEST_F(OddAnswer, ANameEntryThatIsNotAddedExactlyOnceIsAFailure) {
 
 TEST_F(OddAnswer, AnErrorWithoutATextIsTracedAsSuch) {
   journal_.fail("PEM_ASN1_write_bio");
-  journal_.answer("ERR_get_error", 2147483647);
+  // The operating system's errors have the highest of 32 bits.
+  journal_.answer("ERR_get_error", static_cast<long>(0x8000000DUL));
   journal_.fail("ERR_reason_error_string");
   const TraceRecords traces(installation_.traceSink());
   ASSERT_NE(installation_.init(), nullptr);
   EXPECT_THAT(traces.under("ERROR"),
               ElementsAre("ERROR | DefaultCertCreator::saveKeyToFile | Failed to write key to disk "
-                          "err=2147483647, errString='(null)'"));
+                          "err=2147483661, errString='(null)'"));
+  EXPECT_THAT(journal_.lines(), testing::Contains("ERR_reason_error_string(2147483661)"));
 }
 
 TEST_F(OddAnswer, TheSharedRsaKeyIsGivenBackWhenItCannotBeWritten) {

@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
-
 namespace {
 
 using qvsslinit::EVP_PKEY;
@@ -20,6 +18,16 @@ struct OldCertificate {
   void* certificate[1] = {info};
 
   X509* get() { return reinterpret_cast<X509*>(certificate); }
+};
+
+struct OldKey {
+  int numbers[3] = {};
+  const void* method = nullptr;
+  void* engine = nullptr;
+  void* key = &rsa;
+  int rsa = 0;
+
+  EVP_PKEY* get() { return reinterpret_cast<EVP_PKEY*>(this); }
 };
 
 void NeverFree(RSA* /*key*/) {
@@ -45,14 +53,9 @@ TEST(OpensslObjects, FindsNoTimesInA10SeriesCertificateWithoutValidity) {
 }
 
 TEST(OpensslObjects, LooksAtTheRsaKeyInA10SeriesKeyObjectWithoutFreeingIt) {
-  constexpr std::size_t kKeyOffset = sizeof(void*) == 4 ? 20 : 32;
-  int rsa = 0;
-  void* const pointer = &rsa;
-  alignas(void*) unsigned char key[64] = {};
-  std::memcpy(key + kKeyOffset, &pointer, sizeof pointer);
+  OldKey old;
   const OpensslObjects objects;
-  EXPECT_EQ(static_cast<void*>(objects.rsaKey(reinterpret_cast<EVP_PKEY*>(key), NeverFree).get()),
-            &rsa);
+  EXPECT_EQ(static_cast<void*>(objects.rsaKey(old.get(), NeverFree).get()), old.key);
 }
 
 }  // namespace

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "kit/exception/OutOfRange.h"
+#include "tests/Longs.h"
 
 namespace {
 
@@ -96,16 +97,28 @@ TEST(AtomicInt, CountingPastALimitGoesOnAtTheOther) {
   EXPECT_EQ(value.decrement(), kLargest);
 }
 
-#if LONG_MAX > 0x7FFFFFFF
-TEST(AtomicInt, ALongThatNeedsMoreThanThirtyTwoBitsIsRefusedAndNothingChanges) {
-  AtomicInt value(0);
-  EXPECT_THROW(value.compareExchange(0, 0x80000000L), OutOfRange);
-  EXPECT_THROW(value.compareExchange(0x100000000L, 5), OutOfRange);
-  EXPECT_THROW(value.replaceAndReturn(-0x80000001L), OutOfRange);
-  EXPECT_THROW(value.replace(0x100000000L), OutOfRange);
-  EXPECT_EQ(value.getCount(), 0);
+void ExpectTaken(long value) {
+  AtomicInt atomic(7);
+  EXPECT_EQ(atomic.compareExchange(7, value), 7);
+  EXPECT_EQ(atomic.compareExchange(value, 8), value);
+  EXPECT_EQ(atomic.replaceAndReturn(value), 8);
+  EXPECT_EQ(atomic.getCount(), value);
 }
-#endif
+
+void ExpectRefused(long value) {
+  const auto cut = static_cast<std::int32_t>(value);
+  AtomicInt atomic(cut);
+  EXPECT_THROW(atomic.compareExchange(value, 5), OutOfRange) << value;
+  EXPECT_THROW(atomic.compareExchange(cut, value), OutOfRange) << value;
+  EXPECT_THROW(atomic.replaceAndReturn(value), OutOfRange) << value;
+  EXPECT_THROW(atomic.replace(value), OutOfRange) << value;
+  EXPECT_EQ(atomic.getCount(), cut);
+}
+
+TEST(AtomicInt, TakesALongOfThirtyTwoBitsAndRefusesAnyOtherWithNothingChanged) {
+  for (const auto value : LongsAroundTheLimits<long>())
+    FitsInt32(value) ? ExpectTaken(value) : ExpectRefused(value);
+}
 
 // All start together, so that they meet.
 template <typename Action>

@@ -12,6 +12,7 @@
 #include <utility>
 #include <vector>
 
+#include "tests/Longs.h"
 #include "tests/doubles/TemporaryDirectory.h"
 #include "tests/doubles/Text.h"
 
@@ -471,19 +472,21 @@ TEST(INIFileManager, KeepsDoublesToFifteenDigits) {
   ExpectKept(-std::numeric_limits<double>::infinity());
 }
 
-TEST(INIFileManager, RefusesALongOfMoreThan32BitsInsteadOfCuttingIt) {
-  if constexpr (sizeof(long) > 4) {
-    TemporaryDirectory directory;
-    INIFileManager manager = ManagerOf(directory, "[S]\nk = 1\n");
-    EXPECT_FALSE(manager.write("S", "k", static_cast<long>(std::int64_t{INT_MAX} + 1)));
-    EXPECT_FALSE(manager.write("S", "k", static_cast<long>(std::int64_t{INT_MIN} - 1)));
-    EXPECT_FALSE(manager.write("S", "k", LONG_MIN));
-    EXPECT_FALSE(manager.write("S", "k", static_cast<unsigned long>(std::uint64_t{UINT_MAX} + 1)));
-    EXPECT_FALSE(manager.write("S", "k", ULONG_MAX));
-    int value = 0;
-    EXPECT_TRUE(manager.read("S", "k", value));
-    EXPECT_EQ(value, 1);
-  }
+template <typename Long>
+void ExpectRefused(Long value) {
+  TemporaryDirectory directory;
+  INIFileManager manager = ManagerOf(directory, "[S]\nk = 3\n");
+  EXPECT_FALSE(manager.write("S", "k", value)) << value;
+  Long found = 0;
+  EXPECT_TRUE(manager.read("S", "k", found));
+  EXPECT_EQ(found, Long{3});
+}
+
+TEST(INIFileManager, KeepsALongOf32BitsAndRefusesAnyOtherInsteadOfCuttingIt) {
+  for (const auto value : LongsAroundTheLimits<long>())
+    FitsInt32(value) ? ExpectKept(value) : ExpectRefused(value);
+  for (const auto value : LongsAroundTheLimits<unsigned long>())
+    FitsUint32(value) ? ExpectKept(value) : ExpectRefused(value);
 }
 
 struct SomeClass {
