@@ -179,6 +179,16 @@ TEST_F(OutputFileTest, KeepsWholeLinesOnlyOfWhatAFullDiskTook) {
   EXPECT_EQ(contents(), "0123456789\nabc\nuvw\nxyz\n");
 }
 
+TEST_F(OutputFileTest, KeepsWholeLinesOnlyBehindTheFirst4GiBToo) {
+  constexpr off_t kFormer = 0x100000000;
+  append("0\n");
+  ASSERT_EQ(::truncate(path_.c_str(), kFormer), 0);
+  const tests::FileSizeLimit limit(kFormer + 9);
+  const std::string lines = "abc\ndefghijk\nl\n";
+  EXPECT_EQ(file_.append(lines.data(), lines.size()), 4u);
+  EXPECT_EQ(std::filesystem::file_size(path_), static_cast<std::uintmax_t>(kFormer + 4));
+}
+
 TEST_F(OutputFileTest, EndsHalfALineThatItCannotTakeBack) {
   append("0123456789\n");
   // The file has no name to be read under.

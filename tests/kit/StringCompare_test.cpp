@@ -180,6 +180,18 @@ TEST(StringCaseCompare, LengthsAreExactAsFarAs32BitsGo) {
   EXPECT_EQ(StringCaseCompare(begin, begin, begin, begin + 0x80000001), kLeast);
 }
 
+TEST(StringCompare, LengthsThatNeedMoreThan32BitsAreAsFarApartAsAResultCanSay) {
+  constexpr std::uint64_t kLength = 0x100000001;
+  if (!ReservedRange<wchar_t>::fits(kLength)) GTEST_SKIP() << "needs addresses of 64 bits";
+  const ReservedRange<wchar_t> wide(kLength);
+  const ReservedRange<char> narrow(kLength);
+  const ReservedRange<unsigned char> utf8(kLength);
+  EXPECT_EQ(StringCaseCompare(wide.begin(), wide.end(), wide.begin(), wide.begin()), kMost);
+  EXPECT_EQ(StringExactCompare(narrow.begin(), narrow.begin(), narrow.begin(), narrow.end()),
+            kLeast);
+  EXPECT_EQ(Utf8StringExactCompare(utf8.begin(), utf8.end(), utf8.begin(), utf8.begin()), kMost);
+}
+
 TEST(CLocaleStringCaseCompare, IsTheComparisonOfWideText) {
   const std::wstring a = L"abc";
   const std::wstring b = L"ABCD";

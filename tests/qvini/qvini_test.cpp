@@ -367,6 +367,16 @@ TEST(IniNumberOfItems, CountsTheEntriesOfOneSection) {
   EXPECT_EQ(IniNumberOfItems(document, nullptr), 0);
 }
 
+TEST(IniNumberOfItems, IsTheLargestIntWhereThereAreMore) {
+  const TestDocument document({"[s]", "k = v"});
+  std::size_t& count = qvini_FindSection(document, "s")->entries.count;
+  for (const std::size_t entries : {std::size_t{INT_MAX}, std::size_t{INT_MAX} + 1}) {
+    count = entries;
+    EXPECT_EQ(IniNumberOfItems(document, "s"), INT_MAX);
+  }
+  count = 1;
+}
+
 TEST(IniNthItemName, CountsFromOne) {
   const TestDocument document({"[s]", "a = x", "b = x"});
   const char* name = "untouched";

@@ -14,6 +14,7 @@
 
 #include "kit/exception/BoundExceeded2.h"
 #include "kit/exception/OutOfRange.h"
+#include "tests/ReservedRange.h"
 #include "tests/doubles/FailingAllocator.h"
 #include "tests/kit/AsciiText.h"
 
@@ -152,6 +153,17 @@ TYPED_TEST(StringWithoutMemory, OfUncountableLengthIsRefusedBeforeItAllocates) {
   EXPECT_THAT(allocator.sizes(), IsEmpty());
 }
 
+TYPED_TEST(StringWithoutMemory,
+           OfARangeOfMoreCharactersThanCanBeCountedIsRefusedBeforeItAllocates) {
+  using Range = ReservedRange<CharOf<TypeParam>>;
+  if (!Range::fits(0x100000000)) GTEST_SKIP() << "needs addresses of 64 bits";
+  const Range range(0x100000000);
+  const FailingAllocator allocator;
+  EXPECT_THROW(TypeParam(range.begin(), range.end()), OutOfRange);
+  EXPECT_THROW(TypeParam(range.begin(), range.end() + 1), OutOfRange);
+  EXPECT_THAT(allocator.sizes(), IsEmpty());
+}
+
 TYPED_TEST(StringWithoutMemory, MovingFromAStringFailsWithBothAsTheyWere) {
   TypeParam source = FromAscii<TypeParam>("delta");
   TypeParam target = FromAscii<TypeParam>("old");
@@ -230,14 +242,19 @@ class HugeString {
 
 constexpr std::size_t kHuge = std::size_t{1} << 30;
 
-/// Refuses what is huge, and skips where such a string has no room in the address space.
-class HugeStrings : public testing::Test {
+/// Refuses what is huge.
+class HugeRequests : public testing::Test {
+ protected:
+  HugeRequests() { allocator_.FailSizesFrom(kHuge); }
+  FailingAllocator allocator_;
+};
+
+/// The same for strings that are huge already; skips where the address space has no room for them.
+class HugeStrings : public HugeRequests {
  protected:
   void SetUp() override {
-    if (sizeof(void*) == 4) GTEST_SKIP() << "no address space for strings of 2^31 bytes";
-    allocator_.FailSizesFrom(kHuge);
+    if (!ReservedRange<char>::fits(0x80000000)) GTEST_SKIP() << "needs addresses of 64 bits";
   }
-  FailingAllocator allocator_;
 };
 
 TEST_F(HugeStrings, TheLargestLengthThatAppendingGrowsToIsOneBelowTwoToThe31) {
@@ -280,14 +297,14 @@ TEST_F(HugeStrings, WideTextOf0x3FFFFFFFCharactersThrowsOutOfRangeBeforeItAlloca
   EXPECT_THAT(allocator_.sizes(), IsEmpty());
 }
 
-TEST_F(HugeStrings, WideTextIsBuiltOfUpTo0x3FFFFFFECharacters) {
+TEST_F(HugeRequests, WideTextIsBuiltOfUpTo0x3FFFFFFECharacters) {
   EXPECT_THROW(WString(0x3FFFFFFFU, L'a'), OutOfRange);
   EXPECT_THAT(allocator_.sizes(), IsEmpty());
   EXPECT_THROW(WString(0x3FFFFFFEU, L'a'), std::bad_alloc);
   EXPECT_THAT(allocator_.sizes(), ElementsAre(0xFFFFFFFCU));
 }
 
-TEST_F(HugeStrings, NarrowTextIsBuiltOfUpTo0xFFFFFFFECharacters) {
+TEST_F(HugeRequests, NarrowTextIsBuiltOfUpTo0xFFFFFFFECharacters) {
   EXPECT_THROW(String(0xFFFFFFFEU, 'a'), std::bad_alloc);
   EXPECT_THAT(allocator_.sizes(), ElementsAre(0xFFFFFFFFU));
 }

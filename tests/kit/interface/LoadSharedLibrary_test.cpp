@@ -88,6 +88,11 @@ TEST_F(LoadSharedLibraryTest, GivesTheEntryPointVersionAndAFreshStatus) {
   EXPECT_EQ(journal.lines().front(), "GetInterface(7) at 80004005");
 }
 
+TEST_F(LoadSharedLibraryTest, GivesTheWholeVersionHoweverManyBitsItHas) {
+  load(EngineFile(kGoodEngine), ~0UL);
+  EXPECT_EQ(journal.lines().front(), "GetInterface(" + std::to_string(~0UL) + ") at 80004005");
+}
+
 TEST_F(LoadSharedLibraryTest, AcceptsAWarningAsSuccess) {
   script.entryCode = 3;
   load(EngineFile(kGoodEngine));

@@ -246,6 +246,13 @@ TEST(OutputReleaseAssertion, ReadsAFileOfAMebibyteAndNoneThatIsLonger) {
   EXPECT_EQ(ErrorsWith(kOn + most + "\n"), "");
 }
 
+TEST(OutputReleaseAssertion, ReadsNoFileOf4GiBAndAFewBytes) {
+  const TemporaryDirectory directory;
+  directory.write("vantis.ini", kOn);
+  ASSERT_EQ(::truncate(directory.path("vantis.ini").c_str(), 0x100000000 + off_t{sizeof kOn}), 0);
+  EXPECT_EQ(Errors(directory.path()), "");
+}
+
 // The system shows such files as empty, and may take for ever to make up what is in them. This one
 // is the memory that the environment began in.
 TEST(OutputReleaseAssertion, DoesNotReadWhatTheSystemMakesUp) {
