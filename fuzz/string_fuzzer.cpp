@@ -17,7 +17,8 @@ using qv::fuzz::Input;
 template <typename StringT>
 void RunProgram(Input& input) {
   qv::tests::StringEdits<StringT, Input> strings(input);
-  for (int step = 0; !input.empty(); ++step) {
+  constexpr int kMostSteps = 100;
+  for (int step = 0; step < kMostSteps && !input.empty(); ++step) {
     SCOPED_TRACE("step " + std::to_string(step));
     strings.edit();
     if (input.flip()) strings.ask();

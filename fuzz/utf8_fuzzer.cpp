@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "fuzz/Characters.h"
 #include "fuzz/Fuzzer.h"
 #include "fuzz/Input.h"
 #include "kit/StringCompare.h"
@@ -23,6 +24,7 @@ namespace {
 
 using namespace qv::kit;
 using namespace qv::kit::osdep;
+using qv::fuzz::CharactersOf;
 using qv::fuzz::Input;
 using reference::Bytes;
 using Values = std::vector<std::uint32_t>;
@@ -101,22 +103,6 @@ void CheckDecoding(const Bytes& input, std::size_t room) {
   CheckDecodingInto(expected.values.size(), bytes, expected);
   CheckDecodingInto(expected.values.size() + 1, bytes, expected);
   CheckDecodingInto(std::min(room, input.size()), bytes, expected);
-}
-
-/// Characters of all lengths: a byte below 80 is one by itself, others say how many bytes follow.
-std::vector<wchar_t> CharactersOf(const std::string& bytes) {
-  Input input(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size());
-  std::vector<wchar_t> text;
-  while (!input.empty()) {
-    std::uint32_t value = input.byte();
-    if (value >= 0x80) {
-      std::uint32_t more = value % 4;
-      for (value = input.byte(); more > 0; --more)
-        value = value << 8U | input.byte();
-    }
-    text.push_back(static_cast<wchar_t>(value));
-  }
-  return text;
 }
 
 void CheckEncoding(const std::vector<wchar_t>& characters, std::size_t room) {

@@ -29,10 +29,10 @@ struct ScannedTagLine {
   static bool numberFits(const std::string& line) {
     int start = 0;
     std::sscanf(line.c_str(), "%*127s : %n", &start);
-    const std::size_t sign = static_cast<std::size_t>(start);
+    const auto sign = static_cast<std::size_t>(start);
     const bool isNegative = line[sign] == '-';
-    const std::size_t first = line.find_first_not_of("+-0", sign);
-    if (first == std::string::npos) return true;
+    const std::size_t digits = sign + (isNegative || line[sign] == '+' ? 1 : 0);
+    const std::size_t first = std::min(line.find_first_not_of('0', digits), line.size());
     const std::size_t past = std::min(line.find_first_not_of("0123456789", first), line.size());
     if (past - first > 10) return false;
     const long long magnitude = std::stoll("0" + line.substr(first, past - first));
