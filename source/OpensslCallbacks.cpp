@@ -2,6 +2,8 @@
 
 #include <pthread.h>
 
+#include <cstdint>
+
 #include "source/SslInitializerImplementation.h"
 
 namespace qvsslinit {
@@ -13,7 +15,8 @@ void lock(int mode, int n, const char* file, int line) {
 }
 
 unsigned long threadId() {
-  return static_cast<unsigned long>(pthread_self());
+  // A number on some systems and a pointer on others.
+  return static_cast<unsigned long>(std::uintptr_t(pthread_self()));
 }
 
 CRYPTO_dynlock_value* dynlockCreate(const char* file, int line) {

@@ -3,6 +3,7 @@
 #include <pthread.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <limits>
 #include <new>
 
@@ -325,7 +326,8 @@ void SslInitializerImplementation::xdynlockDestroy(CRYPTO_dynlock_value* l, cons
 
 unsigned long SslInitializerImplementation::xid() {
   TraceTagEE scope(kTraceInitializerScopes, "SslInitializerImplementation::xid");
-  return static_cast<unsigned long>(pthread_self());
+  // A number on some systems and a pointer on others.
+  return static_cast<unsigned long>(std::uintptr_t(pthread_self()));
 }
 
 }  // namespace qvsslinit
