@@ -18,13 +18,22 @@ WString DirectoryInEnvironment() {
   }
 }
 
+/// What the system asks for; empty when that is nothing, or no path.
+WString PreferencesFolder() {
+  try {
+    return platform::FindPreferencesFolder();
+  } catch (const exception::Exception&) {
+    return WString();
+  }
+}
+
 }  // namespace
 
 WString GetCommonAppDataDirectory() {
   WString chosen = DirectoryInEnvironment();
   if (path::IsAbs(chosen)) return chosen;
 
-  const WString preferences = platform::FindPreferencesFolder();
+  const WString preferences = PreferencesFolder();
   return path::Join(preferences.empty() ? L"/Library/Preferences/" : preferences, L"kestrix");
 }
 

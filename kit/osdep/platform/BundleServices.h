@@ -8,7 +8,8 @@
 namespace qv::kit::osdep::platform {
 
 // Loadable bundles: directories that hold code and its resources. On systems without them every
-// look-up fails. What the references point to is known to the implementation alone.
+// look-up fails. What the references point to is known to the implementation alone. A name that
+// holds a zero character names nothing.
 
 struct OpaqueBundle;
 struct OpaqueUrl;

@@ -2,30 +2,32 @@
 
 #include <Carbon/Carbon.h>
 #include <dlfcn.h>
+#include <gtest/gtest.h>
+#include <iconv.h>
 
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <limits>
 #include <map>
 #include <optional>
-#include <set>
 #include <sstream>
 #include <utility>
 
-namespace {
-
-[[noreturn]] void Misused(const char* what) {
-  std::fprintf(stderr, "Core Foundation misused: %s\n", what);
-  std::abort();
-}
-
-}  // namespace
-
-/// What CFRelease can be called for.
+/// What CFRelease can be called for. It stays in memory to the end of the test, so that whoever
+/// uses it after its last release is found out.
 struct DoubleObject {
   virtual ~DoubleObject() = default;
+  /// The last reference has been released.
+  virtual void close() {}
+
+  bool isAlive() const { return references > 0 || isSystems; }
+
+  /// The call that gave it.
+  std::string origin;
+  int references = 1;
+  /// Whether it lives without a reference.
+  bool isSystems = false;
 };
 
 struct DoubleString : DoubleObject {
@@ -34,17 +36,14 @@ struct DoubleString : DoubleObject {
 };
 
 struct DoubleUrl : DoubleObject {
-  DoubleUrl(std::string where, bool directory) : path(std::move(where)), isDirectory(directory) {}
+  explicit DoubleUrl(std::string where) : path(std::move(where)) {}
   std::string path;
-  bool isDirectory;
 };
 
 struct DoubleBundle : DoubleObject {
   explicit DoubleBundle(std::string where) : path(std::move(where)) {}
-  DoubleBundle(const DoubleBundle&) = delete;
-  DoubleBundle& operator=(const DoubleBundle&) = delete;
-  ~DoubleBundle() override {
-    if (code != nullptr) ::dlclose(code);
+  void close() override {
+    if (code != nullptr) ::dlclose(std::exchange(code, nullptr));
   }
   std::string path;
   void* code = nullptr;
@@ -53,156 +52,205 @@ struct DoubleBundle : DoubleObject {
 namespace qv::tests {
 
 struct CoreFoundationDouble::State {
-  std::map<std::pair<std::int16_t, std::uint32_t>, std::string> folders;
-  std::unique_ptr<DoubleBundle> mainBundle;
+  std::map<std::pair<SInt16, UInt32>, std::string> folders;
+  DoubleBundle* mainBundle = nullptr;
   std::string processLocation;
   CFStringEncoding systemEncoding = kLatin1;
-  std::int16_t currentProcessResult = 0;
-  std::int32_t processLocationResult = 0;
-  std::set<std::string> failing;
+
+  std::map<std::string, std::int32_t> failing;
+  int callsUntilFailure = 0;
+  std::string failedCall;
   std::optional<CFIndex> claimedLength;
   CFIndex claimedBytes = 0;
-  std::vector<std::string> calls;
-  std::set<const void*> live;
+  std::optional<CFIndex> claimedMaximumSize;
 
-  bool fails(const char* function) const { return failing.count(function) != 0; }
+  std::vector<std::string> calls;
+  std::map<CFTypeRef, std::unique_ptr<DoubleObject>> objects;
+  /// What the FSRefs stand for that were given out.
+  std::vector<std::string> places;
 };
 
 namespace {
 
+std::unique_ptr<CoreFoundationDouble> g_pDouble;
 CoreFoundationDouble::State* g_pState = nullptr;
 
+[[noreturn]] void Misused(const char* what) {
+  std::fprintf(stderr, "Core Foundation misused: %s\n", what);
+  std::abort();
+}
+
+void Require(bool condition, const char* what) {
+  if (!condition) Misused(what);
+}
+
 CoreFoundationDouble::State& State() {
-  if (g_pState == nullptr) Misused("a call outside a test");
+  Require(g_pState != nullptr, "a call outside a test");
   return *g_pState;
 }
 
-/// Notes the call of a function with its arguments. False when it is to fail.
+/// Gives every test of the program a double of its own and judges what is left of it.
+class EachTest : public testing::EmptyTestEventListener {
+  void OnTestStart(const testing::TestInfo& /*test*/) override {
+    g_pDouble = std::make_unique<CoreFoundationDouble>();
+  }
+  void OnTestEnd(const testing::TestInfo& /*test*/) override {
+    for (const auto& [reference, object] : State().objects) {
+      EXPECT_EQ(object->references, 0) << "never released: " << object->origin;
+    }
+    g_pDouble.reset();
+  }
+};
+
+const bool kIsListening =
+    (testing::UnitTest::GetInstance()->listeners().Append(new EachTest), true);
+
+/// Notes the call of a function with its arguments.
 template <typename... ArgumentsT>
-bool Enter(const char* function, const ArgumentsT&... arguments) {
+void Note(const char* function, const ArgumentsT&... arguments) {
   std::ostringstream text;
   text << function;
   ((text << ' ' << arguments), ...);
   State().calls.push_back(text.str());
-  return !State().fails(function);
 }
 
-template <typename ObjectT>
-ObjectT* Register(ObjectT* object) {
-  State().live.insert(object);
-  return object;
-}
-
-template <typename ObjectT>
-ObjectT* Alive(ObjectT* object) {
-  if (State().live.count(object) == 0) Misused("no such object");
-  return object;
-}
-
-void Append(std::u16string& units, char32_t character) {
-  if (character >= 0x10000) {
-    units += static_cast<char16_t>(0xD7C0 + (character >> 10));
-    units += static_cast<char16_t>(0xDC00 + (character & 0x3FF));
-  } else {
-    units += static_cast<char16_t>(character);
+/// The same for a function that can fail. Gives the status to fail with; 0 when it need not.
+template <typename... ArgumentsT>
+std::int32_t Status(const char* function, const ArgumentsT&... arguments) {
+  Note(function, arguments...);
+  if (State().callsUntilFailure > 0 && --State().callsUntilFailure == 0) {
+    State().failedCall = State().calls.back();
+    return -1;
   }
+  const auto failing = State().failing.find(function);
+  return failing == State().failing.end() ? 0 : failing->second;
 }
 
-bool IsSurrogate(char32_t unit) {
-  return unit >= 0xD800 && unit <= 0xDFFF;
+/// The same for a function that gives no status.
+template <typename... ArgumentsT>
+bool Succeeds(const char* function, const ArgumentsT&... arguments) {
+  return Status(function, arguments...) == 0;
 }
 
-/// The character at position, which moves on; a lone surrogate is given as it is.
-char32_t Next(const std::u16string& units, std::size_t& position) {
-  const char32_t first = units[position++];
-  if (first < 0xD800 || first > 0xDBFF || position == units.size()) return first;
-  const char32_t second = units[position];
-  if (second < 0xDC00 || second > 0xDFFF) return first;
-  ++position;
-  return 0x10000 + ((first & 0x3FF) << 10) + (second & 0x3FF);
+/// Gives the caller a reference to a new object, which the last call brought about or else origin.
+template <typename ObjectT>
+ObjectT* Give(std::unique_ptr<ObjectT> object, const std::string& origin = State().calls.back()) {
+  ObjectT* const given = object.get();
+  given->origin = origin;
+  State().objects[given] = std::move(object);
+  return given;
 }
 
-/// The bytes of a character, none when the encoding does not have it.
-std::string Encode(char32_t character, CFStringEncoding encoding) {
-  const auto byte = [](char32_t value) { return static_cast<char>(value & 0xFF); };
-  if (IsSurrogate(character)) return "";
+template <typename ObjectT>
+ObjectT& Alive(CFTypeRef reference) {
+  Require(reference != nullptr, "null in place of an object");
+  const auto found = State().objects.find(reference);
+  Require(found != State().objects.end(), "not an object");
+  Require(found->second->isAlive(), "used after its release");
+  auto* const object = dynamic_cast<ObjectT*>(found->second.get());
+  Require(object != nullptr, "an object of another kind");
+  return *object;
+}
+
+const char* NameOf(CFStringEncoding encoding) {
   switch (encoding) {
-    case kCFStringEncodingUTF32LE:
-      return {byte(character), byte(character >> 8), byte(character >> 16), byte(character >> 24)};
-    case kAscii:
-      return character < 0x80 ? std::string{byte(character)} : "";
     case kLatin1:
-      return character < 0x100 ? std::string{byte(character)} : "";
-    case kUtf8: {
-      if (character < 0x80) return {byte(character)};
-      const char last = byte(0x80 | (character & 0x3F));
-      if (character < 0x800) return {byte(0xC0 | character >> 6), last};
-      const char third = byte(0x80 | (character >> 6 & 0x3F));
-      if (character < 0x10000) return {byte(0xE0 | character >> 12), third, last};
-      return {byte(0xF0 | character >> 18), byte(0x80 | (character >> 12 & 0x3F)), third, last};
-    }
+      return "ISO-8859-1";
+    case kUtf8:
+      return "UTF-8";
+    case kCFStringEncodingUTF32LE:
+      return "UTF-32LE";
     default:
-      Misused("unknown encoding");
+      Misused("an encoding that there is not");
   }
 }
 
-/// The first character of the bytes, in 1 to 4 of them; nothing when they are not text.
-std::optional<std::pair<char32_t, std::size_t>> Decode(const std::string& bytes,
-                                                       CFStringEncoding encoding) {
-  const auto byte = [&](std::size_t at) {
-    return at < bytes.size() ? static_cast<unsigned char>(bytes[at]) : char32_t{0};
-  };
-  char32_t character = byte(0);
-  std::size_t length = 1;
-  if (encoding == kCFStringEncodingUTF32LE) {
-    character |= byte(1) << 8 | byte(2) << 16 | byte(3) << 24;
-    length = 4;
-  } else if (encoding == kUtf8 && character >= 0x80) {
-    length = character >= 0xF0 ? 4 : character >= 0xE0 ? 3 : 2;
-    character &= 0x7FU >> length;
-    for (std::size_t at = 1; at < length; ++at) {
-      character = character << 6 | (byte(at) & 0x3F);
-    }
-  }
-  // What does not come out as it went in is no text.
-  if (character > 0x10FFFF || bytes.compare(0, length, Encode(character, encoding)) != 0) {
-    return std::nullopt;
-  }
-  return std::make_pair(character, length);
+/// Nothing when the bytes are no text in the one encoding, or none that the other has.
+std::optional<std::string> Convert(std::string bytes, const char* from, const char* to) {
+  std::string converted(4 * bytes.size(), '\0');
+  char* in = bytes.data();
+  char* out = converted.data();
+  std::size_t inLeft = bytes.size();
+  std::size_t outLeft = converted.size();
+  const iconv_t descriptor = ::iconv_open(to, from);
+  const bool isText = ::iconv(descriptor, &in, &inLeft, &out, &outLeft) == 0;
+  ::iconv_close(descriptor);
+  if (!isText) return std::nullopt;
+  converted.resize(converted.size() - outLeft);
+  return converted;
+}
+
+/// The bytes of the character at position, which moves on; nothing when it is half of one, or the
+/// encoding does not have it.
+std::optional<std::string> Encode(const std::u16string& units, std::size_t& position,
+                                  CFStringEncoding encoding) {
+  const std::size_t first = position++;
+  const bool isPair = position < units.size() && (units[first] & 0xFC00) == 0xD800 &&
+                      (units[position] & 0xFC00) == 0xDC00;
+  if (isPair) ++position;
+  const auto* const bytes = reinterpret_cast<const char*>(&units[first]);
+  return Convert({bytes, isPair ? 4U : 2U}, "UTF-16LE", NameOf(encoding));
 }
 
 std::string Utf8(CFStringRef string) {
+  const std::u16string& units = Alive<DoubleString>(string).units;
   std::string text;
-  for (std::size_t position = 0; position < string->units.size();)
-    text += Encode(Next(string->units, position), kUtf8);
+  for (std::size_t position = 0; position < units.size();)
+    text += Encode(units, position, kUtf8).value_or("");
   return text;
 }
 
-DoubleString* NewString(const std::string& bytes, CFStringEncoding encoding) {
-  std::u16string units;
-  for (std::size_t position = 0; position < bytes.size();) {
-    const auto decoded = Decode(bytes.substr(position, 4), encoding);
-    if (!decoded) return nullptr;
-    Append(units, decoded->first);
-    position += decoded->second;
-  }
-  return Register(new DoubleString(units));
+CFStringRef NewString(const std::string& bytes, CFStringEncoding encoding) {
+  const auto converted = Convert(bytes, NameOf(encoding), "UTF-16LE");
+  if (!converted) return nullptr;
+  std::u16string units(converted->size() / 2, u'\0');
+  converted->copy(reinterpret_cast<char*>(units.data()), converted->size());
+  return Give(std::make_unique<DoubleString>(units));
 }
 
-// An FSRef holds the beginning of the path that it stands for.
+CFURLRef NewUrl(const std::string& path) {
+  return Give(std::make_unique<DoubleUrl>(path));
+}
+
+// An FSRef holds the number of a place, counted from 1.
 void SetPlace(FSRef* place, const std::string& path) {
-  if (path.size() >= sizeof place->hidden) Misused("a path too long for this double");
-  std::memcpy(place->hidden, path.c_str(), path.size() + 1);
+  State().places.push_back(path);
+  const std::size_t number = State().places.size();
+  std::memcpy(place->hidden, &number, sizeof number);
+}
+
+std::string PathOf(const FSRef* place) {
+  std::size_t number = 0;
+  std::memcpy(&number, place->hidden, sizeof number);
+  Require(number > 0 && number <= State().places.size(), "no place");
+  return State().places[number - 1];
 }
 
 const char* DirectoryWord(bool isDirectory) {
   return isDirectory ? "directory" : "file";
 }
 
+void RequireDefault(CFAllocatorRef allocator) {
+  Require(allocator == kCFAllocatorDefault, "an allocator of the caller's");
+}
+
+/// The bundle at path, when somebody holds a reference to it.
+DoubleBundle* OpenBundle(const std::string& path) {
+  for (const auto& [reference, object] : State().objects) {
+    auto* const bundle = dynamic_cast<DoubleBundle*>(object.get());
+    if (bundle != nullptr && bundle->references > 0 && bundle->path == path) return bundle;
+  }
+  return nullptr;
+}
+
 }  // namespace
 
-CoreFoundationDouble::CoreFoundationDouble() : state_(std::make_unique<State>()) {
-  if (g_pState != nullptr) Misused("two doubles at a time");
+CoreFoundationDouble& CoreFoundationDouble::instance() {
+  State();
+  return *g_pDouble;
+}
+
+CoreFoundationDouble::CoreFoundationDouble() : state_(std::make_unique<struct State>()) {
   g_pState = state_.get();
 }
 
@@ -210,13 +258,14 @@ CoreFoundationDouble::~CoreFoundationDouble() {
   g_pState = nullptr;
 }
 
-void CoreFoundationDouble::addFolder(std::int16_t domain, std::uint32_t type,
-                                     const std::string& path) {
+void CoreFoundationDouble::addFolder(SInt16 domain, UInt32 type, const std::string& path) {
   state_->folders[{domain, type}] = path;
 }
 
 void CoreFoundationDouble::setMainBundle(const std::string& path) {
-  state_->mainBundle = std::make_unique<DoubleBundle>(path);
+  state_->mainBundle = Give(std::make_unique<DoubleBundle>(path), "setMainBundle");
+  state_->mainBundle->isSystems = true;
+  state_->mainBundle->references = 0;
 }
 
 void CoreFoundationDouble::setProcessLocation(const std::string& path) {
@@ -227,16 +276,17 @@ void CoreFoundationDouble::setSystemEncoding(CFStringEncoding encoding) {
   state_->systemEncoding = encoding;
 }
 
-void CoreFoundationDouble::setCurrentProcessResult(std::int16_t error) {
-  state_->currentProcessResult = error;
+void CoreFoundationDouble::fail(const std::string& name, std::int32_t status) {
+  state_->failing[name] = status;
 }
 
-void CoreFoundationDouble::setProcessLocationResult(std::int32_t status) {
-  state_->processLocationResult = status;
+void CoreFoundationDouble::failCall(int number) {
+  state_->callsUntilFailure = number;
+  state_->failedCall.clear();
 }
 
-void CoreFoundationDouble::fail(const std::string& name) {
-  state_->failing.insert(name);
+const std::string& CoreFoundationDouble::failedCall() const {
+  return state_->failedCall;
 }
 
 void CoreFoundationDouble::claimLength(CFIndex length) {
@@ -247,61 +297,72 @@ void CoreFoundationDouble::claimMoreBytes(CFIndex bytes) {
   state_->claimedBytes = bytes;
 }
 
+void CoreFoundationDouble::claimMaximumSize(CFIndex size) {
+  state_->claimedMaximumSize = size;
+}
+
 CFStringRef CoreFoundationDouble::makeString(const std::u16string& units) {
-  return Register(new DoubleString(units));
+  return Give(std::make_unique<DoubleString>(units), "makeString");
 }
 
 const std::vector<std::string>& CoreFoundationDouble::calls() const {
   return state_->calls;
 }
 
-int CoreFoundationDouble::liveObjects() const {
-  return static_cast<int>(state_->live.size());
+int CoreFoundationDouble::references() const {
+  int references = 0;
+  for (const auto& [reference, object] : state_->objects)
+    references += object->references;
+  return references;
 }
 
 }  // namespace qv::tests
 
 using namespace qv::tests;
 
-void CFRelease(CFTypeRef object) {
-  if (State().live.erase(object) == 0) Misused("release of what is not there");
-  delete static_cast<const DoubleObject*>(object);
+void CFRelease(CFTypeRef reference) {
+  auto& object = Alive<DoubleObject>(reference);
+  Require(object.references > 0, "released without a reference");
+  if (--object.references == 0) object.close();
 }
 
 CFStringRef CFStringCreateWithBytes(CFAllocatorRef allocator, const UInt8* bytes, CFIndex length,
                                     CFStringEncoding encoding, Boolean isExternalRepresentation) {
-  if (allocator != kCFAllocatorDefault || isExternalRepresentation) Misused("CreateWithBytes");
-  if (!Enter("CFStringCreateWithBytes", length, encoding)) return nullptr;
+  RequireDefault(allocator);
+  Require(!isExternalRepresentation, "an external representation");
+  if (!Succeeds("CFStringCreateWithBytes", length, encoding)) return nullptr;
   return NewString({bytes, bytes + length}, encoding);
 }
 
 CFIndex CFStringGetLength(CFStringRef string) {
-  Enter("CFStringGetLength");
-  return State().claimedLength.value_or(static_cast<CFIndex>(Alive(string)->units.size()));
+  Note("CFStringGetLength");
+  const auto length = static_cast<CFIndex>(Alive<DoubleString>(string).units.size());
+  return State().claimedLength.value_or(length);
 }
 
 CFIndex CFStringGetBytes(CFStringRef string, CFRange range, CFStringEncoding encoding,
                          UInt8 lossByte, Boolean isExternalRepresentation, UInt8* buffer,
                          CFIndex bufferLength, CFIndex* usedLength) {
-  Enter("CFStringGetBytes", encoding, unsigned{lossByte}, bufferLength);
-  const std::u16string& units = Alive(string)->units;
-  if (range.location != 0 || range.length != static_cast<CFIndex>(units.size()) ||
-      isExternalRepresentation) {
-    Misused("GetBytes");
-  }
+  Require(!isExternalRepresentation, "an external representation");
+  const std::u16string& units = Alive<DoubleString>(string).units;
+  const auto length = static_cast<CFIndex>(units.size());
+  Require(range.location == 0 && range.length == State().claimedLength.value_or(length),
+          "a part of a string");
+  if (!Succeeds("CFStringGetBytes", encoding, unsigned{lossByte}, bufferLength)) return 0;
   std::size_t position = 0;
   std::size_t used = 0;
   while (position < units.size()) {
     std::size_t next = position;
-    std::string bytes = Encode(Next(units, next), encoding);
-    if (bytes.empty() && lossByte != 0) bytes = Encode(lossByte, encoding);
-    if (bytes.empty()) break;
+    auto bytes = Encode(units, next, encoding);
+    if (!bytes && lossByte != 0)
+      bytes = Convert({static_cast<char>(lossByte)}, "ASCII", NameOf(encoding));
+    if (!bytes) break;
     // Without a buffer the bytes are only counted.
     if (buffer != nullptr) {
-      if (used + bytes.size() > static_cast<std::size_t>(bufferLength)) break;
-      std::memcpy(buffer + used, bytes.data(), bytes.size());
+      if (used + bytes->size() > static_cast<std::size_t>(bufferLength)) break;
+      std::memcpy(buffer + used, bytes->data(), bytes->size());
     }
-    used += bytes.size();
+    used += bytes->size();
     position = next;
   }
   *usedLength = static_cast<CFIndex>(used) + State().claimedBytes;
@@ -309,9 +370,8 @@ CFIndex CFStringGetBytes(CFStringRef string, CFRange range, CFStringEncoding enc
 }
 
 CFIndex CFStringGetMaximumSizeForEncoding(CFIndex length, CFStringEncoding encoding) {
-  Enter("CFStringGetMaximumSizeForEncoding", length, encoding);
-  if (State().fails("CFStringGetMaximumSizeForEncoding")) return -1;
-  return encoding == kUtf8 ? length * 3 : length;
+  if (!Succeeds("CFStringGetMaximumSizeForEncoding", length, encoding)) return -1;
+  return State().claimedMaximumSize.value_or(encoding == kUtf8 ? length * 3 : length);
 }
 
 CFStringEncoding CFStringGetSystemEncoding() {
@@ -320,73 +380,80 @@ CFStringEncoding CFStringGetSystemEncoding() {
 
 CFURLRef CFURLCreateWithFileSystemPath(CFAllocatorRef allocator, CFStringRef path,
                                        CFURLPathStyle style, Boolean isDirectory) {
-  if (allocator != kCFAllocatorDefault) Misused("allocator");
-  const std::string text = Utf8(Alive(path));
-  if (!Enter("CFURLCreateWithFileSystemPath", text, style, DirectoryWord(isDirectory))) {
-    return nullptr;
-  }
-  return Register(new DoubleUrl(text, isDirectory));
+  RequireDefault(allocator);
+  const std::string text = Utf8(path);
+  const char* const kind = DirectoryWord(isDirectory);
+  if (!Succeeds("CFURLCreateWithFileSystemPath", text, style, kind)) return nullptr;
+  return NewUrl(text);
 }
 
 CFURLRef CFURLCreateCopyAppendingPathComponent(CFAllocatorRef allocator, CFURLRef url,
                                                CFStringRef component, Boolean isDirectory) {
-  if (allocator != kCFAllocatorDefault) Misused("allocator");
-  const std::string text = Utf8(Alive(component));
-  if (!Enter("CFURLCreateCopyAppendingPathComponent", text, DirectoryWord(isDirectory))) {
-    return nullptr;
-  }
-  return Register(new DoubleUrl(Alive(url)->path + "/" + text, isDirectory));
+  RequireDefault(allocator);
+  const std::string folder = Alive<DoubleUrl>(url).path;
+  const std::string text = Utf8(component);
+  const char* const kind = DirectoryWord(isDirectory);
+  if (!Succeeds("CFURLCreateCopyAppendingPathComponent", text, kind)) return nullptr;
+  return NewUrl(folder + "/" + text);
 }
 
 CFURLRef CFURLCreateFromFSRef(CFAllocatorRef allocator, const FSRef* place) {
-  if (allocator != kCFAllocatorDefault) Misused("allocator");
-  const std::string path(reinterpret_cast<const char*>(place->hidden));
-  if (!Enter("CFURLCreateFromFSRef", path)) return nullptr;
-  return Register(new DoubleUrl(path, true));
+  RequireDefault(allocator);
+  const std::string path = PathOf(place);
+  if (!Succeeds("CFURLCreateFromFSRef", path)) return nullptr;
+  return NewUrl(path);
 }
 
 CFStringRef CFURLCopyFileSystemPath(CFURLRef url, CFURLPathStyle style) {
-  if (!Enter("CFURLCopyFileSystemPath", Alive(url)->path, style)) return nullptr;
-  return NewString(url->path, kUtf8);
+  const std::string& path = Alive<DoubleUrl>(url).path;
+  if (!Succeeds("CFURLCopyFileSystemPath", path, style)) return nullptr;
+  return NewString(path, kUtf8);
 }
 
 CFBundleRef CFBundleCreate(CFAllocatorRef allocator, CFURLRef url) {
-  if (allocator != kCFAllocatorDefault) Misused("allocator");
-  if (!Enter("CFBundleCreate", Alive(url)->path)) return nullptr;
-  if (!std::filesystem::is_directory(url->path)) return nullptr;
-  return Register(new DoubleBundle(url->path));
+  RequireDefault(allocator);
+  const std::string& path = Alive<DoubleUrl>(url).path;
+  if (!Succeeds("CFBundleCreate", path)) return nullptr;
+  if (!std::filesystem::is_directory(path.c_str())) return nullptr;
+  // A bundle that is open is opened once more, not twice.
+  if (DoubleBundle* const open = OpenBundle(path)) {
+    ++open->references;
+    return open;
+  }
+  return Give(std::make_unique<DoubleBundle>(path));
 }
 
 CFBundleRef CFBundleGetMainBundle() {
-  Enter("CFBundleGetMainBundle");
-  return State().mainBundle.get();
+  return Succeeds("CFBundleGetMainBundle") ? State().mainBundle : nullptr;
 }
 
 CFURLRef CFBundleCopyResourceURL(CFBundleRef bundle, CFStringRef name, CFStringRef type,
                                  CFStringRef subdirectory) {
-  if (type != nullptr || subdirectory != nullptr) Misused("CopyResourceURL");
-  const std::string text = Utf8(Alive(name));
-  if (!Enter("CFBundleCopyResourceURL", text)) return nullptr;
-  const std::string path = bundle->path + "/" + text;
-  return std::filesystem::exists(path) ? Register(new DoubleUrl(path, false)) : nullptr;
+  Require(type == nullptr && subdirectory == nullptr, "a resource by more than its name");
+  const std::string text = Utf8(name);
+  const std::string path = Alive<DoubleBundle>(bundle).path + "/" + text;
+  if (!Succeeds("CFBundleCopyResourceURL", text)) return nullptr;
+  return std::filesystem::exists(path.c_str()) ? NewUrl(path) : nullptr;
 }
 
 Boolean CFBundleIsExecutableLoaded(CFBundleRef bundle) {
-  return Alive(bundle)->code != nullptr;
+  const bool isLoaded = Alive<DoubleBundle>(bundle).code != nullptr;
+  return Succeeds("CFBundleIsExecutableLoaded") && isLoaded;
 }
 
-void* CFBundleGetFunctionPointerForName(CFBundleRef bundle, CFStringRef name) {
-  const std::string text = Utf8(Alive(name));
-  if (!Enter("CFBundleGetFunctionPointerForName", text)) return nullptr;
-  if (Alive(bundle)->code == nullptr) {
-    bundle->code = ::dlopen((bundle->path + "/code").c_str(), RTLD_NOW);
+void* CFBundleGetFunctionPointerForName(CFBundleRef reference, CFStringRef name) {
+  auto& bundle = Alive<DoubleBundle>(reference);
+  const std::string text = Utf8(name);
+  if (!Succeeds("CFBundleGetFunctionPointerForName", text)) return nullptr;
+  if (bundle.code == nullptr) {
+    bundle.code = ::dlopen((bundle.path + "/code").c_str(), RTLD_NOW);
   }
-  return bundle->code == nullptr ? nullptr : ::dlsym(bundle->code, text.c_str());
+  return bundle.code == nullptr ? nullptr : ::dlsym(bundle.code, text.c_str());
 }
 
 OSErr FSFindFolder(SInt16 domain, OSType type, Boolean create, FSRef* place) {
-  if (create != kDontCreateFolder) Misused("a folder would be created");
-  Enter("FSFindFolder", domain, type);
+  Require(create == kDontCreateFolder, "a folder would be created");
+  if (const auto status = Status("FSFindFolder", domain, type)) return static_cast<OSErr>(status);
   const auto found = State().folders.find({domain, type});
   if (found == State().folders.end()) return -43;
   SetPlace(place, found->second);
@@ -394,13 +461,16 @@ OSErr FSFindFolder(SInt16 domain, OSType type, Boolean create, FSRef* place) {
 }
 
 OSErr GetCurrentProcess(ProcessSerialNumber* process) {
-  Enter("GetCurrentProcess");
+  if (const auto status = Status("GetCurrentProcess")) return static_cast<OSErr>(status);
   *process = {0, 2};
-  return State().currentProcessResult;
+  return noErr;
 }
 
 OSStatus GetProcessBundleLocation(const ProcessSerialNumber* process, FSRef* place) {
-  Enter("GetProcessBundleLocation", process->highLongOfPSN, process->lowLongOfPSN);
+  const auto status =
+      Status("GetProcessBundleLocation", process->highLongOfPSN, process->lowLongOfPSN);
+  if (status != 0) return status;
+  if (State().processLocation.empty()) return -43;
   SetPlace(place, State().processLocation);
-  return State().processLocationResult;
+  return noErr;
 }

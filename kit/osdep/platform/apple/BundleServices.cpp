@@ -22,6 +22,12 @@ OwnedUrl Own(CFURLRef url) {
   return OwnedUrl(reinterpret_cast<UrlReference>(url));
 }
 
+/// Null where name is no text, or where the system would take a zero character for its end and find
+/// something else.
+CFOwner<CFStringRef> NameToCF(const WString& name) {
+  return CFOwner<CFStringRef>(name.hasEmbeddedNull() ? nullptr : StringToCFString(name));
+}
+
 }  // namespace
 
 void ReleaseBundle(BundleReference bundle) noexcept {
@@ -33,7 +39,7 @@ void ReleaseUrl(UrlReference url) noexcept {
 }
 
 OwnedUrl CreateUrlFromPath(const WString& path) {
-  const CFOwner<CFStringRef> text(StringToCFString(path));
+  const CFOwner<CFStringRef> text = NameToCF(path);
   if (text == nullptr) return nullptr;
   return Own(
       CFURLCreateWithFileSystemPath(kCFAllocatorDefault, text.get(), kCFURLPOSIXPathStyle, true));
@@ -46,7 +52,7 @@ OwnedUrl CreateUrlInStandardFolder(const WString& name, FolderDomain domain, Fol
     return nullptr;
   }
   const CFOwner<CFURLRef> folder(CFURLCreateFromFSRef(kCFAllocatorDefault, &place));
-  const CFOwner<CFStringRef> text(StringToCFString(name));
+  const CFOwner<CFStringRef> text = NameToCF(name);
   if (folder == nullptr || text == nullptr) return nullptr;
   return Own(
       CFURLCreateCopyAppendingPathComponent(kCFAllocatorDefault, folder.get(), text.get(), false));
@@ -55,7 +61,7 @@ OwnedUrl CreateUrlInStandardFolder(const WString& name, FolderDomain domain, Fol
 OwnedUrl CreateUrlOfMainBundleResource(const WString& name) {
   // Not ours to release. A program need not have one.
   const CFBundleRef mainBundle = CFBundleGetMainBundle();
-  const CFOwner<CFStringRef> text(StringToCFString(name));
+  const CFOwner<CFStringRef> text = NameToCF(name);
   if (mainBundle == nullptr || text == nullptr) return nullptr;
   return Own(CFBundleCopyResourceURL(mainBundle, text.get(), nullptr, nullptr));
 }
@@ -70,7 +76,7 @@ bool IsBundleExecutableLoaded(BundleReference bundle) {
 }
 
 void* GetBundleFunctionPointer(BundleReference bundle, const WString& name) {
-  const CFOwner<CFStringRef> text(StringToCFString(name));
+  const CFOwner<CFStringRef> text = NameToCF(name);
   if (text == nullptr) return nullptr;
   return CFBundleGetFunctionPointerForName(ToCF(bundle), text.get());
 }

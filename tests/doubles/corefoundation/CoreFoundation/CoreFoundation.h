@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <type_traits>
 
 /// Marks a function whose result the caller releases, where the name does not say so.
 #ifdef __clang__
@@ -13,9 +14,10 @@
 
 using Boolean = unsigned char;
 using UInt8 = std::uint8_t;
-using UInt32 = std::uint32_t;
 using SInt16 = std::int16_t;
-using SInt32 = std::int32_t;
+// 32 bits wide on every system, but not of one type.
+using UInt32 = std::conditional_t<sizeof(void*) == 4, unsigned long, unsigned int>;
+using SInt32 = std::conditional_t<sizeof(void*) == 4, signed long, signed int>;
 using CFIndex = long;
 using CFStringEncoding = UInt32;
 

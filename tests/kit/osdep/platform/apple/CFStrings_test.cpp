@@ -2,8 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <cstdint>
 #include <limits>
-#include <new>
 
 #include "kit/exception/OutOfRange.h"
 #include "kit/osdep/platform/apple/CFOwner.h"
@@ -14,6 +14,7 @@ namespace {
 
 using namespace qv::kit::osdep;
 using qv::kit::WString;
+using qv::kit::exception::OutOfRange;
 using qv::tests::Exactly;
 using testing::Contains;
 using testing::ElementsAre;
@@ -63,10 +64,39 @@ TEST_F(CFStringsTest, ConversionEndsAtHalfACharacter) {
   EXPECT_EQ(convert({char16_t{0xDC00}}), L"");
 }
 
-TEST_F(CFStringsTest, ALengthThatCannotBeCountedThrowsAndLeaksNothing) {
+TEST_F(CFStringsTest, NoPartOfACharacterCounts) {
+  for (const CFIndex more : {1, 2, 3}) {
+    foundation_.claimMoreBytes(more);
+    EXPECT_EQ(convert(u"a\U0001F600"), L"a\U0001F600");
+  }
+}
+
+TEST_F(CFStringsTest, WithoutAnyBytesThereIsNoText) {
+  foundation_.fail("CFStringGetBytes");
+  EXPECT_EQ(convert(u"abc"), L"");
+}
+
+TEST_F(CFStringsTest, ALengthThatAStringCannotHaveThrows) {
+  const CFOwner<CFStringRef> string(foundation_.makeString(u"abc"));
+  foundation_.claimLength(std::numeric_limits<CFIndex>::max());
+  EXPECT_THROW(CFStringToString(string.get()), OutOfRange);
+}
+
+TEST_F(CFStringsTest, ALengthIsNeverCutTo32Bits) {
+  const CFOwner<CFStringRef> string(foundation_.makeString(u"abc"));
+  for (const std::int64_t length :
+       std::initializer_list<std::int64_t>{0x80000000, 0xFFFFFFFF, 0x100000000, 0x100000003}) {
+    if (length > std::numeric_limits<CFIndex>::max()) GTEST_SKIP() << "needs lengths of 64 bits";
+    foundation_.claimLength(static_cast<CFIndex>(length));
+    EXPECT_THROW(CFStringToString(string.get()), OutOfRange) << length;
+  }
+}
+
+TEST_F(CFStringsTest, APathOfSuchALengthIsReleased) {
   const CFOwner<CFURLRef> url = urlOf(L"/a");
   foundation_.claimLength(std::numeric_limits<CFIndex>::max());
-  EXPECT_THROW(CFURLToFilePath(url.get(), kCFURLPOSIXPathStyle), qv::kit::exception::OutOfRange);
+  EXPECT_THROW(CFURLToFilePath(url.get(), kCFURLPOSIXPathStyle), OutOfRange);
+  EXPECT_EQ(foundation_.references(), 1);
 }
 
 TEST_F(CFStringsTest, StringsGoInAsUtf32) {
@@ -91,16 +121,24 @@ TEST_F(CFStringsTest, WhatIsNoCharacterDoesNotGoIn) {
   EXPECT_EQ(StringToCFString(WString(1, static_cast<wchar_t>(0x110000))), nullptr);
 }
 
+TEST_F(CFStringsTest, WhereNoStringCanBeMadeNoneGoesIn) {
+  foundation_.fail("CFStringCreateWithBytes");
+  EXPECT_EQ(StringToCFString(L"abc"), nullptr);
+}
+
 TEST_F(CFStringsTest, AUrlGivesItsPathInTheStyleAskedFor) {
   const CFOwner<CFURLRef> url = urlOf(L"/a/\u00E9");
   EXPECT_EQ(Exactly(CFURLToFilePath(url.get(), kCFURLPOSIXPathStyle)), L"/a/\u00E9");
   EXPECT_THAT(foundation_.calls(), Contains("CFURLCopyFileSystemPath /a/\u00E9 0"));
 }
 
-TEST_F(CFStringsTest, AUrlWithoutAPathGivesNothing) {
+TEST_F(CFStringsTest, AUrlGivesNothingWhereACallForItsPathFails) {
   const CFOwner<CFURLRef> url = urlOf(L"/a");
-  foundation_.fail("CFURLCopyFileSystemPath");
-  EXPECT_EQ(Exactly(CFURLToFilePath(url.get(), kCFURLPOSIXPathStyle)), L"");
+  const int calls = withEachCallFailing([&] {
+    const WString path = CFURLToFilePath(url.get(), kCFURLPOSIXPathStyle);
+    EXPECT_EQ(path.empty(), hasFailed());
+  });
+  EXPECT_EQ(calls, 2) << "a string and its bytes";
 }
 
 }  // namespace

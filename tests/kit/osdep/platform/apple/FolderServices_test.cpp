@@ -3,6 +3,9 @@
 #include <gmock/gmock.h>
 #include <stdlib.h>
 
+#include <limits>
+#include <string>
+
 #include "kit/osdep/GetCertStoreDir.h"
 #include "kit/osdep/GetCommonAppDataDirectory.h"
 #include "tests/doubles/Text.h"
@@ -12,6 +15,7 @@ namespace {
 
 using namespace qv::kit::osdep;
 using platform::FindPreferencesFolder;
+using qv::kit::WString;
 using qv::tests::Exactly;
 using testing::ElementsAre;
 
@@ -44,17 +48,27 @@ TEST_F(ApplePreferences, AreNotAskedForWhenTheEnvironmentNamesADirectory) {
   ::unsetenv("QVPUBAPPDATADIR");
 }
 
-class ApplePreferencesFailure : public ApplePreferences,
-                                public testing::WithParamInterface<const char*> {};
-
-TEST_P(ApplePreferencesFailure, FallsBackToLibraryPreferences) {
-  foundation_.fail(GetParam());
-  EXPECT_EQ(Exactly(FindPreferencesFolder()), L"");
-  EXPECT_EQ(Exactly(GetCommonAppDataDirectory()), L"/Library/Preferences/kestrix");
+TEST_F(ApplePreferences, AreNoneWhereACallForThemFails) {
+  const int calls = withEachCallFailing([&] {
+    const WString folder = FindPreferencesFolder();
+    EXPECT_EQ(folder.empty(), hasFailed());
+  });
+  EXPECT_EQ(calls, 4) << "a folder, its place, a string and its bytes";
 }
 
-INSTANTIATE_TEST_SUITE_P(EachCall, ApplePreferencesFailure,
-                         testing::Values("CFURLCreateFromFSRef", "CFURLCopyFileSystemPath"));
+TEST_F(ApplePreferences, FallBackToLibraryPreferencesWhereACallFails) {
+  withEachCallFailing([&] {
+    const WString directory = GetCommonAppDataDirectory();
+    const std::wstring folder = hasFailed() ? L"/Library" : L"/Volumes/disk";
+    EXPECT_EQ(Exactly(directory), folder + L"/Preferences/kestrix");
+  });
+}
+
+TEST_F(ApplePreferences, FallBackToLibraryPreferencesWhereTheirPathIsTooLongToBeOne) {
+  foundation_.claimLength(std::numeric_limits<CFIndex>::max());
+  EXPECT_EQ(Exactly(GetCommonAppDataDirectory()), L"/Library/Preferences/kestrix");
+  EXPECT_EQ(Exactly(GetCertStoreDir()), L"/Library/Preferences/kestrix/certstore");
+}
 
 class AppleWithoutFolders : public qv::tests::AppleTest {};
 

@@ -2,6 +2,9 @@
 
 #include <gmock/gmock.h>
 
+#include <string>
+#include <vector>
+
 #include "kit/exception/CarbonError.h"
 #include "kit/osdep/GetExePath.h"
 #include "kit/osdep/GetModuleDirectory.h"
@@ -11,6 +14,7 @@
 namespace {
 
 using namespace qv::kit::osdep;
+using qv::kit::WString;
 using qv::tests::Exactly;
 using testing::ElementsAre;
 using testing::StartsWith;
@@ -47,36 +51,46 @@ TEST_F(AppleProcess, LiesInADirectoryThatEndsInASlash) {
 }
 
 TEST_F(AppleProcess, ThatIsNotKnownThrowsTheCodeOfTheCall) {
-  foundation_.setCurrentProcessResult(-600);
+  foundation_.fail("GetCurrentProcess", -600);
   EXPECT_EQ(errorCode(), static_cast<std::uint32_t>(-600));
   EXPECT_FALSE(called("GetProcessBundleLocation"));
 }
 
 TEST_F(AppleProcess, WithoutABundleLocationThrowsTheCodeOfTheCall) {
-  foundation_.setProcessLocationResult(-43);
+  foundation_.fail("GetProcessBundleLocation", -43);
   EXPECT_EQ(errorCode(), static_cast<std::uint32_t>(-43));
-  foundation_.setProcessLocationResult(-32768);
+  foundation_.fail("GetProcessBundleLocation", -32768);
   EXPECT_EQ(errorCode(), static_cast<std::uint32_t>(-32768));
-  foundation_.setProcessLocationResult(32767);
+  foundation_.fail("GetProcessBundleLocation", 32767);
   EXPECT_EQ(errorCode(), 32767U);
   EXPECT_FALSE(called("CFURLCreateFromFSRef"));
 }
 
 TEST_F(AppleProcess, NeverThrowsWhatACodeTooLargeLeavesInSixteenBits) {
   for (const std::int32_t status : {0x10000, -0x10000, 32768, -32769}) {
-    foundation_.setProcessLocationResult(status);
+    foundation_.fail("GetProcessBundleLocation", status);
     EXPECT_EQ(errorCode(), static_cast<std::uint32_t>(-1)) << status;
   }
 }
 
 TEST_F(AppleProcess, WhoseLocationMakesNoUrlThrowsMinusOne) {
-  foundation_.fail("CFURLCreateFromFSRef");
+  foundation_.fail("CFURLCreateFromFSRef", -43);
   EXPECT_EQ(errorCode(), static_cast<std::uint32_t>(-1));
 }
 
-TEST_F(AppleProcess, WhoseUrlHasNoPathHasNone) {
-  foundation_.fail("CFURLCopyFileSystemPath");
-  EXPECT_EQ(Exactly(GetExePath()), L"");
+TEST_F(AppleProcess, ThrowsWhereItsLocationFailsAndHasNoPathWhereThatDoes) {
+  std::vector<std::string> thrown;
+  const int calls = withEachCallFailing([&] {
+    try {
+      const WString path = GetExePath();
+      EXPECT_EQ(path.empty(), hasFailed());
+    } catch (const CarbonError&) {
+      thrown.push_back(foundation_.failedCall());
+    }
+  });
+  EXPECT_EQ(calls, 5) << "a process, its location, a place, a string and its bytes";
+  EXPECT_THAT(thrown, ElementsAre("GetCurrentProcess", "GetProcessBundleLocation 0 2",
+                                  "CFURLCreateFromFSRef /Applications/Host.app"));
 }
 
 }  // namespace

@@ -2,13 +2,17 @@
 
 #include <gmock/gmock.h>
 
+#include <cstdint>
+#include <limits>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "kit/exception/InvalidLocale.h"
 #include "kit/exception/OutOfRange.h"
 #include "kit/osdep/AnsiToWide.h"
 #include "kit/osdep/WideToAnsi.h"
+#include "tests/ReservedRange.h"
 #include "tests/kit/osdep/platform/apple/AppleTest.h"
 
 namespace {
@@ -16,7 +20,6 @@ namespace {
 using namespace qv::kit::osdep;
 using qv::kit::exception::InvalidLocale;
 using qv::kit::exception::OutOfRange;
-using qv::tests::kAscii;
 using qv::tests::kLatin1;
 using qv::tests::kUtf8;
 using testing::Contains;
@@ -82,7 +85,7 @@ TEST_F(AppleEncoding, WithoutACharacterHasOneQuestionMarkForIt) {
 }
 
 TEST_F(AppleEncoding, ThatTheBytesAreNotInThrowsInvalidLocale) {
-  foundation_.setSystemEncoding(kAscii);
+  foundation_.setSystemEncoding(kUtf8);
   try {
     toWide("a\xE9");
     FAIL();
@@ -117,7 +120,7 @@ TEST_F(AppleEncoding, WritesNothingWithoutRoomNotEvenForANullOutput) {
 }
 
 TEST_F(AppleEncoding, ThatTheTextIsNotInThrowsInvalidLocaleWithoutRoomToo) {
-  foundation_.setSystemEncoding(kAscii);
+  foundation_.setSystemEncoding(kUtf8);
   EXPECT_THROW(toWide("\xE9", 0), InvalidLocale);
   EXPECT_THROW(toNarrow(std::wstring(1, static_cast<wchar_t>(0x110000)), 0), InvalidLocale);
 }
@@ -145,6 +148,99 @@ TEST_F(AppleEncoding, TellsTheRoomThatNarrowTextNeeds) {
 TEST_F(AppleEncoding, ThatCannotTellTheRoomThrowsOutOfRange) {
   foundation_.fail("CFStringGetMaximumSizeForEncoding");
   EXPECT_THROW(required(L"abcd"), OutOfRange);
+}
+
+TEST_F(AppleEncoding, MayNeedAllTheRoomThat32BitsCount) {
+  for (const std::int64_t size :
+       std::initializer_list<std::int64_t>{0, 1, 0x7FFFFFFF, 0x80000000, 0xFFFFFFFF}) {
+    if (size > std::numeric_limits<CFIndex>::max()) GTEST_SKIP() << "needs sizes of 64 bits";
+    foundation_.claimMaximumSize(static_cast<CFIndex>(size));
+    EXPECT_EQ(required(L"abcd"), size);
+  }
+}
+
+TEST_F(AppleEncoding, ThatNeedsMoreRoomThrowsOutOfRange) {
+  for (const std::int64_t size :
+       std::initializer_list<std::int64_t>{0x100000000, 0x100000004, 0x7FFFFFFFFFFFFFFF}) {
+    if (size > std::numeric_limits<CFIndex>::max()) GTEST_SKIP() << "needs sizes of 64 bits";
+    foundation_.claimMaximumSize(static_cast<CFIndex>(size));
+    EXPECT_THROW(required(L"abcd"), OutOfRange) << size;
+    EXPECT_THROW(WideToAnsi(L"abcd", "carbon"), OutOfRange) << size;
+  }
+}
+
+TEST_F(AppleEncoding, OfMoreCharactersThan32BitsCountThrowsOutOfRange) {
+  if (!ReservedRange<wchar_t>::fits(0x100000000)) GTEST_SKIP() << "needs addresses of 64 bits";
+  const ReservedRange<wchar_t> text(0x100000000);
+  EXPECT_THROW(GetCarbonWideToAnsiRequiredBufferLength(text.begin(), text.end()), OutOfRange);
+}
+
+TEST_F(AppleEncoding, GetsInputBeyond32BitsWhole) {
+  if (!ReservedRange<char>::fits(0x100000001)) GTEST_SKIP() << "needs addresses of 64 bits";
+  foundation_.fail("CFStringCreateWithBytes");
+  const ReservedRange<char> narrow(0x100000001);
+  wchar_t* wideEnd = nullptr;
+  EXPECT_THROW(CarbonAnsiToWide(narrow.begin(), narrow.end(), nullptr, wideEnd), InvalidLocale);
+  const ReservedRange<wchar_t> wide(0x40000001);
+  char* narrowEnd = nullptr;
+  EXPECT_THROW(CarbonWideToAnsi(wide.begin(), wide.end(), nullptr, narrowEnd), InvalidLocale);
+  EXPECT_THAT(foundation_.calls(), ElementsAre("CFStringCreateWithBytes 4294967297 513",
+                                               "CFStringCreateWithBytes 4294967300 469762304"));
+}
+
+TEST_F(AppleEncoding, GetsRoomBeyond32BitsWhole) {
+  if (!ReservedRange<char>::fits(0x100000001)) GTEST_SKIP() << "needs addresses of 64 bits";
+  foundation_.fail("CFStringGetBytes");
+  const ReservedRange<wchar_t> wide(0x40000001);
+  auto* wideEnd = const_cast<wchar_t*>(wide.end());
+  const std::string narrowText = "abc";
+  CarbonAnsiToWide(narrowText.data(), narrowText.data() + 3, const_cast<wchar_t*>(wide.begin()),
+                   wideEnd);
+  EXPECT_EQ(wideEnd, wide.begin());
+  const ReservedRange<char> narrow(0x100000001);
+  auto* narrowEnd = const_cast<char*>(narrow.end());
+  const std::wstring wideText = L"abc";
+  CarbonWideToAnsi(wideText.data(), wideText.data() + 3, const_cast<char*>(narrow.begin()),
+                   narrowEnd);
+  EXPECT_EQ(narrowEnd, narrow.begin());
+  EXPECT_THAT(foundation_.calls(), Contains("CFStringGetBytes 469762304 63 4294967300"));
+  EXPECT_THAT(foundation_.calls(), Contains("CFStringGetBytes 513 63 4294967297"));
+}
+
+TEST_F(AppleEncoding, CutsOffSilentlyWhatASizeClaimedTooSmallHasNoRoomFor) {
+  foundation_.claimMaximumSize(2);
+  const std::unique_ptr<char[]> cut(WideToAnsi(L"abc", "carbon"));
+  EXPECT_STREQ(cut.get(), "ab");
+  foundation_.claimMaximumSize(0);
+  const std::unique_ptr<char[]> nothing(WideToAnsi(L"abc", "carbon"));
+  EXPECT_STREQ(nothing.get(), "");
+}
+
+TEST_F(AppleEncoding, ThrowsOrGivesNothingWhereACallFails) {
+  std::vector<std::string> results;
+  const auto noting = [&](auto convert) {
+    return [&, convert] {
+      try {
+        results.push_back(convert() ? "text" : "nothing");
+      } catch (const InvalidLocale&) {
+        results.emplace_back("InvalidLocale");
+      } catch (const OutOfRange&) {
+        results.emplace_back("OutOfRange");
+      }
+    };
+  };
+  const std::string narrow = "abc";
+  withEachCallFailing(noting([&] {
+    const std::unique_ptr<wchar_t[]> wide(AnsiToWide(narrow.data(), narrow.data() + 3, "carbon"));
+    return wide[0] != L'\0';
+  }));
+  EXPECT_THAT(results, ElementsAre("InvalidLocale", "nothing", "text"));
+  results.clear();
+  withEachCallFailing(noting([&] {
+    const std::unique_ptr<char[]> back(WideToAnsi(L"abc", "carbon"));
+    return back[0] != '\0';
+  }));
+  EXPECT_THAT(results, ElementsAre("OutOfRange", "InvalidLocale", "nothing", "text"));
 }
 
 TEST_F(AppleEncoding, IsWhatTheLocaleCarbonStandsFor) {
