@@ -12,6 +12,7 @@ namespace qv::kit::osdep {
 
 /// iconv's name for what wide text is in memory.
 inline constexpr char kWideEncoding[] = "UTF-32LE";
+static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__ && sizeof(wchar_t) == 4);
 
 /// A conversion opened with iconv_open, closed with the object.
 class IConvDescriptor {
