@@ -30,10 +30,16 @@ const UnitFactor* FindFactor(tTimeUnit unit) noexcept {
   return nullptr;
 }
 
+// A code such as 0x80004005 that was put into a long of 64 bits by its literal is positive there.
+bool IsErrorCode(long status) noexcept {
+  const auto code = static_cast<std::int32_t>(status);
+  return status < 0 || (code < 0 && status == static_cast<long>(static_cast<std::uint32_t>(code)));
+}
+
 }  // namespace
 
 void KeepFirstError(long* status, std::int32_t error) noexcept {
-  if (static_cast<std::int32_t>(*status) >= 0) *status = error;
+  if (!IsErrorCode(*status)) *status = error;
 }
 
 void tSSTimeValue::_CorrectUnits(tUnitConversion direction, tTimeUnit unit, Seconds& value,

@@ -4,6 +4,7 @@
 
 #include <type_traits>
 
+#include "tests/Longs.h"
 #include "tests/reference/FixedPointTable.h"
 
 namespace {
@@ -104,7 +105,18 @@ TEST(CorrectUnits, ReplacesAWarningButNeverAnError) {
   }
 }
 
-TEST(CorrectUnits, SeesAnErrorInTheLow32BitsOfAStatus) {
+TEST(CorrectUnits, JudgesAStatusByAllItsBits) {
+  for (const long before : LongsAroundTheLimits<long>()) {
+    // A literal with the high bit of 32 is positive in a long of 64 bits.
+    const bool isError = before < 0 || (!FitsInt32(before) && FitsUint32(before));
+    Seconds value;
+    long status = before;
+    tSSTimeValue::_CorrectUnits(kUnitToSeconds, tTimeUnit(12), value, &status);
+    EXPECT_EQ(status, isError ? before : -50003) << before;
+  }
+}
+
+TEST(CorrectUnits, SeesAnErrorInALiteralWithTheHighBit) {
   Seconds value;
   auto status = static_cast<long>(0x80004005UL);
   tSSTimeValue::_CorrectUnits(kUnitToSeconds, tTimeUnit(12), value, &status);
