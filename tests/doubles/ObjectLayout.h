@@ -1,43 +1,30 @@
 #pragma once
 
-#include <cstddef>
 #include <cstring>
 #include <string>
 
-#include "kit/osdep/SharedLibrary.h"
+#include "tests/abi/layout.h"
 
 namespace qv::tests {
 
-/// A SharedLibrary as another module sees it: the members in their documented order.
-struct SharedLibraryLayout {
-  struct WideString {
-    const wchar_t* begin;
-    const wchar_t* end;
-    const wchar_t* capacityEnd;
-    std::wstring text() const { return {begin, end}; }
-  };
+/// What object holds, as another module sees it.
+template <typename Layout, typename Object>
+Layout LayoutOf(const Object& object) {
+  static_assert(sizeof(Layout) == sizeof(Object) && alignof(Layout) == alignof(Object));
+  Layout layout;
+  std::memcpy(&layout, static_cast<const void*>(&object), sizeof(layout));
+  return layout;
+}
 
-  explicit SharedLibraryLayout(const kit::osdep::SharedLibrary& library) {
-    static_assert(sizeof(*this) == sizeof(library));
-    std::memcpy(static_cast<void*>(this), static_cast<const void*>(&library), sizeof(*this));
-  }
+/// Lets object hold what layout says.
+template <typename Layout, typename Object>
+void SetLayout(Object& object, const Layout& layout) {
+  static_assert(sizeof(Layout) == sizeof(Object) && alignof(Layout) == alignof(Object));
+  std::memcpy(static_cast<void*>(&object), &layout, sizeof(layout));
+}
 
-  const void* operations;
-  WideString loadedPath;
-  const void* handle;
-  bool unloadOnDestruction;
-  bool reservedFlag;
-  WideString requestedName;
-  bool isBundle;
-};
-
-/// The slot of a virtual operation, counted from 0. The destructor takes the first two.
-template <typename OperationT>
-std::size_t VirtualSlot(OperationT operation) {
-  std::size_t representation[2];
-  static_assert(sizeof(operation) == sizeof(representation));
-  std::memcpy(representation, &operation, sizeof(operation));
-  return (representation[0] - 1) / sizeof(void*);
+inline std::wstring TextOf(const WideStringLayout& string) {
+  return {string.begin, string.end};
 }
 
 }  // namespace qv::tests

@@ -5,8 +5,6 @@
 #include <climits>
 #include <csignal>
 #include <cstdint>
-#include <cstring>
-#include <type_traits>
 
 #include "tests/reference/FixedPointTable.h"
 
@@ -46,17 +44,6 @@ void ForEachPair(std::size_t column, CheckT check) {
     if (row.text(column) == "-") return;
     check(row.number<Fixed>(2), row.number<Fixed>(3), row.number<Fixed>(column));
   });
-}
-
-TEST(FixedPoint128, IsFourWordsTheLeastSignificantFirst) {
-  static_assert(sizeof(Signed) == 16 && alignof(Signed) == 4);
-  static_assert(sizeof(Unsigned) == 16 && alignof(Unsigned) == 4);
-  static_assert(std::is_trivially_copyable_v<Signed> && std::is_standard_layout_v<Signed>);
-  const Signed number(4, 3, 2, 1);
-  std::uint32_t words[4];
-  std::memcpy(words, &number, sizeof words);
-  for (std::uint32_t i = 0; i < 4; ++i)
-    EXPECT_EQ(words[i], i + 1);
 }
 
 TEST(FixedPoint128, TellsItsIntegerPartAndItsFraction) {

@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <climits>
-#include <cstring>
 #include <memory>
 #include <string>
 #include <thread>
@@ -205,28 +204,6 @@ TEST(StatusChainElement, LeavesNoMessageBehindWhenReadingOneFails) {
   EXPECT_EQ(element.code(), 5);
   ExpectRefused<InvalidSequence>(element, Joined({Word(6), Word(1), {0xFF}}));
   EXPECT_EQ(element.message(), nullptr);
-}
-
-TEST(StatusChain, IsAnElementAndAPointer) {
-  EXPECT_EQ(sizeof(StatusChain), sizeof(Element) + sizeof(void*));
-}
-
-TEST(StatusChain, HoldsACodeAPointerToAMessageAndOneToAVectorOfElements) {
-  struct Layout {
-    std::int32_t code;
-    const WString* message;
-    const Vector<Element>* history;
-  };
-  static_assert(sizeof(Layout) == sizeof(StatusChain));
-  StatusChain chain = ChainWith(-5, "ab");
-  chain.pushCurrent();
-  chain.pushCurrent();
-  Layout layout{};
-  std::memcpy(&layout, static_cast<const void*>(&chain), sizeof(layout));
-  EXPECT_EQ(layout.code, -5);
-  EXPECT_EQ(layout.message, chain.current().message());
-  ASSERT_EQ(layout.history, chain.history());
-  EXPECT_EQ(layout.history->size(), 2U);
 }
 
 TEST(StatusChain, StartsNotSetWhichCountsAsAnError) {

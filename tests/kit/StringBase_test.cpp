@@ -30,8 +30,6 @@ static_assert(std::is_same_v<StringBase<wchar_t>, StringBase<wchar_t, char, wcha
 static_assert(std::is_same_v<StringBase<char>, StringBase<char, wchar_t, wchar_t>>);
 static_assert(std::is_same_v<WString, StringBase<wchar_t>>);
 static_assert(std::is_same_v<String, StringBase<char>>);
-static_assert(sizeof(WString) == 3 * sizeof(void*) && !std::is_polymorphic_v<WString>);
-static_assert(sizeof(Utf8String) == 3 * sizeof(void*) && !std::is_polymorphic_v<Utf8String>);
 
 /// What holds for a string of every form.
 template <typename S>

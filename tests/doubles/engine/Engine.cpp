@@ -11,6 +11,7 @@
 
 #include "source/client/ITraceEngine.h"
 #include "source/utils/LoggingBlock.h"
+#include "tests/doubles/ObjectLayout.h"
 #include "tests/doubles/engine/EngineJournal.h"
 
 // A trace engine as somebody else would build it: from the headers alone, without any library of
@@ -44,70 +45,22 @@ void Perform(const char* operation) {
   if (Journal().script.throwsIn == operation) throw EngineError();
 }
 
-struct StatusLayout {
-  std::int32_t code;
-  void* message;
-  void* history;
-};
-static_assert(sizeof(StatusLayout) == sizeof(kit::StatusChain));
-
-struct WideStringLayout {
-  wchar_t* begin;
-  wchar_t* end;
-  wchar_t* capacityEnd;
-};
-static_assert(sizeof(WideStringLayout) == sizeof(kit::WString));
-
-struct BlockLayout {
-  const void* operations;
-  std::int32_t used;
-  std::int32_t enginesOwn;
-  std::uint32_t timeStamp[4];
-  std::int32_t type;
-  char payload[512];
-  const void* factory;
-};
-static_assert(sizeof(BlockLayout) == sizeof(traceengine::LoggingBlock));
-
-template <typename Layout, typename Object>
-Layout Read(const Object& object) {
-  Layout layout;
-  std::memcpy(&layout, static_cast<const void*>(&object), sizeof(layout));
-  return layout;
-}
-
-template <typename Layout, typename Object>
-void Write(Object& object, const Layout& layout) {
-  std::memcpy(static_cast<void*>(&object), &layout, sizeof(layout));
-}
-
 class BlockFactory final : public traceengine::ILoggingBlockFactory {
  public:
   traceengine::LoggingBlock* giveOut() override {
     auto* const block = new traceengine::LoggingBlock(this);
-    auto layout = Read<BlockLayout>(*block);
+    auto layout = LayoutOf<LoggingBlockLayout>(*block);
     layout.used = Journal().script.used;
     layout.enginesOwn = EngineJournal::kEnginesOwn;
     layout.type = EngineJournal::kType;
     std::memset(layout.payload, '#', sizeof(layout.payload));
-    Write(*block, layout);
+    SetLayout(*block, layout);
     return block;
   }
   void takeBack(traceengine::LoggingBlock* block) override { delete block; }
 };
 
 BlockFactory g_Factory;
-
-SentBlock Contents(const traceengine::LoggingBlock& block) {
-  const auto layout = Read<BlockLayout>(block);
-  SentBlock contents{};
-  contents.used = layout.used;
-  contents.enginesOwn = layout.enginesOwn;
-  std::memcpy(contents.timeStamp.data(), layout.timeStamp, sizeof(layout.timeStamp));
-  contents.type = layout.type;
-  contents.payload.assign(layout.payload, sizeof(layout.payload));
-  return contents;
-}
 
 /// What nobody has released when the library ends goes with it.
 class Transient {
@@ -152,7 +105,7 @@ class Engine : public Counted<traceengine::ITraceEngine> {
  public:
   void sendBlock(traceengine::LoggingBlock* block) override {
     const std::unique_ptr<traceengine::LoggingBlock, ReturnBlock> owned(block);
-    Journal().keep(Contents(*block));
+    Journal().keep(LayoutOf<LoggingBlockLayout>(*block));
     Perform("sendBlock");
   }
   traceengine::LoggingBlock* getFreeBlock() override {
@@ -167,12 +120,12 @@ class Engine : public Counted<traceengine::ITraceEngine> {
     Perform("getConfigDirectory");
     if (!Journal().script.hasDirectory) return;
     const std::wstring& text = Journal().script.configDirectory;
-    auto layout = Read<WideStringLayout>(directory);
+    auto layout = LayoutOf<WideStringLayout>(directory);
     std::free(layout.begin);
     layout.begin = static_cast<wchar_t*>(std::malloc((text.size() + 1) * sizeof(wchar_t)));
     std::wmemcpy(layout.begin, text.c_str(), text.size() + 1);
     layout.end = layout.capacityEnd = layout.begin + text.size();
-    Write(directory, layout);
+    SetLayout(directory, layout);
   }
   void noteDroppedRecord() override { Perform("noteDroppedRecord"); }
 };
@@ -195,16 +148,16 @@ struct EndOfLibrary {
 kit::IRefCounted* Enter(unsigned long version, kit::StatusChain& status) {
   using Entry = EngineScript::Entry;
   const EngineScript& script = Journal().script;
-  auto layout = Read<StatusLayout>(status);
+  auto layout = LayoutOf<StatusChainLayout>(status);
   char call[64];
   std::snprintf(call, sizeof call, "GetInterface(%lu) at %08X", version,
-                static_cast<unsigned>(layout.code));
+                static_cast<unsigned>(layout.current.code));
   Journal().note(call);
   if (script.onEntry != nullptr) script.onEntry();
   if (script.throwsIn == "GetInterface") throw EngineError();
   if (script.entry != Entry::LeavesStatus) {
-    layout.code = script.entryCode;
-    Write(status, layout);
+    layout.current.code = script.entryCode;
+    SetLayout(status, layout);
   }
   if (script.entry == Entry::Nothing) return nullptr;
   if (script.entry == Entry::OtherInterface) return new SomethingElse;

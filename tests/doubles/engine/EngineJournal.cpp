@@ -1,6 +1,7 @@
 #include "tests/doubles/engine/EngineJournal.h"
 
 #include <algorithm>
+#include <iterator>
 #include <new>
 
 namespace qv::tests {
@@ -58,9 +59,16 @@ void EngineJournal::note(const std::string& line) noexcept {
   }
 }
 
-void EngineJournal::keep(const SentBlock& block) {
+void EngineJournal::keep(const LoggingBlockLayout& block) {
+  SentBlock contents{};
+  contents.used = block.used;
+  contents.enginesOwn = block.enginesOwn;
+  std::copy(std::begin(block.timeStamp.words), std::end(block.timeStamp.words),
+            contents.timeStamp.begin());
+  contents.type = block.type;
+  contents.payload.assign(block.payload, sizeof(block.payload));
   const Guard guard(mutex_);
-  blocks_.push_back(block);
+  blocks_.push_back(contents);
 }
 
 }  // namespace qv::tests

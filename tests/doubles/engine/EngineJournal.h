@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "tests/abi/layout.h"
+
 namespace qv::tests {
 
 /// What the trace engine double is told to do. Set it before the engine is loaded or used.
@@ -72,7 +74,7 @@ class __attribute__((visibility("default"))) EngineJournal {
   // For the engine.
   /// Never throws: a line for which there is no memory is lost.
   void note(const std::string& line) noexcept;
-  void keep(const SentBlock& block);
+  void keep(const LoggingBlockLayout& block);
 
   /// What the blocks of the engine hold where clients have no business.
   static constexpr std::int32_t kEnginesOwn = 0x5A5A5A5A;

@@ -12,9 +12,6 @@ using qv::kit::exception::InvalidArgument;
 using qv::kit::osdep::Bundle;
 using qv::tests::Exactly;
 
-static_assert(std::has_virtual_destructor_v<Bundle>);
-static_assert(sizeof(Bundle) == 2 * sizeof(void*), "the operations and one bundle");
-
 TEST(BundleOnASystemWithoutThem, NeverOpens) {
   for (const WString& name :
        {WString(), WString(L"foo"), WString(L"/tmp"), WString(L"/tmp.d/x.y")}) {

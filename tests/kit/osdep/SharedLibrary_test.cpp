@@ -24,10 +24,10 @@ using qv::kit::osdep::SharedLibrary;
 using qv::tests::CallForInt;
 using qv::tests::Exactly;
 using qv::tests::IsMapped;
+using qv::tests::LayoutOf;
 using qv::tests::PluginFile;
-using qv::tests::SharedLibraryLayout;
 using qv::tests::TemporaryDirectory;
-using qv::tests::VirtualSlot;
+using qv::tests::TextOf;
 
 /// A directory with copies of a small library, which nothing else has loaded.
 class SharedLibraryTest : public testing::Test {
@@ -41,34 +41,15 @@ class SharedLibraryTest : public testing::Test {
   const TemporaryDirectory directory_;
 };
 
-static_assert(std::has_virtual_destructor_v<SharedLibrary>);
-
-TEST(SharedLibrary, HasUnloadAndLoadInTheVirtualSlotsAfterTheDestructor) {
-  EXPECT_EQ(VirtualSlot(&SharedLibrary::unload), 2U);
-  EXPECT_EQ(VirtualSlot(static_cast<void (SharedLibrary::*)()>(&SharedLibrary::load)), 3U);
-}
-
 TEST(SharedLibrary, BuiltWithoutANameIsUnloadedAndWillUnloadOnDestruction) {
   const SharedLibrary library;
   EXPECT_FALSE(library.isLoaded());
-  const SharedLibraryLayout layout(library);
-  EXPECT_EQ(layout.loadedPath.text(), L"");
+  const auto layout = LayoutOf<SharedLibraryLayout>(library);
+  EXPECT_EQ(TextOf(layout.loadedPath), L"");
   EXPECT_EQ(layout.handle, nullptr);
   EXPECT_TRUE(layout.unloadOnDestruction);
   EXPECT_FALSE(layout.reservedFlag);
-  EXPECT_EQ(layout.requestedName.text(), L"");
-  EXPECT_FALSE(layout.isBundle);
-}
-
-TEST_F(SharedLibraryTest, HoldsItsMembersInTheirDocumentedOrder) {
-  put("libfoo.dylib");
-  const SharedLibrary library(directory_.wide("foo"), true, false);
-  const SharedLibraryLayout layout(library);
-  EXPECT_EQ(layout.loadedPath.text(), Exactly(directory_.wide("libfoo.dylib")));
-  EXPECT_NE(layout.handle, nullptr);
-  EXPECT_TRUE(layout.unloadOnDestruction);
-  EXPECT_FALSE(layout.reservedFlag);
-  EXPECT_EQ(layout.requestedName.text(), Exactly(directory_.wide("foo")));
+  EXPECT_EQ(TextOf(layout.requestedName), L"");
   EXPECT_FALSE(layout.isBundle);
 }
 
@@ -94,7 +75,8 @@ TEST_F(SharedLibraryTest, TakesANarrowNameToo) {
   EXPECT_TRUE(byPointer.isLoaded());
   const SharedLibrary byString(String(directory_.path("foo").c_str()), true, true);
   EXPECT_TRUE(byString.isLoaded());
-  EXPECT_EQ(SharedLibraryLayout(byString).requestedName.text(), Exactly(directory_.wide("foo")));
+  EXPECT_EQ(TextOf(LayoutOf<SharedLibraryLayout>(byString).requestedName),
+            Exactly(directory_.wide("foo")));
 }
 
 TEST_F(SharedLibraryTest, TakesANameOutsideAsciiInTheEncodingOfTheLocale) {
@@ -128,13 +110,13 @@ TEST(SharedLibrary, DecoratesARelativePathWithoutMakingItAbsolute) {
   const SharedLibrary library(L"dir/foo", true, true);
   std::filesystem::current_path(before);
   ASSERT_TRUE(library.isLoaded());
-  EXPECT_EQ(SharedLibraryLayout(library).loadedPath.text(), L"dir/libfoo.dylib");
+  EXPECT_EQ(TextOf(LayoutOf<SharedLibraryLayout>(library).loadedPath), L"dir/libfoo.dylib");
 }
 
 TEST(SharedLibrary, LeavesABareNameToTheSearchOfTheDynamicLoader) {
   const SharedLibrary library(L"qv_plugin", true, true);
   ASSERT_TRUE(library.isLoaded());
-  EXPECT_EQ(SharedLibraryLayout(library).loadedPath.text(), L"libqv_plugin.dylib");
+  EXPECT_EQ(TextOf(LayoutOf<SharedLibraryLayout>(library).loadedPath), L"libqv_plugin.dylib");
 }
 
 TEST(SharedLibrary, CompletesNoNameInPublic) {
@@ -145,9 +127,9 @@ TEST_F(SharedLibraryTest, StaysUnloadedWithoutAnExceptionWhenThereIsNoSuchLibrar
   const SharedLibrary library(directory_.wide("absent"), true, true);
   EXPECT_FALSE(library.isLoaded());
   EXPECT_EQ(library.getFunctionPointer("qv_plugin_answer", true), nullptr);
-  const SharedLibraryLayout layout(library);
-  EXPECT_EQ(layout.loadedPath.text(), L"");
-  EXPECT_EQ(layout.requestedName.text(), Exactly(directory_.wide("absent")));
+  const auto layout = LayoutOf<SharedLibraryLayout>(library);
+  EXPECT_EQ(TextOf(layout.loadedPath), L"");
+  EXPECT_EQ(TextOf(layout.requestedName), Exactly(directory_.wide("absent")));
 }
 
 TEST_F(SharedLibraryTest, StaysUnloadedWhenTheFileIsNoLibrary) {
@@ -260,7 +242,7 @@ TEST_F(SharedLibraryTest, UnloadLetsGoOfTheLibraryAndKeepsTheLoadedPath) {
   library.unload();
   EXPECT_FALSE(library.isLoaded());
   EXPECT_FALSE(IsMapped(directory_.path("libfoo.dylib")));
-  EXPECT_EQ(SharedLibraryLayout(library).loadedPath.text(),
+  EXPECT_EQ(TextOf(LayoutOf<SharedLibraryLayout>(library).loadedPath),
             Exactly(directory_.wide("libfoo.dylib")));
   EXPECT_EQ(library.getFunctionPointer("qv_plugin_answer", true), nullptr);
 }
@@ -331,7 +313,8 @@ TEST_F(SharedLibraryTest, LoadWithANameThrowsOnceALibraryWasLoadedAlsoAfterUnloa
     EXPECT_STREQ(error.what(), "Invalid operation");
     EXPECT_EQ(error.getErrorCode(), -1967362034);
   }
-  EXPECT_EQ(SharedLibraryLayout(library).requestedName.text(), Exactly(directory_.wide("foo")));
+  EXPECT_EQ(TextOf(LayoutOf<SharedLibraryLayout>(library).requestedName),
+            Exactly(directory_.wide("foo")));
 }
 
 TEST(SharedLibrary, LoadWithANameCallsTheVirtualLoad) {
@@ -342,7 +325,7 @@ TEST(SharedLibrary, LoadWithANameCallsTheVirtualLoad) {
   } library;
   static_cast<SharedLibrary&>(library).load(L"foo");
   EXPECT_EQ(library.loads, 1);
-  EXPECT_EQ(SharedLibraryLayout(library).requestedName.text(), L"foo");
+  EXPECT_EQ(TextOf(LayoutOf<SharedLibraryLayout, SharedLibrary>(library).requestedName), L"foo");
 }
 
 TEST_F(SharedLibraryTest, DestructionUnloadsOnlyWhereThatWasAskedFor) {
@@ -371,9 +354,9 @@ TEST_F(SharedLibraryTest, ACopyOfAnUnloadedObjectHasItsNamesAndFlagsAndLoadsNoth
   SharedLibrary copy(library);
   EXPECT_FALSE(copy.isLoaded());
   EXPECT_FALSE(IsMapped(directory_.path("libfoo.dylib")));
-  const SharedLibraryLayout layout(copy);
-  EXPECT_EQ(layout.loadedPath.text(), Exactly(directory_.wide("libfoo.dylib")));
-  EXPECT_EQ(layout.requestedName.text(), Exactly(directory_.wide("foo")));
+  const auto layout = LayoutOf<SharedLibraryLayout>(copy);
+  EXPECT_EQ(TextOf(layout.loadedPath), Exactly(directory_.wide("libfoo.dylib")));
+  EXPECT_EQ(TextOf(layout.requestedName), Exactly(directory_.wide("foo")));
   EXPECT_FALSE(layout.unloadOnDestruction);
   EXPECT_TRUE(layout.reservedFlag);
   EXPECT_THROW(copy.load(L"other"), InvalidOperation);
@@ -387,7 +370,7 @@ TEST_F(SharedLibraryTest, AssignmentLetsGoOfTheOldLibraryAndLoadsTheNewOne) {
   library = foo;
   EXPECT_FALSE(IsMapped(directory_.path("libbar.dylib")));
   EXPECT_TRUE(library.isLoaded());
-  EXPECT_EQ(SharedLibraryLayout(library).loadedPath.text(),
+  EXPECT_EQ(TextOf(LayoutOf<SharedLibraryLayout>(library).loadedPath),
             Exactly(directory_.wide("libfoo.dylib")));
 }
 
@@ -398,7 +381,7 @@ TEST_F(SharedLibraryTest, AssignmentMovesTheFlagWithTheLibrary) {
     const SharedLibrary foo(directory_.wide("foo"), true, true);
     SharedLibrary library(directory_.wide("bar"), false, true);
     library = foo;
-    EXPECT_TRUE(SharedLibraryLayout(library).unloadOnDestruction);
+    EXPECT_TRUE(LayoutOf<SharedLibraryLayout>(library).unloadOnDestruction);
   }
   EXPECT_FALSE(IsMapped(directory_.path("libfoo.dylib")));
   EXPECT_TRUE(IsMapped(directory_.path("libbar.dylib")));
@@ -421,13 +404,13 @@ TEST_F(SharedLibraryTest, SwapExchangesEverything) {
   loaded.swap(empty);
   EXPECT_FALSE(loaded.isLoaded());
   EXPECT_TRUE(empty.isLoaded());
-  const SharedLibraryLayout formerlyLoaded(loaded);
-  EXPECT_EQ(formerlyLoaded.loadedPath.text(), L"");
-  EXPECT_EQ(formerlyLoaded.requestedName.text(), L"absent");
+  const auto formerlyLoaded = LayoutOf<SharedLibraryLayout>(loaded);
+  EXPECT_EQ(TextOf(formerlyLoaded.loadedPath), L"");
+  EXPECT_EQ(TextOf(formerlyLoaded.requestedName), L"absent");
   EXPECT_FALSE(formerlyLoaded.unloadOnDestruction);
   EXPECT_FALSE(formerlyLoaded.reservedFlag);
-  const SharedLibraryLayout formerlyEmpty(empty);
-  EXPECT_EQ(formerlyEmpty.requestedName.text(), Exactly(directory_.wide("foo")));
+  const auto formerlyEmpty = LayoutOf<SharedLibraryLayout>(empty);
+  EXPECT_EQ(TextOf(formerlyEmpty.requestedName), Exactly(directory_.wide("foo")));
   EXPECT_TRUE(formerlyEmpty.unloadOnDestruction);
   EXPECT_TRUE(formerlyEmpty.reservedFlag);
 }
@@ -437,7 +420,8 @@ TEST_F(SharedLibraryTest, SwapWithItselfChangesNothing) {
   SharedLibrary library(directory_.wide("foo"), true, true);
   library.swap(library);
   EXPECT_TRUE(library.isLoaded());
-  EXPECT_EQ(SharedLibraryLayout(library).requestedName.text(), Exactly(directory_.wide("foo")));
+  EXPECT_EQ(TextOf(LayoutOf<SharedLibraryLayout>(library).requestedName),
+            Exactly(directory_.wide("foo")));
 }
 
 }  // namespace

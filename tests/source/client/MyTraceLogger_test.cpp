@@ -3,12 +3,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <string>
 #include <vector>
 
 #include "tests/doubles/MyTraceLoggerProbe.h"
-#include "tests/doubles/ObjectLayout.h"
 #include "tests/doubles/ReleaseAssertions.h"
 #include "tests/doubles/engine/EngineDouble.h"
 
@@ -26,17 +24,6 @@ using traceengine::XTraceLog;
 using traceengine::XTraceTagIsEnabled;
 using Entry = EngineScript::Entry;
 using Probe = traceengine::MyTraceLoggerProbe;
-
-/// A logger as another module sees it.
-struct LoggerLayout {
-  const void* operations;
-  const void* tagTable;
-  const char* moduleName[3];
-  char engine[sizeof(kit::LibraryInterface<traceengine::ITraceEngine>)];
-  bool showTagNames;
-  bool initialized;
-};
-static_assert(sizeof(LoggerLayout) == sizeof(MyTraceLogger));
 
 struct MyTraceLoggerTest : testing::Test {
   InstalledEngine installed;
@@ -80,39 +67,6 @@ TEST_F(MyTraceLoggerTest, ReleasesTheEngineBeforeItsLibraryIsClosed) {
     journal.clear();
   }
   EXPECT_THAT(journal.lines(), ElementsAre("release", "destroyed", "unloaded"));
-}
-
-TEST_F(MyTraceLoggerTest, IsLaidOutAsDocumented) {
-  script.showTagNames = false;
-  const MyTraceLogger logger("module");
-  LoggerLayout layout;
-  std::memcpy(&layout, static_cast<const void*>(&logger), sizeof(layout));
-  EXPECT_NE(layout.tagTable, nullptr);
-  EXPECT_STREQ(layout.moduleName[0], "module");
-  EXPECT_FALSE(layout.showTagNames);
-  EXPECT_TRUE(layout.initialized);
-}
-
-struct ObservedLogger : MyTraceLogger {
-  explicit ObservedLogger(int* ends) : MyTraceLogger("module"), ends_(ends) {}
-  ~ObservedLogger() override { ++*ends_; }
-  virtual void firstOfItsOwn() {}
-
- private:
-  int* ends_;
-};
-
-TEST_F(MyTraceLoggerTest, HasNoVirtualOperationsButItsDestructors) {
-  EXPECT_EQ(VirtualSlot(&ObservedLogger::firstOfItsOwn), 2u);
-  int ends = 0;
-  alignas(ObservedLogger) unsigned char place[sizeof(ObservedLogger)];
-  auto* const logger = new (place) ObservedLogger(&ends);
-  LoggerLayout layout;
-  std::memcpy(&layout, static_cast<const void*>(logger), sizeof(layout));
-  using Operation = void (*)(void* self);
-  reinterpret_cast<Operation>(
-      const_cast<void*>(*static_cast<const void* const*>(layout.operations)))(logger);
-  EXPECT_EQ(ends, 1);
 }
 
 TEST_F(MyTraceLoggerTest, TakesAWarningOfTheEngineForSuccess) {

@@ -4,37 +4,13 @@
 
 #include <cstring>
 #include <string>
-#include <type_traits>
 
 #include "tests/doubles/ObjectLayout.h"
 
 namespace {
 
+using qv::tests::LayoutOf;
 using qv::traceengine::TraceTag;
-
-/// A tag as another module sees it.
-struct TagLayout {
-  const void* operations;
-  char name[128];
-  int id;
-  bool enabled;
-};
-static_assert(sizeof(TagLayout) == sizeof(TraceTag));
-
-TagLayout LayoutOf(const TraceTag& tag) {
-  TagLayout layout;
-  std::memcpy(&layout, static_cast<const void*>(&tag), sizeof(layout));
-  return layout;
-}
-
-struct DerivedTag : TraceTag {
-  virtual void firstOfItsOwn() {}
-};
-
-TEST(TraceTag, HasNoVirtualOperationsButItsDestructors) {
-  EXPECT_EQ(qv::tests::VirtualSlot(&DerivedTag::firstOfItsOwn), 2u);
-  EXPECT_TRUE(std::has_virtual_destructor_v<TraceTag>);
-}
 
 TEST(TraceTag, IsNamelessAndOffAtFirst) {
   const TraceTag tag;
@@ -89,17 +65,8 @@ TEST(TraceTag, InitializeLeavesNothingOfAFormerName) {
   TraceTag tag;
   tag.Initialize(std::string(127, 'n').c_str(), 1, true);
   tag.Initialize("ab", 1, true);
-  const TagLayout layout = LayoutOf(tag);
+  const auto layout = LayoutOf<TraceTagLayout>(tag);
   EXPECT_EQ(std::string(layout.name, sizeof(layout.name)), "ab" + std::string(126, '\0'));
-}
-
-TEST(TraceTag, IsLaidOutAsNameIdAndSwitch) {
-  TraceTag tag;
-  tag.Initialize("Certificate", 5, true);
-  const TagLayout layout = LayoutOf(tag);
-  EXPECT_STREQ(layout.name, "Certificate");
-  EXPECT_EQ(layout.id, 5);
-  EXPECT_TRUE(layout.enabled);
 }
 
 TEST(TraceTag, CopiesAreEqualInEveryByteOfTheName) {
@@ -107,8 +74,8 @@ TEST(TraceTag, CopiesAreEqualInEveryByteOfTheName) {
   tag.Initialize(std::string(127, 'n').c_str(), 1, true);
   tag.Initialize("name", 9, true);
   TraceTag copy(tag);
-  const TagLayout layout = LayoutOf(copy);
-  EXPECT_EQ(std::memcmp(layout.name, LayoutOf(tag).name, sizeof(layout.name)), 0);
+  const auto layout = LayoutOf<TraceTagLayout>(copy);
+  EXPECT_EQ(std::memcmp(layout.name, LayoutOf<TraceTagLayout>(tag).name, sizeof(layout.name)), 0);
   EXPECT_EQ(layout.id, 9);
   EXPECT_TRUE(layout.enabled);
 }

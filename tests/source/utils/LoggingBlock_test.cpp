@@ -3,13 +3,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstddef>
-#include <cstring>
 #include <ctime>
 #include <string>
 #include <vector>
 
-#include "source/client/ITraceEngine.h"
 #include "tests/doubles/ObjectLayout.h"
 
 namespace qv::tests {
@@ -21,39 +18,14 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using traceengine::BlockType;
 using traceengine::ILoggingBlockFactory;
-using traceengine::ITraceEngine;
 using traceengine::kBlockType1;
 using traceengine::kBlockType2;
 using traceengine::LoggingBlock;
 
-/// A block as an engine sees it that was built without these headers.
-struct BlockLayout {
-  const void* const* operations;
-  std::int32_t used;
-  std::int32_t enginesOwn;
-  std::uint32_t timeStamp[4];
-  std::int32_t type;
-  char payload[512];
-  const void* factory;
-};
-static_assert(sizeof(BlockLayout) == sizeof(LoggingBlock));
-// 32-bit code is what the offsets are documented for.
-constexpr bool kIs32Bit = sizeof(void*) == 4;
-static_assert(!kIs32Bit || offsetof(BlockLayout, used) == 4);
-static_assert(!kIs32Bit || offsetof(BlockLayout, enginesOwn) == 8);
-static_assert(!kIs32Bit || offsetof(BlockLayout, timeStamp) == 12);
-static_assert(!kIs32Bit || offsetof(BlockLayout, type) == 28);
-static_assert(!kIs32Bit || offsetof(BlockLayout, payload) == 32);
-static_assert(!kIs32Bit || offsetof(BlockLayout, factory) == 544);
-
-BlockLayout LayoutOf(const LoggingBlock& block) {
-  BlockLayout layout;
-  std::memcpy(&layout, static_cast<const void*>(&block), sizeof(layout));
-  return layout;
-}
-
 void SetUsed(LoggingBlock& block, std::int32_t used) {
-  std::memcpy(reinterpret_cast<char*>(&block) + offsetof(BlockLayout, used), &used, sizeof(used));
+  auto layout = LayoutOf<LoggingBlockLayout>(block);
+  layout.used = used;
+  SetLayout(block, layout);
 }
 
 /// Keeps what it is given.
@@ -74,62 +46,6 @@ struct LoggingBlockTest : testing::Test {
 
   std::string written() const { return {block.payload(), static_cast<std::size_t>(block.used())}; }
 };
-
-// Layout
-
-TEST_F(LoggingBlockTest, HasItsFieldsWhereTheyAreDocumented) {
-  block.stampCurrentTime();
-  block.write("abc", 3, status);
-  block.blockType(kBlockType2, status);
-  const BlockLayout layout = LayoutOf(block);
-  EXPECT_EQ(layout.used, 3);
-  EXPECT_EQ(layout.enginesOwn, 0);
-  EXPECT_EQ(layout.type, 2);
-  EXPECT_EQ(std::string(layout.payload, 4), std::string("abc\0", 4));
-  EXPECT_EQ(layout.factory, &factory);
-  const std::uint64_t seconds =
-      static_cast<std::uint64_t>(layout.timeStamp[3]) << 32U | layout.timeStamp[2];
-  EXPECT_EQ(static_cast<std::int64_t>(seconds), block.timeStamp().seconds());
-  const std::uint64_t fraction =
-      static_cast<std::uint64_t>(layout.timeStamp[1]) << 32U | layout.timeStamp[0];
-  EXPECT_EQ(fraction, block.timeStamp().fraction());
-}
-
-struct ObservedBlock : LoggingBlock {
-  explicit ObservedBlock(int* ends) : LoggingBlock(nullptr), ends_(ends) {}
-  ~ObservedBlock() override { ++*ends_; }
-  int* ends_;
-};
-
-TEST(LoggingBlock, HasItsDestructorsInTheFirstTwoSlots) {
-  using Operation = void (*)(void* self);
-  int ends = 0;
-  alignas(ObservedBlock) unsigned char place[sizeof(ObservedBlock)];
-  auto* const inPlace = new (place) ObservedBlock(&ends);
-  reinterpret_cast<Operation>(const_cast<void*>(LayoutOf(*inPlace).operations[0]))(inPlace);
-  EXPECT_EQ(ends, 1);
-  // Frees the block besides, which a sanitizer would miss.
-  auto* const onHeap = new ObservedBlock(&ends);
-  reinterpret_cast<Operation>(const_cast<void*>(LayoutOf(*onHeap).operations[1]))(onHeap);
-  EXPECT_EQ(ends, 2);
-}
-
-TEST(LoggingBlockFactory, GivesOutInTheFirstSlotAndTakesBackInTheSecond) {
-  EXPECT_EQ(VirtualSlot(&ILoggingBlockFactory::giveOut), 0u);
-  EXPECT_EQ(VirtualSlot(&ILoggingBlockFactory::takeBack), 1u);
-}
-
-TEST(TraceEngineInterface, HasItsOperationsInTheirSlots) {
-  EXPECT_EQ(VirtualSlot(&kit::IRefCounted::addRef), 0u);
-  EXPECT_EQ(VirtualSlot(&kit::IRefCounted::release), 1u);
-  EXPECT_EQ(VirtualSlot(&ITraceEngine::addRef), 0u);
-  EXPECT_EQ(VirtualSlot(&ITraceEngine::release), 1u);
-  EXPECT_EQ(VirtualSlot(&ITraceEngine::sendBlock), 2u);
-  EXPECT_EQ(VirtualSlot(&ITraceEngine::getFreeBlock), 3u);
-  EXPECT_EQ(VirtualSlot(&ITraceEngine::showTagNames), 4u);
-  EXPECT_EQ(VirtualSlot(&ITraceEngine::getConfigDirectory), 5u);
-  EXPECT_EQ(VirtualSlot(&ITraceEngine::noteDroppedRecord), 6u);
-}
 
 // Time
 
@@ -166,7 +82,7 @@ TEST_F(LoggingBlockTest, RefusesMoreBytesThanItHasRoomForAltogether) {
   block.write(tooMany.c_str(), 510, status);
   EXPECT_EQ(status.code(), -1);
   EXPECT_EQ(written(), "abc");
-  EXPECT_EQ(LayoutOf(block).payload[3], '\0');
+  EXPECT_EQ(LayoutOf<LoggingBlockLayout>(block).payload[3], '\0');
 }
 
 TEST_F(LoggingBlockTest, RefusesABlockful) {

@@ -25,10 +25,11 @@ using qv::kit::osdep::CarbonError;
 using qv::kit::osdep::SharedLibrary;
 using qv::tests::CallForInt;
 using qv::tests::Exactly;
+using qv::tests::LayoutOf;
 using qv::tests::PluginFile;
 using qv::tests::ScriptedBundleServices;
-using qv::tests::SharedLibraryLayout;
 using qv::tests::TemporaryDirectory;
+using qv::tests::TextOf;
 using testing::ElementsAre;
 
 class LibrarySearch : public testing::Test {
@@ -56,7 +57,7 @@ TEST_F(LibrarySearch, TriesAFrameworkThenABundleThenTheDynamicLibrary) {
                           L"path " + foo + L".bundle", L"main bundle " + foo + L".bundle"));
   ASSERT_TRUE(library.isLoaded());
   EXPECT_EQ(CallForInt(library.getFunctionPointer("qv_plugin_answer", false)), 42);
-  EXPECT_FALSE(SharedLibraryLayout(library).isBundle);
+  EXPECT_FALSE(LayoutOf<SharedLibraryLayout>(library).isBundle);
 }
 
 TEST_F(LibrarySearch, GoesThroughAllPlacesForABareName) {
@@ -82,7 +83,7 @@ TEST_F(LibrarySearch, TriesAFullFileNameThreeTimesAsItIs) {
   EXPECT_THAT(services_.places(), ElementsAre(L"path " + name, L"main bundle " + name,
                                               L"path " + name, L"main bundle " + name));
   EXPECT_TRUE(library.isLoaded());
-  EXPECT_EQ(SharedLibraryLayout(library).loadedPath.text(), name);
+  EXPECT_EQ(TextOf(LayoutOf<SharedLibraryLayout>(library).loadedPath), name);
 }
 
 TEST_F(LibrarySearch, LooksForNothingWithoutAName) {
@@ -95,13 +96,13 @@ TEST_F(LibrarySearch, PrefersAFrameworkToABundleToADynamicLibrary) {
   const std::wstring foo = Exactly(directory_.wide("foo"));
   services_.addBundle(L"path " + foo + L".bundle");
   SharedLibrary bundle(directory_.wide("foo"), true, true);
-  EXPECT_TRUE(SharedLibraryLayout(bundle).isBundle);
-  EXPECT_EQ(SharedLibraryLayout(bundle).loadedPath.text(), foo + L".bundle");
+  EXPECT_TRUE(LayoutOf<SharedLibraryLayout>(bundle).isBundle);
+  EXPECT_EQ(TextOf(LayoutOf<SharedLibraryLayout>(bundle).loadedPath), foo + L".bundle");
 
   services_.addBundle(L"main bundle " + foo + L".framework");
   SharedLibrary framework(directory_.wide("foo"), true, true);
-  EXPECT_TRUE(SharedLibraryLayout(framework).isBundle);
-  EXPECT_EQ(SharedLibraryLayout(framework).loadedPath.text(), foo + L".framework");
+  EXPECT_TRUE(LayoutOf<SharedLibraryLayout>(framework).isBundle);
+  EXPECT_EQ(TextOf(LayoutOf<SharedLibraryLayout>(framework).loadedPath), foo + L".framework");
 }
 
 class BundleAsLibrary : public LibrarySearch {
@@ -185,8 +186,8 @@ TEST_F(BundleAsLibrary, IsUnloadedInACopyThatFindsItGone) {
   EXPECT_TRUE(library.isLoaded());
   EXPECT_FALSE(copy.isLoaded());
   EXPECT_EQ(services_.openBundles(), 1);
-  EXPECT_EQ(SharedLibraryLayout(copy).loadedPath.text(), L"foo.framework");
-  EXPECT_EQ(SharedLibraryLayout(copy).handle, nullptr);
+  EXPECT_EQ(TextOf(LayoutOf<SharedLibraryLayout>(copy).loadedPath), L"foo.framework");
+  EXPECT_EQ(LayoutOf<SharedLibraryLayout>(copy).handle, nullptr);
   EXPECT_THROW(copy.load(L"foo"), InvalidOperation);
   ExpectCarbonError(copy, "answer");
 }
@@ -195,7 +196,7 @@ TEST_F(BundleAsLibrary, StaysOpenAfterDestructionWhereUnloadingWasNotAskedFor) {
   const void* bundle = nullptr;
   {
     const SharedLibrary library(L"foo", false, true);
-    bundle = SharedLibraryLayout(library).handle;
+    bundle = LayoutOf<SharedLibraryLayout>(library).handle;
   }
   ASSERT_EQ(services_.openBundles(), 1);
   delete static_cast<const Bundle*>(bundle);
@@ -214,13 +215,13 @@ TEST_F(LibrarySearch, ADynamicLibraryMayTakeThePlaceOfABundleThatIsGone) {
   const std::wstring foo = Exactly(directory_.wide("foo"));
   services_.addBundle(L"path " + foo + L".bundle");
   SharedLibrary library(directory_.wide("foo"), true, true);
-  ASSERT_TRUE(SharedLibraryLayout(library).isBundle);
+  ASSERT_TRUE(LayoutOf<SharedLibraryLayout>(library).isBundle);
   library.unload();
   services_.withhold(L"path " + foo + L".bundle");
   putDynamicLibrary("libfoo.dylib");
   library.load();
   ASSERT_TRUE(library.isLoaded());
-  EXPECT_FALSE(SharedLibraryLayout(library).isBundle);
+  EXPECT_FALSE(LayoutOf<SharedLibraryLayout>(library).isBundle);
   EXPECT_EQ(CallForInt(library.getFunctionPointer("qv_plugin_answer", false)), 42);
 }
 

@@ -13,9 +13,10 @@ namespace {
 
 using qv::kit::osdep::SharedLibrary;
 using qv::tests::Exactly;
+using qv::tests::LayoutOf;
 using qv::tests::PluginFile;
-using qv::tests::SharedLibraryLayout;
 using qv::tests::TemporaryDirectory;
+using qv::tests::TextOf;
 
 TEST(SharedLibraryWithASuffixOfItsOwn, LooksForShortNamesWithIt) {
   const TemporaryDirectory directory;
@@ -24,7 +25,8 @@ TEST(SharedLibraryWithASuffixOfItsOwn, LooksForShortNamesWithIt) {
   std::filesystem::copy_file(PluginFile("qv_plugin"), directory.path("libfoo.so"));
   const SharedLibrary library(directory.wide("foo"), true, true);
   ASSERT_TRUE(library.isLoaded());
-  EXPECT_EQ(SharedLibraryLayout(library).loadedPath.text(), Exactly(directory.wide("libfoo.so")));
+  EXPECT_EQ(TextOf(LayoutOf<SharedLibraryLayout>(library).loadedPath),
+            Exactly(directory.wide("libfoo.so")));
 }
 
 TEST(SharedLibraryWithASuffixOfItsOwn, StillTakesFullFileNamesAsTheyAre) {
