@@ -44,6 +44,26 @@ QV_SLOT(Destructors, destructor, 0);
 QV_SLOT(Destructors, deletingDestructor, 1);
 QV_SLOTS(Destructors, 2);
 
+/// The description of a type: the name that the compiler makes of its own, and its base, if any.
+typedef struct TypeLayout {
+  const void* operations;
+  const char* name;
+  const struct TypeLayout* base;
+} TypeLayout;
+QV_AT(TypeLayout, operations, 0, 0);
+QV_AT(TypeLayout, name, 4, 8);
+QV_AT(TypeLayout, base, 8, 16);
+QV_SIZE(TypeLayout, 12, 24);
+
+/// What stands in memory right before a table.
+typedef struct TableHead {
+  ptrdiff_t offsetToTop;
+  const TypeLayout* type;
+} TableHead;
+QV_AT(TableHead, offsetToTop, 0, 0);
+QV_AT(TableHead, type, 4, 8);
+QV_SIZE(TableHead, 8, 16);
+
 // Texts and vectors: begin, end and end of the storage, which comes from malloc. That of a text has
 // room for a terminator behind it.
 

@@ -13,6 +13,7 @@ constexpr const char* kGoodEngine = "good";
 constexpr const char* kEntrylessEngine = "entryless";
 constexpr const char* kVisibleEngine = "visible";
 constexpr const char* kUntypedEngine = "untyped";
+constexpr const char* kPlainEngine = "plain";
 
 inline std::string EngineFile(const std::string& kind) {
   return QV_ENGINE_DOUBLES "/" + kind + "/" QV_ENGINE_FILE;

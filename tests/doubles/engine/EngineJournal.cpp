@@ -4,6 +4,8 @@
 #include <iterator>
 #include <new>
 
+#include "tests/doubles/engine/journal.h"
+
 namespace qv::tests {
 
 using Guard = std::lock_guard<std::mutex>;
@@ -72,3 +74,25 @@ void EngineJournal::keep(const LoggingBlockLayout& block) {
 }
 
 }  // namespace qv::tests
+
+using qv::tests::EngineJournal;
+
+void QVTEST_Note(const char* line) {
+  EngineJournal::instance().note(line);
+}
+
+void QVTEST_KeepBlock(const LoggingBlockLayout* block) {
+  EngineJournal::instance().keep(*block);
+}
+
+bool QVTEST_HasBlocks() {
+  return EngineJournal::instance().script.hasBlocks;
+}
+
+bool QVTEST_ShowTagNames() {
+  return EngineJournal::instance().script.showTagNames;
+}
+
+const wchar_t* QVTEST_ConfigDirectory() {
+  return EngineJournal::instance().script.configDirectory.c_str();
+}
