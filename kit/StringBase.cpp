@@ -54,6 +54,13 @@ const CharT* EndOfText(const CharT* text, std::uint32_t count) {
   return count == npos || text == nullptr ? EndOfText(text) : text + count;
 }
 
+/// How many characters such a count means. It is not turned into an end: that of a count beyond
+/// what addresses can tell would lie anywhere.
+template <typename CharT>
+std::uint32_t CountAt(const CharT* text, std::uint32_t count) {
+  return count == npos || text == nullptr ? RangeLength(text, EndOfText(text)) : count;
+}
+
 /// Whether place lies from begin to end. Only std::less orders pointers into different blocks.
 template <typename CharT>
 bool IsWithin(const CharT* begin, const CharT* place, const CharT* end) noexcept {
@@ -159,7 +166,10 @@ StringBase<C, O, T>::StringBase(const C* text) : StringBase(text, EndOfText(text
 
 template <typename C, typename O, typename T>
 StringBase<C, O, T>::StringBase(const C* text, std::uint32_t count)
-    : StringBase(text, EndOfText(text, count)) {}
+    : StringBase(Room{CountAt(text, count)}) {
+  MoveCharacters(begin_, text, capacity());
+  SetEnd(capacityEnd_);
+}
 
 template <typename C, typename O, typename T>
 StringBase<C, O, T>::StringBase(const C* begin, const C* end)
@@ -241,7 +251,7 @@ StringBase<C, O, T>& StringBase<C, O, T>::operator=(const O* text) {
 
 template <typename C, typename O, typename T>
 StringBase<C, O, T>& StringBase<C, O, T>::assign(const C* text, std::uint32_t count) {
-  return Splice(0, length(), text, RangeLength(text, EndOfText(text, count)));
+  return Splice(0, length(), text, CountAt(text, count));
 }
 
 template <typename C, typename O, typename T>
@@ -344,7 +354,7 @@ StringBase<C, O, T>& StringBase<C, O, T>::append(const O* text) {
 
 template <typename C, typename O, typename T>
 StringBase<C, O, T>& StringBase<C, O, T>::append(const C* text, std::uint32_t count) {
-  const std::uint32_t added = RangeLength(text, EndOfText(text, count));
+  const std::uint32_t added = CountAt(text, count);
   const bool own = Owns(text);
   const std::ptrdiff_t offset = own ? text - begin_ : 0;
   MakeRoomAtEnd(added);
@@ -617,7 +627,7 @@ template <typename C, typename O, typename T>
 StringBase<C, O, T>& StringBase<C, O, T>::Splice(std::uint32_t position, std::uint32_t count,
                                                  const C* text, std::uint32_t textCount) {
   if (textCount != 0 && Owns(text)) {
-    const StringBase copied(text, text + textCount);
+    const StringBase copied(text, textCount);
     return Splice(position, count, copied.begin_, textCount);
   }
   const std::uint32_t left = length() - count;

@@ -153,6 +153,20 @@ TYPED_TEST(EveryStringForm, NullIsTheEmptyTextWhateverItsCount) {
   }
 }
 
+TEST(WideString, TakesNoCountOfMoreCharactersThanStorageCanHoldAndReadsNone) {
+  const wchar_t text[] = L"quay";
+  // In 32 bits of bytes some of them are as many as there are, or fewer.
+  for (const std::uint32_t count :
+       {0x3FFFFFFFU, 0x40000000U, 0x40000003U, 0x7FFFFFFFU, 0x80000003U, 0xFFFFFFFEU}) {
+    WString string(L"cove");
+    EXPECT_THROW(WString(text, count), OutOfRange) << count;
+    EXPECT_THROW(string.append(text, count), OutOfRange) << count;
+    EXPECT_THROW(string.assign(text, count), OutOfRange) << count;
+    EXPECT_THROW(string.assign(string.c_str(), count), OutOfRange) << count;
+    EXPECT_EQ(string.exactCompare(L"cove"), 0) << count;
+  }
+}
+
 TYPED_TEST(EveryStringForm, FromRangeTakesWhatLiesBetween) {
   const auto* text = this->Text("harbour");
   this->ExpectIntact(TypeParam(text + 1, text + 4), "arb");
