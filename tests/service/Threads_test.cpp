@@ -1,3 +1,4 @@
+#include <dlfcn.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -118,6 +119,27 @@ TEST_F(Threads, ThatLockThroughOpensslAreNotDisturbedByInitsAndUninits) {
   EXPECT_THAT(journal_.linesOf("unload"), IsEmpty());
   uninit_(keeps);
   EXPECT_THAT(journal_.linesOf("unload"), SizeIs(2));
+}
+
+TEST_F(Threads, ThatUsedOpensslMayEndAfterItAndTheLibraryAreGone) {
+  journal_.setLockCount(1);
+  QvSslInitHandle* handle = init_();
+  std::promise<void> isUsed;
+  std::promise<void> isGone;
+  std::thread thread([&] {
+    void* crypto =
+        ::dlopen(installation_.directory().path(Installation::kCryptoFile).c_str(), RTLD_NOW);
+    reinterpret_cast<unsigned long (*)()>(::dlsym(crypto, "ERR_get_error"))();
+    ::dlclose(crypto);
+    isUsed.set_value();
+    isGone.get_future().wait();
+  });
+  isUsed.get_future().wait();
+  uninit_(handle);
+  installation_.closeLibrary();
+  EXPECT_THAT(journal_.linesOf("unload"), SizeIs(2));
+  isGone.set_value();
+  thread.join();
 }
 
 TEST_F(Threads, ThatAllFailStillAllGetNull) {

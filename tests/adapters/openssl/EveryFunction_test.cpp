@@ -12,12 +12,12 @@
 #include <openssl/ssl.h>
 #include <openssl/x509v3.h>
 
-#include <cstdlib>
 #include <ctime>
 #include <memory>
 #include <ostream>
 #include <string>
 
+#include "tests/adapters/openssl/OpensslMemory.h"
 #include "tests/adapters/openssl/ResolvedOpenssl.h"
 #include "tests/doubles/TemporaryDirectory.h"
 
@@ -88,36 +88,16 @@ bool IsSameKey(const ResolvedOpenssl& openssl, const RSA* one, const RSA* other)
   return d != nullptr && QV_OTHER(BN_cmp)(d, QV_OTHER(RSA_get0_d)(other)) == 0;
 }
 
-/// Blocks of memory that OpenSSL has asked for and not given back.
-long g_blocks = 0;
-
-void* Allocate(std::size_t size, const char* /*file*/, int /*line*/) {
-  void* block = std::malloc(size);
-  if (block != nullptr) ++g_blocks;
-  return block;
-}
-
-void* Reallocate(void* block, std::size_t size, const char* /*file*/, int /*line*/) {
-  void* moved = std::realloc(block, size);
-  if (block == nullptr && moved != nullptr) ++g_blocks;
-  return moved;
-}
-
-void Free(void* block, const char* /*file*/, int /*line*/) {
-  if (block != nullptr) --g_blocks;
-  std::free(block);
-}
-
 /// Expects release to give back all the memory that make has taken.
 template <typename Object, typename Release>
 void ExpectFreed(const ResolvedOpenssl& openssl, Owner<Object> (*make)(const ResolvedOpenssl&),
                  Release release) {
   make(openssl);  // what OpenSSL sets up for all objects, once
-  const long before = g_blocks;
+  const long before = OpensslMemory::blocks();
   Object* object = make(openssl).release();
-  ASSERT_GT(g_blocks, before);
+  ASSERT_GT(OpensslMemory::blocks(), before);
   release(object);
-  EXPECT_EQ(g_blocks, before);
+  EXPECT_EQ(OpensslMemory::blocks(), before);
 }
 
 /// The file that gets what is written to a BIO.
@@ -553,8 +533,7 @@ class EveryFunction : public testing::TestWithParam<Case> {};
 
 TEST_P(EveryFunction, DoesItsWorkWhenItIsCalledThroughTheTable) {
   const ResolvedOpenssl openssl;
-  // Possible only as long as OpenSSL has not asked for any memory.
-  ASSERT_EQ(QV_OTHER(CRYPTO_set_mem_functions)(Allocate, Reallocate, Free), 1);
+  OpensslMemory::count(QV_OTHER(CRYPTO_set_mem_functions));
   GetParam().check(openssl);
   EXPECT_GE(openssl.callsOf(GetParam().row), 1);
 }

@@ -1,7 +1,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <openssl/err.h>
-#include <openssl/rsa.h>
 
 #include <cstdio>
 #include <future>
@@ -11,6 +10,7 @@
 #include <vector>
 
 #include "tests/adapters/openssl/Adapters.h"
+#include "tests/adapters/openssl/OpensslMemory.h"
 #include "tests/adapters/openssl/Situations.h"
 #include "tests/adapters/openssl/TlsConnection.h"
 #include "tests/doubles/openssl/OpensslDouble.h"
@@ -117,29 +117,62 @@ TEST_P(ServiceInAHostWith, CanBeStartedAgainAfterTheLastUninit) {
   site_.uninit();
 }
 
+/// A thread that uses the OpenSSL of a site so that it has state of its own there, and does not end
+/// before it is told to.
+class UserOfOpenssl {
+ public:
+  explicit UserOfOpenssl(const Site& site) : thread_([&] { use(site); }) {
+    isUsed_.get_future().wait();
+  }
+  UserOfOpenssl(const UserOfOpenssl&) = delete;
+  UserOfOpenssl& operator=(const UserOfOpenssl&) = delete;
+  ~UserOfOpenssl() {
+    if (thread_.joinable()) end();
+  }
+
+  void end() {
+    mayEnd_.set_value();
+    thread_.join();
+  }
+
+ private:
+  void use(const Site& site) {
+    EXPECT_EQ(site.say("from a thread"), "from a thread");
+    leaveAnError(site.crypto());
+    isUsed_.set_value();
+    mayEnd_.get_future().wait();
+  }
+
+  static void leaveAnError(const Adapter& crypto) {
+    crypto.function<void*(const char*, const char*)>("BIO_new_file")("/no/such/file", "r");
+    EXPECT_NE(crypto.function<decltype(::ERR_peek_error)>("ERR_peek_error")(), 0U);
+  }
+
+  std::promise<void> isUsed_;
+  std::promise<void> mayEnd_;
+  std::thread thread_;
+};
+
 TEST_P(ServiceInAHostWith, MayBeOutlivedByAThreadThatUsedOpenssl) {
   site_.init();
-  std::promise<void> isUsed;
-  std::promise<void> isGone;
-  std::thread thread([&] {
-    {
-      EXPECT_EQ(site_.say("from a thread"), "from a thread");
-      // A key takes random numbers, of which each thread has a source of its own.
-      const Adapter crypto = site_.crypto();
-      crypto.function<decltype(::RSA_free)>("RSA_free")(
-          crypto.function<rsa_st*(int, unsigned long, void*, void*)>("RSA_generate_key")(
-              1024, RSA_F4, nullptr, nullptr));
-      crypto.function<void*(const char*, const char*)>("BIO_new_file")("/no/such/file", "r");
-      EXPECT_NE(crypto.function<decltype(::ERR_peek_error)>("ERR_peek_error")(), 0U);
-    }
-    isUsed.set_value();
-    isGone.get_future().wait();
-  });
-  isUsed.get_future().wait();
+  UserOfOpenssl user(site_);
   site_.uninit();
   EXPECT_FALSE(site_.hasAdaptersInMemory());
-  isGone.set_value();
-  thread.join();
+  user.end();
+}
+
+TEST(Openssl, FreesTheStateOfAThreadThatEndsAfterTheLastUninit) {
+  void* crypto = ::dlopen(QV_LIBCRYPTO, RTLD_NOW);
+  OpensslMemory::count(reinterpret_cast<decltype(&::CRYPTO_set_mem_functions)>(
+      ::dlsym(crypto, "CRYPTO_set_mem_functions")));
+  ::dlclose(crypto);
+  Site site;
+  site.init();
+  UserOfOpenssl user(site);
+  site.uninit();
+  const long before = OpensslMemory::blocks();
+  user.end();
+  EXPECT_LT(OpensslMemory::blocks(), before);
 }
 
 /// Those in which the library can see to it that OpenSSL is bound to itself.
