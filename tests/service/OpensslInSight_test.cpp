@@ -16,11 +16,11 @@ using testing::StartsWith;
 /// process when it is called.
 class OpensslInSight : public testing::Test {
  protected:
-  OpensslInSight() {
-    EXPECT_NE(::dlopen(QV_OPENSSL_DOUBLES "/openssl_stranger.so", RTLD_NOW | RTLD_GLOBAL), nullptr)
-        << ::dlerror();
-  }
+  OpensslInSight() { EXPECT_NE(stranger_, nullptr) << ::dlerror(); }
 
+  static constexpr const char* kStranger = QV_OPENSSL_DOUBLES "/openssl_stranger.so";
+
+  void* const stranger_ = ::dlopen(kStranger, RTLD_NOW | RTLD_GLOBAL);
   Journal& journal_ = Journal::instance();
 };
 
@@ -41,6 +41,19 @@ TEST_F(OpensslInSight, IsNotCalledByTheOneBesideTheLibrary) {
   EXPECT_THAT(journal_.lines(), Contains(StartsWith("PEM_ASN1_write_bio(i2d_RSAPrivateKey, ")));
 }
 
+// What the other tests are about: it takes care to keep two of them apart.
+TEST_F(OpensslInSight, IsCalledByALibraryThatIsOpenedTheUsualWay) {
+  void* crypto = ::dlopen(QV_OPENSSL_DOUBLES "/open/libeay32.dylib", RTLD_NOW | RTLD_LOCAL);
+  ASSERT_NE(crypto, nullptr) << ::dlerror();
+  const auto write =
+      reinterpret_cast<int (*)(void*, const char*, void*, void*, void*, void*, int, void*, void*)>(
+          ::dlsym(crypto, "PEM_ASN1_write_bio"));
+  write(::dlsym(crypto, "i2d_RSAPrivateKey"), "", nullptr, nullptr, nullptr, nullptr, 0, nullptr,
+        nullptr);
+  EXPECT_THAT(journal_.lines(), Contains(StartsWith("PEM_ASN1_write_bio(unknown encoder, ")));
+  ::dlclose(crypto);
+}
+
 TEST_F(OpensslInSight, DoesNotKeepTheOneBesideTheLibraryInMemory) {
   Installation installation;
   for (int i = 0; i < 2; ++i) {
@@ -51,6 +64,13 @@ TEST_F(OpensslInSight, DoesNotKeepTheOneBesideTheLibraryInMemory) {
                 ElementsAre("unload libeay32.dylib", "unload libssleay32.dylib"));
     journal_.clearLines();
   }
+}
+
+TEST_F(OpensslInSight, LeavesMemoryWhenItsHostWantsIt) {
+  Installation installation;
+  installation.uninit(installation.init());
+  ASSERT_EQ(::dlclose(stranger_), 0);
+  EXPECT_EQ(::dlopen(kStranger, RTLD_NOW | RTLD_NOLOAD), nullptr);
 }
 
 TEST_F(OpensslInSight, DoesNotStandInForAMissingOne) {

@@ -24,7 +24,7 @@ extern "C" {
 void* __real_dlopen(const char* path, int flags);
 
 void* __wrap_dlopen(const char* path, int flags) {
-  g_openings.emplace_back(path, flags);
+  if (path != nullptr) g_openings.emplace_back(path, flags);
   return __real_dlopen(path, flags);
 }
 }
