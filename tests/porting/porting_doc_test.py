@@ -95,6 +95,18 @@ class Port(unittest.TestCase):
         self.assertIn("wchar_t is 2 bytes wide", refused)
 
 
+    def test_for_a_mac_compiles_and_links_what_that_needs(self):
+        configure = "cmake -S . -B build/mysystem -G Ninja -DQV_BUILD_TESTS=OFF -DQV_PLATFORM=apple"
+        run(configure, self.sources)
+        sources = {name for name in self.commands() if "/platform/" in name}
+        self.assertEqual(sources, {str(source.relative_to(ROOT))
+                                   for source in (SEAMS / "apple").glob("*.cpp")})
+        for name in sources:
+            self.assertIn("-Wno-deprecated-declarations", self.commands()[name])
+        linking = run("ninja -C build/mysystem -t commands qvsslinit", self.sources)
+        self.assertIn("-framework Carbon -framework CoreFoundation", linking)
+
+
 class TestsOfAPort(unittest.TestCase):
     def test_to_run_first_are_there(self):
         programs = targets("test")

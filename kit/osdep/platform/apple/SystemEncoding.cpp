@@ -15,12 +15,17 @@
 namespace qv::kit::osdep::platform {
 namespace {
 
+template <typename CharT>
+CFIndex ByteCount(const CharT* begin, const CharT* end) {
+  return static_cast<CFIndex>(end - begin) * CFIndex{sizeof(CharT)};
+}
+
 /// The bytes from begin to end, which are text in the given encoding.
 template <typename CharT>
 CFOwner<CFStringRef> CreateString(const CharT* begin, const CharT* end, CFStringEncoding encoding) {
-  const auto bytes = static_cast<CFIndex>((end - begin) * sizeof(CharT));
-  CFOwner<CFStringRef> string(CFStringCreateWithBytes(
-      kCFAllocatorDefault, reinterpret_cast<const UInt8*>(begin), bytes, encoding, false));
+  CFOwner<CFStringRef> string(CFStringCreateWithBytes(kCFAllocatorDefault,
+                                                      reinterpret_cast<const UInt8*>(begin),
+                                                      ByteCount(begin, end), encoding, false));
   if (string == nullptr) QV_THROW(exception::InvalidLocale());
   return string;
 }
@@ -31,10 +36,9 @@ template <typename CharT>
 std::uint32_t GetText(CFStringRef string, CFStringEncoding encoding, CharT* outBegin,
                       CharT*& outEnd) {
   const CFRange all = CFRangeMake(0, CFStringGetLength(string));
-  const auto room = static_cast<CFIndex>((outEnd - outBegin) * sizeof(CharT));
   CFIndex bytes = 0;
-  CFStringGetBytes(string, all, encoding, '?', false, reinterpret_cast<UInt8*>(outBegin), room,
-                   &bytes);
+  CFStringGetBytes(string, all, encoding, '?', false, reinterpret_cast<UInt8*>(outBegin),
+                   ByteCount<CharT>(outBegin, outEnd), &bytes);
   outEnd = outBegin + bytes / static_cast<CFIndex>(sizeof(CharT));
   return RangeLength<CharT>(outBegin, outEnd);
 }
@@ -69,8 +73,8 @@ std::uint32_t CarbonWideToAnsi(const wchar_t* begin, const wchar_t* end, char* o
 std::uint32_t GetCarbonWideToAnsiRequiredBufferLength(const wchar_t* begin, const wchar_t* end) {
   // In UTF-16, where a character from 0x10000 on takes two places.
   const auto isPair = [](wchar_t character) { return character >= 0x10000; };
-  const auto length =
-      static_cast<CFIndex>(RangeLength(begin, end) + std::count_if(begin, end, isPair));
+  const CFIndex length =
+      static_cast<CFIndex>(RangeLength(begin, end)) + std::count_if(begin, end, isPair);
   // Negative when the system itself cannot count them.
   return SafeInteger<unsigned long>(
              CFStringGetMaximumSizeForEncoding(length, CFStringGetSystemEncoding()))

@@ -28,7 +28,10 @@ class AppleTest : public testing::Test {
       foundation_.failCall(failed + 1);
       work();
       EXPECT_EQ(foundation_.references(), before) << "kept after " << foundation_.failedCall();
-      if (!hasFailed()) return failed;
+      if (!hasFailed()) {
+        foundation_.failCall(0);
+        return failed;
+      }
     }
   }
 

@@ -70,6 +70,13 @@ TEST_F(AppleBundles, AreLookedForInTheFrameworksFoldersInOrder) {
   EXPECT_EQ(foundation_.calls().back(), "CFBundleCopyResourceURL foo.bundle");
 }
 
+TEST_F(AppleBundles, AreInNoStandardFolderWhoseStatusIsNotZero) {
+  putBundle("user/foo.bundle");
+  foundation_.fail("FSFindFolder", 1);
+  EXPECT_FALSE(Bundle(L"foo").isOpened());
+  EXPECT_FALSE(called("CFURLCreateFromFSRef"));
+}
+
 /// A folder in which a bundle lies, and the calls that look for one there.
 struct Place {
   const char* folder;

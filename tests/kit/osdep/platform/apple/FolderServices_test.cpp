@@ -56,6 +56,11 @@ TEST_F(ApplePreferences, AreNoneWhereACallForThemFails) {
   EXPECT_EQ(calls, 4) << "a folder, its place, a string and its bytes";
 }
 
+TEST_F(ApplePreferences, AreNoneWithAnyStatusButZero) {
+  foundation_.fail("FSFindFolder", 1);
+  EXPECT_TRUE(FindPreferencesFolder().empty());
+}
+
 TEST_F(ApplePreferences, FallBackToLibraryPreferencesWhereACallFails) {
   withEachCallFailing([&] {
     const WString directory = GetCommonAppDataDirectory();

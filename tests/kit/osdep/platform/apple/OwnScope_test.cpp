@@ -2,11 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/doubles/Plugins.h"
+
 namespace qv::kit::osdep::platform {
 namespace {
 
 TEST(AppleOwnScope, IsWhatEveryLibraryHasWhenItIsOpenedTheUsualWay) {
-  EXPECT_EQ(OpenInOwnScope("/usr/lib/libSystem.dylib"), nullptr);
+  EXPECT_EQ(OpenInOwnScope(tests::PluginFile("qv_plugin").c_str()), nullptr);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -50,9 +51,16 @@ TEST_F(AppleProcess, LiesInADirectoryThatEndsInASlash) {
   EXPECT_EQ(Exactly(GetModuleDirectory(nullptr)), L"/Applications/");
 }
 
+TEST_F(AppleProcess, WhereNoPathLeadsLiesInTheCurrentDirectory) {
+  foundation_.fail("CFURLCopyFileSystemPath");
+  EXPECT_EQ(Exactly(GetExeDirectory()), std::filesystem::current_path().wstring() + L"/");
+}
+
 TEST_F(AppleProcess, ThatIsNotKnownThrowsTheCodeOfTheCall) {
   foundation_.fail("GetCurrentProcess", -600);
   EXPECT_EQ(errorCode(), static_cast<std::uint32_t>(-600));
+  foundation_.fail("GetCurrentProcess", 1);
+  EXPECT_EQ(errorCode(), 1U);
   EXPECT_FALSE(called("GetProcessBundleLocation"));
 }
 
