@@ -8,8 +8,8 @@
 namespace qvsslinit {
 
 /// Whether the process has functions of OpenSSL's names already that every library sees: those of
-/// an OpenSSL that the host is linked with, or carries inside itself, or has loaded for everybody.
-/// One that the library itself has opened before, and that stays in memory, counts as well.
+/// an OpenSSL that the host is linked with, or carries inside itself, or has loaded for everybody,
+/// or that has stayed in memory since an earlier start.
 bool IsOpensslInSight();
 
 /// Opens one of the OpenSSL libraries; whether that worked, isLoaded() tells.

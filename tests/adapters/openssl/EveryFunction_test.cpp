@@ -130,7 +130,9 @@ void Check(const ResolvedOpenssl& openssl) = delete;
 
 template <>
 void Check<OpensslRow::SSL_library_init>(const ResolvedOpenssl& openssl) {
+  EXPECT_EQ(QV_OTHER(OBJ_NAME_get)("AES-128-CBC", OBJ_NAME_TYPE_CIPHER_METH), nullptr);
   EXPECT_EQ((openssl.table.SSL_library_init)(), 1);
+  EXPECT_NE(QV_OTHER(OBJ_NAME_get)("AES-128-CBC", OBJ_NAME_TYPE_CIPHER_METH), nullptr);
   EXPECT_EQ((openssl.table.SSL_library_init)(), 1);
 }
 

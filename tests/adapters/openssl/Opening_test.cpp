@@ -17,6 +17,7 @@ namespace {
 using Opening = std::pair<std::string, int>;
 
 std::vector<Opening> g_openings;
+bool g_ownScopesFail = false;
 
 }  // namespace
 
@@ -25,6 +26,7 @@ void* __real_dlopen(const char* path, int flags);
 
 void* __wrap_dlopen(const char* path, int flags) {
   if (path != nullptr) g_openings.emplace_back(path, flags);
+  if (g_ownScopesFail && (flags & RTLD_DEEPBIND) != 0) return nullptr;
   return __real_dlopen(path, flags);
 }
 }
@@ -57,13 +59,33 @@ INSTANTIATE_TEST_SUITE_P(In, OpeningOpenssl,
                          testing::Values(Situation::Nothing, Situation::TheSameUnseen),
                          [](const auto& info) { return std::string(NameOf(info.param)); });
 
+constexpr int kInItsOwnScope = RTLD_NOW | RTLD_LOCAL | RTLD_DEEPBIND;
+
+const auto kOwnScopeFirst = ElementsAre(
+    Opening("libeay32.dylib", kInItsOwnScope), Opening("libeay32.dylib", kForEverybody),
+    Opening("libssleay32.dylib", kInItsOwnScope), Opening("libssleay32.dylib", kForEverybody));
+
 TEST(OpeningAnotherOpenssl, IsInAScopeOfItsOwnFirstWhereAnotherIsInSight) {
-  constexpr int kInItsOwnScope = RTLD_NOW | RTLD_LOCAL | RTLD_DEEPBIND;
-  EXPECT_THAT(OpeningsIn(Situation::AStranger),
-              ElementsAre(Opening("libeay32.dylib", kInItsOwnScope),
-                          Opening("libeay32.dylib", kForEverybody),
-                          Opening("libssleay32.dylib", kInItsOwnScope),
-                          Opening("libssleay32.dylib", kForEverybody)));
+  EXPECT_THAT(OpeningsIn(Situation::AStranger), kOwnScopeFirst);
+}
+
+TEST(OpeningAnotherOpenssl, IsInAScopeOfItsOwnWhereASingleFunctionOfTheTableIsInSight) {
+  ASSERT_NE(::dlopen(QV_ONE_START, RTLD_NOW | RTLD_GLOBAL), nullptr) << ::dlerror();
+  EXPECT_THAT(OpeningsIn(Situation::Nothing), kOwnScopeFirst);
+}
+
+TEST(OpeningAnotherOpenssl, IsInAScopeOfItsOwnWhereADigestIsInSight) {
+  ASSERT_NE(::dlopen(QV_ONE_DIGEST, RTLD_NOW | RTLD_GLOBAL), nullptr) << ::dlerror();
+  EXPECT_THAT(OpeningsIn(Situation::Nothing), kOwnScopeFirst);
+}
+
+TEST(OpeningAnotherOpenssl, IsGivenUpWhereItsOwnScopeFails) {
+  const Host host(Situation::AStranger);
+  g_ownScopesFail = true;
+  g_openings.clear();
+  EXPECT_THROW(ResolvedOpenssl{}, std::runtime_error);
+  for (const Opening& opening : g_openings)
+    EXPECT_EQ(opening.second, kInItsOwnScope) << opening.first;
 }
 
 }  // namespace

@@ -3,6 +3,10 @@
 
 namespace qv::kit::osdep::platform {
 
+bool HasOwnScopes() {
+  return false;
+}
+
 void* OpenInOwnScope(const char* /*path*/) {
   return nullptr;
 }

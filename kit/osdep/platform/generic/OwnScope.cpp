@@ -5,24 +5,41 @@
 #include <dlfcn.h>
 
 namespace qv::kit::osdep::platform {
-namespace {
 
 #ifdef RTLD_DEEPBIND
-constexpr int kOwnScopeFirst = RTLD_DEEPBIND;
-#else
-constexpr int kOwnScopeFirst = 0;
-#endif
 
-// The run-time libraries of the sanitizers end a process that asks for it.
-bool IsSanitized() {
-  return ::dlsym(RTLD_DEFAULT, "__sanitizer_print_stack_trace") != nullptr;
+namespace {
+
+/// The file that a function comes from which everybody in the process gets by this name.
+const void* FileOf(const char* name) {
+  Dl_info info;
+  return ::dladdr(::dlsym(RTLD_DEFAULT, name), &info) != 0 ? info.dli_fbase : nullptr;
 }
 
 }  // namespace
 
-void* OpenInOwnScope(const char* path) {
-  if (IsSanitized()) return nullptr;
-  return ::dlopen(path, RTLD_NOW | RTLD_LOCAL | kOwnScopeFirst);
+bool HasOwnScopes() {
+  // In its own scope a library calls the C library directly. Where the process has another malloc,
+  // what the C library got from that one would be freed by the wrong function. The run-time
+  // libraries of the sanitizers, which stand before dlopen, end the process instead.
+  return FileOf("malloc") == FileOf("gnu_get_libc_version") &&
+         FileOf("dlopen") == FileOf("dlerror");
 }
+
+void* OpenInOwnScope(const char* path) {
+  return ::dlopen(path, RTLD_NOW | RTLD_LOCAL | RTLD_DEEPBIND);
+}
+
+#else
+
+bool HasOwnScopes() {
+  return false;
+}
+
+void* OpenInOwnScope(const char* /*path*/) {
+  return nullptr;
+}
+
+#endif
 
 }  // namespace qv::kit::osdep::platform

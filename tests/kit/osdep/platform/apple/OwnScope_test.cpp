@@ -8,6 +8,7 @@ namespace qv::kit::osdep::platform {
 namespace {
 
 TEST(AppleOwnScope, IsWhatEveryLibraryHasWhenItIsOpenedTheUsualWay) {
+  EXPECT_FALSE(HasOwnScopes());
   EXPECT_EQ(OpenInOwnScope(tests::PluginFile("qv_plugin").c_str()), nullptr);
 }
 
