@@ -138,7 +138,8 @@ typedef struct IniDocument {
   /// The file last read or written, as it was named by the caller; never null, empty at first.
   char* path;
   /// When that file was last modified, as of then; 0 at first. The library is built for times of 64
-  /// bits on 32-bit systems too, where programs that look at this field need _TIME_BITS=64.
+  /// bits on 32-bit systems too, where programs that look at this field need _TIME_BITS=64
+  /// and _FILE_OFFSET_BITS=64.
   time_t modificationTime;
 } IniDocument;
 

@@ -92,9 +92,24 @@ TEST(MyTraceLoggerInC, IsEndedAndDeletedAndNothingElse) {
 TEST(ExceptionInC, IsEndedAndDeletedAndHasTwoOperationsMore) {
   using namespace kit::exception;
   ExpectDestructorsFirstAndNothingBehind<Exception, ExceptionOperations>();
+  ExpectDestructorsFirstAndNothingBehind<InvalidArgument, ExceptionOperations>();
+  ExpectDestructorsFirstAndNothingBehind<InvalidArgument2, ExceptionOperations>("text");
   ExpectDestructorsFirstAndNothingBehind<OutOfRange, ExceptionOperations>();
   ExpectDestructorsFirstAndNothingBehind<OutOfRange2, ExceptionOperations>("text");
+  ExpectDestructorsFirstAndNothingBehind<BoundExceeded, ExceptionOperations>();
+  ExpectDestructorsFirstAndNothingBehind<BoundExceeded2, ExceptionOperations>("text");
+  ExpectDestructorsFirstAndNothingBehind<ObjectAlreadyExists, ExceptionOperations>();
+  ExpectDestructorsFirstAndNothingBehind<NonexistentException, ExceptionOperations>();
+  ExpectDestructorsFirstAndNothingBehind<InvalidOperation, ExceptionOperations>();
+  ExpectDestructorsFirstAndNothingBehind<FileWriteFailed, ExceptionOperations>();
+  ExpectDestructorsFirstAndNothingBehind<FileReadFailed, ExceptionOperations>();
+  ExpectDestructorsFirstAndNothingBehind<DeserializationError, ExceptionOperations>();
+  ExpectDestructorsFirstAndNothingBehind<BufferOverflow, ExceptionOperations>();
   ExpectDestructorsFirstAndNothingBehind<AccessDenied, ExceptionOperations>(L"/srv");
+  ExpectDestructorsFirstAndNothingBehind<FileAlreadyExists, ExceptionOperations>();
+  ExpectDestructorsFirstAndNothingBehind<InvalidLocale, ExceptionOperations>();
+  ExpectDestructorsFirstAndNothingBehind<InvalidSequence, ExceptionOperations>();
+  ExpectDestructorsFirstAndNothingBehind<UnableToConvert, ExceptionOperations>();
 }
 
 TEST(ExceptionInC, OfTheSystemIsEndedAndDeletedAndHasThreeOperationsMore) {
@@ -149,6 +164,51 @@ TEST(BundleInC, IsEndedAndDeletedAndNothingElse) {
   services.addBundle(L"user frameworks foo.bundle");
   ExpectDestructorsFirstAndNothingBehind<Bundle, Destructors>(L"foo");
   EXPECT_EQ(services.openBundles(), 0);
+}
+
+// Interfaces
+
+/// Counts the calls of an operation behind those of the interface.
+class CountedReferences final : public kit::IRefCounted {
+ public:
+  void addRef() override {}
+  void release() override {}
+  virtual void operationOfItsOwn() { ++calls; }
+  int calls = 0;
+};
+
+class CountedEngine final : public traceengine::ITraceEngine {
+ public:
+  void addRef() override {}
+  void release() override {}
+  void sendBlock(LoggingBlock* /*block*/) override {}
+  LoggingBlock* getFreeBlock() override { return nullptr; }
+  bool showTagNames() override { return false; }
+  void getConfigDirectory(kit::WString& /*directory*/) override {}
+  void noteDroppedRecord() override {}
+  virtual void operationOfItsOwn() { ++calls; }
+  int calls = 0;
+};
+
+class CountedFactory final : public traceengine::ILoggingBlockFactory {
+ public:
+  LoggingBlock* giveOut() override { return nullptr; }
+  void takeBack(LoggingBlock* /*block*/) override {}
+  virtual void operationOfItsOwn() { ++calls; }
+  int calls = 0;
+};
+
+template <typename Object, typename Operations>
+void ExpectNothingBehind() {
+  Object object;
+  CallSlot(&object, QV_SLOT_COUNT(Operations));
+  EXPECT_EQ(object.calls, 1);
+}
+
+TEST(InterfaceInC, HasNoOperationBehindThoseOfItsTable) {
+  ExpectNothingBehind<CountedReferences, RefCountedOperations>();
+  ExpectNothingBehind<CountedEngine, TraceEngineOperations>();
+  ExpectNothingBehind<CountedFactory, LoggingBlockFactoryOperations>();
 }
 
 // Engines

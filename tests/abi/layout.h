@@ -44,7 +44,7 @@ QV_SLOT(Destructors, destructor, 0);
 QV_SLOT(Destructors, deletingDestructor, 1);
 QV_SLOTS(Destructors, 2);
 
-/// The description of a type: the name that the compiler makes of its own, and its base, if any.
+/// The description of a type: its mangled name, and its base, if any.
 typedef struct TypeLayout {
   const void* operations;
   const char* name;
