@@ -65,6 +65,13 @@ TEST(WideToAnsi, ACharacterThatTheEncodingLacksIsASingleQuestionMark) {
   EXPECT_EQ(Narrow(L"\u20AC\U0001F600", "US-ASCII"), "??");
 }
 
+TEST(WideToAnsi, ACharacterThatOnlyTagsTextIsDroppedWhereTheEncodingLacksIt) {
+  for (const char* encoding : {"US-ASCII", "ISO-8859-1", "KOI8-R"})
+    EXPECT_EQ(Narrow(L"a\U000E0000\U000E0041\U000E007Fb", encoding), "ab") << encoding;
+  EXPECT_EQ(Narrow(L"\U000E0080", "US-ASCII"), "?");
+  EXPECT_EQ(Narrow(L"\U000E0041", "UTF-8"), "\xF3\xA0\x81\x81");
+}
+
 TEST(WideToAnsi, WhatIsNoCodePointIsASingleQuestionMark) {
   for (const std::uint32_t value : {0xD800U, 0xDFFFU, 0x110000U, 0x7FFFFFFFU, 0xFFFFFFFFU}) {
     EXPECT_EQ(Narrow(L"a" + Single(value) + L"b", "UTF-8"), "a?b") << std::hex << value;
