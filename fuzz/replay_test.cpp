@@ -95,6 +95,16 @@ TEST(Inputs, LieInFoldersNamedAfterFuzzers) {
   EXPECT_EQ(Strangers("regressions"), std::vector<std::string>());
 }
 
+TEST(TheDocumentation, TellsOfEveryFuzzerWhatItDoesAndHowLongItHasRun) {
+  std::ifstream file(std::filesystem::path(QV_FUZZ_DIRECTORY).parent_path() /
+                     "docs/reliability.md");
+  const std::string text(std::istreambuf_iterator<char>(file), {});
+  for (const Target& target : kTargets) {
+    const std::string row = "\n| `" + std::string(target.name) + "` | ";
+    EXPECT_NE(text.find(row), text.rfind(row)) << "no two rows of " << target.name;
+  }
+}
+
 TEST(Fuzzers, EndAtAFailedAssertion) {
   ASSERT_EQ(LLVMFuzzerInitialize(nullptr, nullptr), 0);
   EXPECT_TRUE(GTEST_FLAG_GET(throw_on_failure));
