@@ -6,7 +6,6 @@
 #include <climits>
 #include <memory>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "kit/exception/BufferOverflow.h"
@@ -393,20 +392,6 @@ TEST(StatusChainCopy, IsWhatConstructionAndAssignmentDo) {
     EXPECT_TRUE(HasMessage(chain->current(), L"ab"));
     EXPECT_EQ(chain->history(), source.history());
   }
-}
-
-TEST(StatusChainCopy, ChainsOnManyThreadsLetGoOfOneHistory) {
-  auto source = std::make_unique<StatusChain>(ChainWithEverything());
-  std::vector<StatusChain> copies(8, *source);
-  source = nullptr;
-  std::vector<std::thread> threads;
-  for (StatusChain& copy : copies) {
-    threads.emplace_back([&copy] { copy.clear(); });
-  }
-  for (std::thread& thread : threads)
-    thread.join();
-  for (const StatusChain& copy : copies)
-    EXPECT_EQ(copy.history(), nullptr);
 }
 
 struct Merge {
