@@ -1,11 +1,10 @@
 #include "qvini/fileANSI.h"
 
-#include <errno.h>
 #include <fcntl.h>
 #include <stdlib.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
+#include "qvini/interrupted.h"
 #include "qvini/items.h"
 #include "qvini/lineFiles.h"
 #include "qvini/outputFile.h"
@@ -39,15 +38,14 @@ static int OpenForReading(const char* path) {
   int descriptor = -1;
   do {
     descriptor = open(path, O_RDONLY | O_CLOEXEC);
-  } while (descriptor == -1 && errno == EINTR);
+  } while (qvini_WasInterrupted(descriptor));
   return descriptor;
 }
 
 static int ReadAndRemember(IniDocument* document, char* name, int descriptor) {
   const int result = qvini_IniReadFromFileHelper(document, descriptor);
   if (result != kIniDone) return result;
-  struct stat entry;
-  Remember(document, name, fstat(descriptor, &entry) == 0 ? entry.st_mtime : 0);
+  Remember(document, name, qvini_ModificationTimeOf(descriptor));
   return kIniDone;
 }
 

@@ -5,6 +5,7 @@
 #include <string.h>
 #include <unistd.h>
 
+#include "qvini/interrupted.h"
 #include "qvini/toolbox.h"
 
 enum {
@@ -59,7 +60,10 @@ static char* ReadLink(const char* path, int* isOutOfMemory) {
       break;
     }
     text = larger;
-    const ssize_t length = readlink(path, text, size);
+    ssize_t length = 0;
+    do {
+      length = readlink(path, text, size);
+    } while (qvini_WasInterrupted(length));
     if (length < 0) break;
     if ((size_t)length < size) {
       text[length] = '\0';

@@ -1,9 +1,9 @@
 #include "qvini/lineFiles.h"
 
-#include <errno.h>
 #include <string.h>
 #include <unistd.h>
 
+#include "qvini/interrupted.h"
 #include "qvini/qvini.h"
 
 enum { kNoByte = -1 };
@@ -23,7 +23,7 @@ static void ReadMore(qvini_FileSource* source) {
   do {
     count = read(source->descriptor, source->block + source->length,
                  sizeof(source->block) - source->length);
-  } while (count == -1 && errno == EINTR);
+  } while (qvini_WasInterrupted(count));
   if (count > 0) {
     source->length += (size_t)count;
     return;
@@ -105,7 +105,7 @@ int qvini_Flush(qvini_FileSink* sink) {
   size_t done = 0;
   while (done < sink->length) {
     const ssize_t count = write(sink->descriptor, sink->block + done, sink->length - done);
-    if (count == -1 && errno == EINTR) continue;
+    if (qvini_WasInterrupted(count)) continue;
     // A system that takes nothing and gives no reason would keep us here for ever.
     if (count <= 0) return kIniFlushFailed;
     done += (size_t)count;

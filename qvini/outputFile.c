@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include "qvini/fileNames.h"
+#include "qvini/interrupted.h"
 #include "qvini/qvini.h"
 
 enum {
@@ -20,6 +21,9 @@ enum {
   kPermissions = 07777,
   // How often the target is looked at anew when somebody else makes or removes it meanwhile.
   kMostProbes = 100,
+  // What mkstemp() fills in, at the end of the name.
+  kBlank = 'X',
+  kBlanks = 6,
 };
 
 typedef enum ProbeResult { kWritable, kNotWritable, kChangedMeanwhile } ProbeResult;
@@ -28,7 +32,7 @@ static int Open(const char* path, int flags, mode_t mode) {
   int descriptor = kNoDescriptor;
   do {
     descriptor = open(path, flags | O_CLOEXEC, mode);
-  } while (descriptor == -1 && errno == EINTR);
+  } while (qvini_WasInterrupted(descriptor));
   return descriptor;
 }
 
@@ -41,7 +45,40 @@ static int Rename(const char* from, const char* to) {
   int result = 0;
   do {
     result = rename(from, to);
-  } while (result == -1 && errno == EINTR);
+  } while (qvini_WasInterrupted(result));
+  return result == 0;
+}
+
+static int Unlink(const char* path) {
+  int result = 0;
+  do {
+    result = unlink(path);
+  } while (qvini_WasInterrupted(result));
+  return result == 0;
+}
+
+static int LookAt(int (*look)(const char* path, struct stat* entry), const char* path,
+                  struct stat* entry) {
+  int result = 0;
+  do {
+    result = look(path, entry);
+  } while (qvini_WasInterrupted(result));
+  return result == 0;
+}
+
+static int LookAtOpen(int descriptor, struct stat* entry) {
+  int result = 0;
+  do {
+    result = fstat(descriptor, entry);
+  } while (qvini_WasInterrupted(result));
+  return result == 0;
+}
+
+static int ChangeMode(int descriptor, mode_t mode) {
+  int result = 0;
+  do {
+    result = fchmod(descriptor, mode);
+  } while (qvini_WasInterrupted(result));
   return result == 0;
 }
 
@@ -50,7 +87,7 @@ static int Sync(int descriptor) {
   int result = 0;
   do {
     result = fsync(descriptor);
-  } while (result == -1 && errno == EINTR);
+  } while (qvini_WasInterrupted(result));
   return result == 0 || errno == EINVAL || errno == ENOTSUP;
 }
 
@@ -58,7 +95,7 @@ static int Sync(int descriptor) {
 static int IsNameOf(const char* path, int descriptor) {
   struct stat named;
   struct stat opened;
-  return lstat(path, &named) == 0 && fstat(descriptor, &opened) == 0 &&
+  return LookAt(lstat, path, &named) && LookAtOpen(descriptor, &opened) &&
          named.st_dev == opened.st_dev && named.st_ino == opened.st_ino;
 }
 
@@ -66,7 +103,7 @@ static int IsNameOf(const char* path, int descriptor) {
 static ProbeResult ProbeMissing(const char* path) {
   const int descriptor = Open(path, O_WRONLY | O_CREAT | O_EXCL, kNewFileMode);
   if (descriptor == -1) return errno == EEXIST ? kChangedMeanwhile : kNotWritable;
-  const int gone = !IsNameOf(path, descriptor) || unlink(path) == 0;
+  const int gone = !IsNameOf(path, descriptor) || Unlink(path);
   return Close(descriptor) && gone ? kWritable : kNotWritable;
 }
 
@@ -80,7 +117,7 @@ static ProbeResult ProbePresent(const char* path) {
 static ProbeResult ProbeOnce(qvini_OutputFile* file) {
   struct stat entry;
   file->changesMode = 0;
-  if (stat(file->target, &entry) != 0)
+  if (!LookAt(stat, file->target, &entry))
     return errno == ENOENT ? ProbeMissing(file->target) : kNotWritable;
   if (!S_ISREG(entry.st_mode)) return kNotWritable;
   file->changesMode = 1;
@@ -105,9 +142,12 @@ static int OpenUniqueFile(qvini_OutputFile* file) {
   }
   file->temporary = qvini_UniqueNameTemplate(file->target);
   if (file->temporary == NULL) return kIniOutOfMemory;
+  // What is to be filled in: an attempt that was interrupted has left its name there.
+  char* const blanks = file->temporary + strlen(file->temporary) - kBlanks;
   do {
+    memset(blanks, kBlank, kBlanks);
     file->descriptor = mkstemp(file->temporary);
-  } while (file->descriptor == -1 && errno == EINTR);
+  } while (qvini_WasInterrupted(file->descriptor));
   if (file->descriptor == -1) return kIniTemporaryFileFailed;
   // A program that another thread starts between the two calls holds the file open as long as it
   // runs, which does no harm but to the room on the disk.
@@ -120,7 +160,7 @@ static int OpenUniqueFile(qvini_OutputFile* file) {
 static int OpenNamedFile(qvini_OutputFile* file) {
   file->temporary = qvini_NameWithExtensionTmp(file->target);
   if (file->temporary == NULL) return kIniOutOfMemory;
-  (void)unlink(file->temporary);
+  (void)Unlink(file->temporary);
   file->descriptor = Open(file->temporary, O_WRONLY | O_CREAT | O_EXCL,
                           file->changesMode ? kPrivateMode : kNewFileMode);
   return file->descriptor == -1 ? kIniOpenForWritingFailed : kIniDone;
@@ -153,14 +193,14 @@ int qvini_OpenOutputFile(qvini_OutputFile* file, const char* path, unsigned writ
 // Gives the file its permissions and sends it to the disk.
 static int Complete(const qvini_OutputFile* file) {
   if (file->temporary == NULL) return kIniDone;
-  if (file->changesMode && fchmod(file->descriptor, file->mode) != 0)
+  if (file->changesMode && !ChangeMode(file->descriptor, file->mode))
     return kIniTemporaryFileFailed;
   return Sync(file->descriptor) ? kIniDone : kIniFlushFailed;
 }
 
-static time_t ModificationTimeOf(int descriptor) {
+time_t qvini_ModificationTimeOf(int descriptor) {
   struct stat entry;
-  return fstat(descriptor, &entry) == 0 ? entry.st_mtime : 0;
+  return LookAtOpen(descriptor, &entry) ? entry.st_mtime : 0;
 }
 
 // The new name is safe from a power failure only when the directory is on the disk. By now the
@@ -190,14 +230,14 @@ static int PutInPlace(const qvini_OutputFile* file, int isOurs) {
 
 int qvini_FinishOutputFile(qvini_OutputFile* file, int result, time_t* modificationTime) {
   if (result == kIniDone) result = Complete(file);
-  const time_t time = ModificationTimeOf(file->descriptor);
+  const time_t time = qvini_ModificationTimeOf(file->descriptor);
   const int isOurs = file->temporary != NULL && IsNameOf(file->temporary, file->descriptor);
   if (!Close(file->descriptor) && result == kIniDone) result = kIniFlushFailed;
   if (result == kIniDone) result = PutInPlace(file, isOurs);
   if (result == kIniDone) {
     *modificationTime = time;
   } else if (isOurs) {
-    (void)unlink(file->temporary);
+    (void)Unlink(file->temporary);
   }
   FreeNames(file);
   return result;

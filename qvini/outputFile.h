@@ -31,6 +31,9 @@ int qvini_OpenOutputFile(qvini_OutputFile* file, const char* path, unsigned writ
 /// failure.
 int qvini_FinishOutputFile(qvini_OutputFile* file, int result, time_t* modificationTime);
 
+/// When the open file was changed last; 0 where the system does not tell.
+time_t qvini_ModificationTimeOf(int descriptor);
+
 #ifdef __cplusplus
 }
 #endif

@@ -253,10 +253,13 @@ using qv::tests::TakeOrders;
     return 0;                                                   \
   }
 
-#define QV_WRAP_MKSTEMP(name)                                                        \
-  int __real_##name(char* pattern);                                                  \
-  int __wrap_##name(char* pattern) {                                                 \
-    return Perform(SystemCall::Mkstemp, -1, [&] { return __real_##name(pattern); }); \
+// The real one leaves the last name that it tried in a pattern for which it failed.
+#define QV_WRAP_MKSTEMP(name)                                                                  \
+  int __real_##name(char* pattern);                                                            \
+  int __wrap_##name(char* pattern) {                                                           \
+    const int file = Perform(SystemCall::Mkstemp, -1, [&] { return __real_##name(pattern); }); \
+    if (file == -1) std::memcpy(pattern + std::strlen(pattern) - 6, "failed", 6);              \
+    return file;                                                                               \
   }
 
 #define QV_WRAP_ONE_PATH(call, name)                                           \
