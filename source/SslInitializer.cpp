@@ -8,8 +8,13 @@ namespace qvsslinit {
 
 using qv::kit::osdep::CriticalSection;
 
-std::atomic<bool> SingletonMutex::gone_{false};
 SingletonMutex g_SingletonMutex;
+
+namespace {
+
+[[maybe_unused]] const bool g_mutexMade = g_SingletonMutex.isThere();
+
+}  // namespace
 
 SslInitializer::SslInitializer() {
   status_.clear();

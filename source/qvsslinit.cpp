@@ -8,11 +8,11 @@
 #include "source/SslInitializer.h"
 
 using qv::kit::osdep::CancellationDeferral;
-using qvsslinit::SingletonMutex;
+using qvsslinit::g_SingletonMutex;
 using qvsslinit::SslInitializer;
 
 QvSslInitHandle* QVSSLINIT_Init() {
-  if (SingletonMutex::isGone()) return nullptr;
+  if (!g_SingletonMutex.isThere()) return nullptr;
   const CancellationDeferral deferral;
   // A host may be C: no exception leaves.
   try {
@@ -26,7 +26,7 @@ QvSslInitHandle* QVSSLINIT_Init() {
 
 void QVSSLINIT_Uninit(QvSslInitHandle* handle) {
   // At the end of the process there is nothing left to give back to.
-  if (SingletonMutex::isGone()) return;
+  if (!g_SingletonMutex.isThere()) return;
   const CancellationDeferral deferral;
   delete reinterpret_cast<SslInitializer*>(handle);
 }

@@ -40,23 +40,24 @@ class SslInitializerTest : public testing::Test {
  protected:
   SslInitializerTest() { ::setenv("QVPUBAPPDATADIR", directory_.path().c_str(), 1); }
 
+  const qv::kit::osdep::CriticalSection& mutex_ = g_SingletonMutex;
   Journal& journal_ = Journal::instance();
   qv::tests::TemporaryDirectory directory_;
 };
 
 TEST_F(SslInitializerTest, StartsUnderTheMutexOfTheSingleton) {
   bool owned = false;
-  journal_.onCall(kLoad, [&] { owned = g_SingletonMutex.inOwningThread(); });
+  journal_.onCall(kLoad, [&] { owned = mutex_.inOwningThread(); });
   const SslInitializer initializer;
   EXPECT_EQ(initializer.handle(), 1);
   EXPECT_TRUE(owned);
-  EXPECT_FALSE(g_SingletonMutex.inOwningThread());
+  EXPECT_FALSE(mutex_.inOwningThread());
 }
 
 TEST_F(SslInitializerTest, StartsAgainWithoutTheMutexOfTheSingleton) {
   std::make_unique<SslInitializer>().reset();
   bool owned = true;
-  journal_.onCall(kLoad, [&] { owned = g_SingletonMutex.inOwningThread(); });
+  journal_.onCall(kLoad, [&] { owned = mutex_.inOwningThread(); });
   const SslInitializer initializer;
   EXPECT_EQ(initializer.handle(), 2);
   EXPECT_FALSE(owned);
@@ -64,10 +65,10 @@ TEST_F(SslInitializerTest, StartsAgainWithoutTheMutexOfTheSingleton) {
 
 TEST_F(SslInitializerTest, UnloadsUnderTheMutexOfTheSingleton) {
   bool owned = false;
-  journal_.onCall(kUnload, [&] { owned = g_SingletonMutex.inOwningThread(); });
+  journal_.onCall(kUnload, [&] { owned = mutex_.inOwningThread(); });
   std::make_unique<SslInitializer>().reset();
   EXPECT_TRUE(owned);
-  EXPECT_FALSE(g_SingletonMutex.inOwningThread());
+  EXPECT_FALSE(mutex_.inOwningThread());
 }
 
 TEST_F(SslInitializerTest, WaitsForTheMutexOfTheSingletonToRelease) {
@@ -75,7 +76,7 @@ TEST_F(SslInitializerTest, WaitsForTheMutexOfTheSingletonToRelease) {
   journal_.clearLines();
   std::atomic<pid_t> thread{0};
   std::atomic<bool> released{false};
-  g_SingletonMutex.enter();
+  mutex_.enter();
   std::thread releasing([&] {
     thread = ::gettid();
     initializer.reset();
@@ -85,7 +86,7 @@ TEST_F(SslInitializerTest, WaitsForTheMutexOfTheSingletonToRelease) {
     std::this_thread::yield();
   EXPECT_FALSE(released);
   EXPECT_THAT(journal_.lines(), IsEmpty());
-  g_SingletonMutex.leave();
+  mutex_.leave();
   releasing.join();
   EXPECT_THAT(journal_.lines(), ElementsAre(kUnload, "unload libssleay32.dylib"));
 }
