@@ -43,6 +43,15 @@ class UndisturbedCaller {
   CancellationDeferral deferral_;
 };
 
+/// What parseNextLine gives when there was no line to read. A file that fails once would fail for
+/// ever, unless it was just a signal that came in between.
+int AfterNoLine(std::FILE* file) noexcept {
+  if (std::ferror(file) == 0) return 0;
+  if (errno != EINTR) return kEndOfFile;
+  std::clearerr(file);
+  return 0;
+}
+
 const char* OrNull(const char* text) noexcept {
   return text == nullptr ? "(null)" : text;
 }
@@ -117,8 +126,7 @@ String MyTraceLogger::tagFileName(const kit::WString& directory) const {
 int MyTraceLogger::parseNextLine(std::FILE* file) {
   if (std::feof(file) != 0) return kEndOfFile;
   char line[kTagLineSize] = {};
-  // A file that fails once would fail for ever.
-  if (std::fgets(line, sizeof(line), file) == nullptr) return std::ferror(file) ? kEndOfFile : 0;
+  if (std::fgets(line, sizeof(line), file) == nullptr) return AfterNoLine(file);
   TraceTag tag;
   if (parseOneLine(line, tag) == kNoTag) return 0;
   if (static_cast<unsigned>(tag.id()) >= kTagCount) return 0;  // which negative ids become too

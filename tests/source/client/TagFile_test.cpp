@@ -331,6 +331,27 @@ TEST_F(TagFileTest, ParseNextLineTakesAFailureForTheEnd) {
   EXPECT_THAT(Tags(logger), ElementsAre("5 Name yes"));
 }
 
+/// A file with one line, which can be read only after a signal.
+ssize_t ReadInterrupted(void* cookie, char* buffer, std::size_t size) {
+  static bool interrupted = false;
+  interrupted = !interrupted;
+  if (!interrupted) return ReadOnce(cookie, buffer, size);
+  errno = EINTR;
+  return -1;
+}
+
+TEST_F(TagFileTest, ParseNextLineReadsOnWhenASignalCameInBetween) {
+  MyTraceLogger logger("module");
+  std::string line = "Name : 5 : yes\n";
+  const std::unique_ptr<std::FILE, CloseFile> file(
+      ::fopencookie(&line, "r", {&ReadInterrupted, nullptr, nullptr, nullptr}));
+  ASSERT_NE(file, nullptr);
+  EXPECT_EQ(Probe::parseNextLine(logger, file.get()), 0);
+  EXPECT_THAT(Tags(logger), testing::IsEmpty());
+  EXPECT_EQ(Probe::parseNextLine(logger, file.get()), 0);
+  EXPECT_THAT(Tags(logger), ElementsAre("5 Name yes"));
+}
+
 TEST(ParseOneLine, FillsTheTagWithWhatTheLineDefines) {
   TraceTag tag;
   tag.Initialize("a much longer name than that", 9, false);
