@@ -1,13 +1,19 @@
 #include "source/DefaultCertCreator.h"
 
-#include <cstdio>
-#include <cstring>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
 #include <limits>
 #include <memory>
 
 #include "kit/osdep/GetCertStoreDir.h"
 #include "kit/osdep/GetHostName.h"
+#include "kit/osdep/RepeatWhileInterrupted.h"
 #include "kit/osdep/path.h"
+#include "source/CertificateDraft.h"
+#include "source/PemFile.h"
 #include "source/SeedPRNG.h"
 #include "source/ServiceStatus.h"
 #include "source/TraceTagIds.h"
@@ -55,18 +61,27 @@ bool ParentExists(const WString& dir) {
   return path::IsDirectory(path::DirName(path::DirName(dir)));
 }
 
-/// Whether the file ends as PEM does. What OpenSSL takes for written may still wait in a buffer,
-/// and a full disk shows only when the file is closed, which reports nothing.
-bool IsWholePemFile(const String& file) {
-  static constexpr char kEnd[] = "-----\n";
-  static constexpr std::size_t kLength = sizeof kEnd - 1;
-  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> stream(std::fopen(file.c_str(), "r"),
-                                                               std::fclose);
-  char end[kLength] = {};
-  return stream != nullptr &&
-         std::fseek(stream.get(), -static_cast<long>(kLength), SEEK_END) == 0 &&
-         std::fread(end, 1, kLength, stream.get()) == kLength &&
-         std::memcmp(end, kEnd, kLength) == 0;
+/// The certificate's second name while it is being written.
+String DraftFile() {
+  const String store(GetCertStoreDir());
+  return path::Join(path::Join(store, "temp"), "server_0.cer");
+}
+
+/// Opens file for reading; -1, with errno set, when that fails.
+int OpenForReading(const String& file) noexcept {
+  return qv::kit::osdep::RepeatWhileInterrupted(
+      [&] { return ::open(file.c_str(), O_RDONLY | O_CLOEXEC); });
+}
+
+/// Whether it was for want of something in this process or system, and not because of the file,
+/// that it could not be opened.
+bool IsShortage(int error) noexcept {
+  return error == EMFILE || error == ENFILE || error == ENOMEM;
+}
+
+bool IsThere(const String& file) noexcept {
+  struct stat entry {};
+  return qv::kit::osdep::RepeatWhileInterrupted([&] { return ::lstat(file.c_str(), &entry); }) == 0;
 }
 
 }  // namespace
@@ -99,6 +114,7 @@ DefaultCertCreator::DefaultCertCreator(OpensslFunctionPointers& table,
   try {
     seedPRNG();
     createCertificateDirectoriesIfNeeded();
+    removeUnfinishedCertificate();
     if (defaultCertificateExists()) {
       XTraceLog(g_pGLogger, kTraceCertificate, kFunctionName,
                 "Default certificate already existed");
@@ -172,15 +188,24 @@ void DefaultCertCreator::createDirIfDoesNotExist(const WString& dir) {
   }
 }
 
+void DefaultCertCreator::removeUnfinishedCertificate() {
+  const String file = CertificateFile();
+  if (!CertificateDraft::RemoveLeftover(file, DraftFile())) return;
+  XTraceLog(g_pGLogger, kTraceCertificate, "DefaultCertCreator::DefaultCertCreator",
+            "Removed '%s', which a process that was killed left unfinished", file.c_str());
+}
+
 bool DefaultCertCreator::defaultCertificateExists() {
   static constexpr const char* kFunctionName = "DefaultCertCreator::defaultCertificateExists";
   TraceTagEE scope(kTraceCreatorScopes, kFunctionName);
   const String file = CertificateFile();
-  std::FILE* stream = std::fopen(file.c_str(), "r");
-  if (stream != nullptr) std::fclose(stream);
+  const int descriptor = OpenForReading(file);
+  // Where it cannot be told, what is there must not be written over.
+  const bool exists = descriptor != -1 || (IsShortage(errno) && IsThere(file));
+  if (descriptor != -1) ::close(descriptor);
   XTraceLog(g_pGLogger, kTraceCertificate, kFunctionName, "Default Certificate %s at '%s'",
-            stream != nullptr ? "exists" : "does not exist", file.c_str());
-  return stream != nullptr;
+            exists ? "exists" : "does not exist", file.c_str());
+  return exists;
 }
 
 void DefaultCertCreator::createSelfSignedCertificate(
@@ -383,7 +408,7 @@ void DefaultCertCreator::saveKeyToFile(EVP_PKEY* key, StatusChain& status) {
   const bool written = writeKey(bio.get(), key);
   if (!written) failToWriteKey(status);
   bio.reset();
-  if (written && !IsWholePemFile(file)) failToWriteKey(status);
+  if (written && !IsWholePemFile(file, kPemRsaKey)) failToWriteKey(status);
 }
 
 void DefaultCertCreator::failToWriteKey(StatusChain& status) {
@@ -413,6 +438,8 @@ void DefaultCertCreator::saveX509ToFile(X509* x, StatusChain& status) {
   }
   if (Failed(status)) return;
   const String file = CertificateFile();
+  const String secondName = DraftFile();
+  CertificateDraft draft(file, secondName);
   OpenFile bio(pTable_.BIO_new_file(file.c_str(), "w"), pTable_.BIO_free);
   if (bio == nullptr) {
     XTraceError(g_pGLogger, kFunctionName, "Could not create '%s' to write cert to disk",
@@ -422,10 +449,7 @@ void DefaultCertCreator::saveX509ToFile(X509* x, StatusChain& status) {
   }
   const bool written = pTable_.PEM_write_bio_X509(bio.get(), x) != 0;
   bio.reset();
-  if (!written || !IsWholePemFile(file)) {
-    status.set(kFailed);
-    std::remove(file.c_str());
-  }
+  if (!written || !draft.finish()) status.set(kFailed);
 }
 
 }  // namespace qvsslinit

@@ -37,7 +37,8 @@ class DefaultCertCreator {
   /// Creates dir, but none of its parents. Failures are traced only.
   void createDirIfDoesNotExist(const qv::kit::WString& dir);
 
-  /// Whether there is a certificate file that can be read; the key file is not looked at.
+  /// Whether there is a certificate file that can be opened for reading; the key file is not looked
+  /// at. One that cannot be opened for want of descriptors or memory counts as readable.
   bool defaultCertificateExists();
 
   /// Creates key and certificate and writes both to the store. Empty name fields that OpenSSL does
@@ -57,13 +58,14 @@ class DefaultCertCreator {
   /// Writes the key unencrypted to the store's key file, which is replaced.
   void saveKeyToFile(EVP_PKEY* key, qv::kit::StatusChain& status);
 
-  /// Writes the certificate to the store's certificate file, which is replaced. A file that could
-  /// not be written whole does not stay: it would pass for a certificate ever after.
+  /// Writes the certificate to the store's certificate file, which is replaced. A new file that
+  /// could not be written whole does not stay: it would pass for a certificate ever after.
   void saveX509ToFile(X509* x, qv::kit::StatusChain& status);
 
  private:
   struct Request;
 
+  void removeUnfinishedCertificate();
   void createDefaultCertificate(qv::kit::StatusChain& status);
 
   // The steps on the way to a certificate: each returns null, or what failed.

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -202,6 +203,47 @@ TEST_F(DefaultCertCreatorTest, BuiltAfterAFailureDoesEverythingButMakeACertifica
                           constructor + "Creation failed for default certificate",
                           constructor + "certificate creation detailedErrorInfo is ''"));
   EXPECT_THAT(records_.under("ERROR"), IsEmpty());
+}
+
+/// No file can be opened as long as it lives.
+class NoDescriptors {
+ public:
+  NoDescriptors() {
+    ::getrlimit(RLIMIT_NOFILE, &former_);
+    const rlimit none{0, former_.rlim_max};
+    ::setrlimit(RLIMIT_NOFILE, &none);
+  }
+  NoDescriptors(const NoDescriptors&) = delete;
+  NoDescriptors& operator=(const NoDescriptors&) = delete;
+  ~NoDescriptors() { ::setrlimit(RLIMIT_NOFILE, &former_); }
+
+ private:
+  rlimit former_{};
+};
+
+TEST_F(DefaultCertCreatorTest, ACertificateIsNotTakenForMissingForWantOfDescriptors) {
+  const NoDescriptors none;
+  EXPECT_TRUE(creator_->defaultCertificateExists());
+  std::filesystem::remove(directory_.path("certstore/server_certs/server_0.cer"));
+  EXPECT_FALSE(creator_->defaultCertificateExists());
+}
+
+TEST_F(DefaultCertCreatorTest, WhatAKilledProcessLeftIsRemovedAndReplaced) {
+  std::filesystem::remove(directory_.path("certstore/server_certs/server_0.cer"));
+  directory_.makeDirectory("certstore/temp");
+  directory_.write("certstore/temp/server_0.cer", "-----BEGIN CERTIFICATE-----\n");
+  std::filesystem::create_hard_link(directory_.path("certstore/temp/server_0.cer"),
+                                    directory_.path("certstore/server_certs/server_0.cer"));
+  const DefaultCertCreator other(openssl_.table(), openssl_.objects(), status_);
+  EXPECT_EQ(status_.code(), 0);
+  EXPECT_EQ(directory_.read("certstore/server_certs/server_0.cer"),
+            "-----BEGIN CERTIFICATE-----\nx509-1\n-----END CERTIFICATE-----\n");
+  EXPECT_TRUE(std::filesystem::is_empty(directory_.path("certstore/temp")));
+  EXPECT_THAT(
+      records_.under("5"),
+      Contains("5 | DefaultCertCreator::DefaultCertCreator | Removed '" + directory_.path("") +
+               "certstore/server_certs/server_0.cer', which a process that was killed left "
+               "unfinished"));
 }
 
 TEST_F(DefaultCertCreatorTest, AfterAFailureTheCreatorIsNotEvenBuilt) {

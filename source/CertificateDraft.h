@@ -1,0 +1,44 @@
+#pragma once
+
+#include "kit/StringBase.h"
+
+namespace qvsslinit {
+
+/// The certificate file while it is being written. Until it is whole it has a second name, which
+/// tells what a process leaves that is killed meanwhile from a file that somebody put there. A file
+/// that is not whole in the end is removed again, unless it was there before.
+///
+/// Where there can be no second name, such as on file systems without hard links, all that is lost
+/// is that a later process could tell. Reports nothing: whatever fails here leaves the certificate
+/// to be written as if there were no draft.
+class CertificateDraft {
+ public:
+  /// Removes file if it is what a process that was killed left: the same as secondName, and without
+  /// an end. secondName goes in any case, unless the process that gave it is still at work. Whether
+  /// file was removed.
+  static bool RemoveLeftover(const qv::kit::String& file, const qv::kit::String& secondName);
+
+  /// Where nothing is reached by the name, makes file, empty, with the permissions that the process
+  /// gives new files, and under both names. They must outlive the draft.
+  CertificateDraft(const qv::kit::String& file, const qv::kit::String& secondName) noexcept;
+  CertificateDraft(const CertificateDraft&) = delete;
+  CertificateDraft& operator=(const CertificateDraft&) = delete;
+
+  /// Takes the second name away, and the file before it unless finish() was successful.
+  ~CertificateDraft();
+
+  /// Whether the file, which must be closed, is whole and is going to stay.
+  bool finish() noexcept;
+
+ private:
+  void giveSecondName() noexcept;
+
+  const qv::kit::String& file_;
+  const qv::kit::String& secondName_;
+  /// Open, and locked, as long as there is a second name of ours.
+  int descriptor_ = -1;
+  bool isOurs_;
+  bool isWhole_ = false;
+};
+
+}  // namespace qvsslinit
