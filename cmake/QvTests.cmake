@@ -13,13 +13,20 @@ target_link_libraries(qv_test_main PUBLIC qv_options GTest::gmock)
 # Tests are compiled without optimization: they are many, and what they test is optimized. Library
 # and programs must agree on position-independent code to share the precompiled header.
 target_compile_options(qv_test_main PUBLIC -O0 -fPIC)
+# g++ does not ask the first of tests either; the second is how googletest's own macros are used.
+target_compile_options(qv_test_main PUBLIC
+  $<$<CXX_COMPILER_ID:Clang>:-Wno-sign-conversion>
+  $<$<CXX_COMPILER_ID:Clang>:-Wno-gnu-zero-variadic-macro-arguments>)
 target_precompile_headers(qv_test_main PRIVATE <gmock/gmock.h> <gtest/gtest.h>)
 
-# qv_add_tests(NAME LABEL label DIRECTORIES dir... LIBRARIES library... [EXTRA_SOURCES file...])
+# qv_add_tests(NAME LABEL label DIRECTORIES dir... LIBRARIES library... [EXTRA_SOURCES file...]
+#   [TOGETHER])
 # Builds every *_test.cpp of the directories (relative to tests/) into one program and registers
-# each TEST as a ctest test of its own.
+# each TEST as a ctest test of its own. TOGETHER says that the tests leave nothing behind in their
+# process: the everyday build has a process for each of them all the same, the sanitizers and the
+# other widths, where thousands of processes cost more than the tests, run the program as one.
 function(qv_add_tests name)
-  cmake_parse_arguments(ARG "" "LABEL" "DIRECTORIES;LIBRARIES;EXTRA_SOURCES" ${ARGN})
+  cmake_parse_arguments(ARG "TOGETHER" "LABEL" "DIRECTORIES;LIBRARIES;EXTRA_SOURCES" ${ARGN})
   set(sources)
   foreach(directory IN LISTS ARG_DIRECTORIES)
     file(GLOB found CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/tests/${directory}/*_test.cpp")
@@ -28,6 +35,12 @@ function(qv_add_tests name)
   add_executable(${name} ${sources} ${ARG_EXTRA_SOURCES})
   target_link_libraries(${name} PRIVATE ${ARG_LIBRARIES} qv_test_main)
   target_precompile_headers(${name} REUSE_FROM qv_test_main)
-  gtest_discover_tests(${name} TEST_PREFIX "${name}." DISCOVERY_TIMEOUT 60
-    PROPERTIES LABELS ${ARG_LABEL})
+  if(ARG_TOGETHER AND (QV_SANITIZE OR NOT CMAKE_SIZEOF_VOID_P EQUAL 8))
+    add_test(NAME ${name} COMMAND ${name})
+    # The longest first, so that nobody waits for them at the end.
+    set_tests_properties(${name} PROPERTIES LABELS ${ARG_LABEL} COST 100)
+  else()
+    gtest_discover_tests(${name} TEST_PREFIX "${name}." DISCOVERY_TIMEOUT 60
+      PROPERTIES LABELS ${ARG_LABEL})
+  endif()
 endfunction()

@@ -185,7 +185,8 @@ TEST(FixedPoint128, TakesItselfAsTheOtherOperand) {
   EXPECT_EQ(ratio.DivideBy(ratio), Signed());
   EXPECT_EQ(ratio, Signed(1));
   Signed difference(5, 6, 7, 8);
-  difference -= difference;
+  const Signed& itself = difference;
+  difference -= itself;
   EXPECT_EQ(difference, Signed());
 }
 

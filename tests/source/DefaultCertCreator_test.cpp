@@ -222,10 +222,12 @@ class NoDescriptors {
 };
 
 TEST_F(DefaultCertCreatorTest, ACertificateIsNotTakenForMissingForWantOfDescriptors) {
+  const std::string certificate = directory_.path("certstore/server_certs/server_0.cer");
+  DefaultCertCreator& creator = *creator_;
   const NoDescriptors none;
-  EXPECT_TRUE(creator_->defaultCertificateExists());
-  std::filesystem::remove(directory_.path("certstore/server_certs/server_0.cer"));
-  EXPECT_FALSE(creator_->defaultCertificateExists());
+  EXPECT_TRUE(creator.defaultCertificateExists());
+  std::filesystem::remove(certificate);
+  EXPECT_FALSE(creator.defaultCertificateExists());
 }
 
 TEST_F(DefaultCertCreatorTest, WhatAKilledProcessLeftIsRemovedAndReplaced) {

@@ -325,8 +325,8 @@ TEST_F(RecordsTest, MayTellWhatErrnoIs) {
   MyTraceLogger logger("module");
   errno = ENOENT;
   // An extension, which the compiler would rather not see.
-  const std::string format = "%m";
-  logger.XTraceError("f", format.c_str());
+  const std::string format = "%m%s";
+  logger.XTraceError("f", format.c_str(), "");
   EXPECT_THAT(journal.records(),
               ElementsAre(head + "ERROR | module | f | No such file or directory"));
 }

@@ -108,7 +108,8 @@ class IConvCalls : public testing::Test {
 };
 
 TEST_F(IConvCalls, EachConversionOpensAndClosesADescriptorOfItsOwn) {
-  const std::unique_ptr<wchar_t[]> wide(AnsiToWide("a", "a" + 1, "KOI8-R"));
+  const char letter[] = "a";
+  const std::unique_ptr<wchar_t[]> wide(AnsiToWide(letter, letter + 1, "KOI8-R"));
   const std::unique_ptr<char[]> narrow(WideToAnsi(L"a", "SHIFT_JIS"));
   EXPECT_THAT(g_iconv.opened, ElementsAre("KOI8-R > UTF-32LE", "UTF-32LE > SHIFT_JIS"));
   EXPECT_EQ(g_iconv.closed, 2);
