@@ -1,13 +1,13 @@
 #include "source/CertificateDraft.h"
 
 #include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
+#include <optional>
 
 #include "kit/osdep/RepeatWhileInterrupted.h"
 #include "source/PemFile.h"
@@ -20,27 +20,28 @@ using qv::kit::osdep::RepeatWhileInterrupted;
 
 constexpr mode_t kNewFileMode = 0666;
 
-int Open(const String& file, int flags) noexcept {
-  return RepeatWhileInterrupted(
-      [&] { return ::open(file.c_str(), flags | O_CLOEXEC | O_NOFOLLOW, kNewFileMode); });
+bool Make(const String& file) noexcept {
+  const int descriptor = RepeatWhileInterrupted(
+      [&] { return ::open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kNewFileMode); });
+  if (descriptor != -1) ::close(descriptor);
+  return descriptor != -1;
 }
 
-/// Whether nobody else has the file locked. The lock goes with the process that holds it, however
-/// it ends.
-bool Lock(int descriptor) noexcept {
-  return RepeatWhileInterrupted([=] { return ::flock(descriptor, LOCK_EX | LOCK_NB); }) == 0;
+bool Remove(const char* file) noexcept {
+  return RepeatWhileInterrupted([=] { return ::unlink(file); }) == 0;
 }
 
-void Remove(const char* file) noexcept {
-  RepeatWhileInterrupted([=] { return ::unlink(file); });
+/// Looks at what bears the name itself, be it a link.
+bool LookAt(const String& name, struct stat& entry) noexcept {
+  return RepeatWhileInterrupted([&] { return ::lstat(name.c_str(), &entry); }) == 0;
 }
 
-bool IsNameOf(const String& file, int descriptor) noexcept {
-  struct stat named {};
-  struct stat opened {};
-  return RepeatWhileInterrupted([&] { return ::lstat(file.c_str(), &named); }) == 0 &&
-         RepeatWhileInterrupted([&] { return ::fstat(descriptor, &opened); }) == 0 &&
-         named.st_dev == opened.st_dev && named.st_ino == opened.st_ino;
+/// Whether file is what second is, and cut; nothing where that cannot be told.
+std::optional<bool> IsLeftover(const String& file, const struct stat& second) noexcept {
+  struct stat first {};
+  if (!LookAt(file, first)) return errno == ENOENT ? std::optional(false) : std::nullopt;
+  if (first.st_dev != second.st_dev || first.st_ino != second.st_ino) return false;
+  return IsCutPemFile(file, kPemCertificate);
 }
 
 bool IsMissing(const String& file) noexcept {
@@ -49,37 +50,35 @@ bool IsMissing(const String& file) noexcept {
          errno == ENOENT;
 }
 
-/// Removes the file itself, at the end of all links: those are somebody's.
-void RemoveTarget(const String& file) noexcept {
+/// Removes the file itself, at the end of all links: those are somebody's. Whether it is gone.
+bool RemoveTarget(const String& file) noexcept {
   char target[PATH_MAX];
-  if (::realpath(file.c_str(), target) != nullptr) Remove(target);
+  if (::realpath(file.c_str(), target) == nullptr) return errno == ENOENT;
+  return Remove(target);
 }
 
 }  // namespace
 
-bool CertificateDraft::RemoveLeftover(const String& file, const String& secondName) {
-  const int descriptor = Open(secondName, O_RDWR);
-  if (descriptor == -1) return false;
-  bool removed = false;
-  if (Lock(descriptor)) {
-    removed = IsNameOf(file, descriptor) && IsCutPemFile(file, kPemCertificate);
-    if (removed) Remove(file.c_str());
-    if (IsNameOf(secondName, descriptor)) Remove(secondName.c_str());
-  }
-  ::close(descriptor);
-  return removed;
+bool CertificateDraft::RemoveLeftover(const String& file, const String& secondName) noexcept {
+  struct stat second {};
+  if (!LookAt(secondName, second) || !S_ISREG(second.st_mode)) return false;
+  const std::optional<bool> isLeftover = IsLeftover(file, second);
+  // Without the second name no later process could tell.
+  if (!isLeftover || (*isLeftover && !Remove(file.c_str()))) return false;
+  Remove(secondName.c_str());
+  return *isLeftover;
 }
 
 CertificateDraft::CertificateDraft(const String& file, const String& secondName) noexcept
-    : file_(file), secondName_(secondName), isOurs_(IsMissing(file)) {
-  if (isOurs_) giveSecondName();
-}
+    : file_(file),
+      secondName_(secondName),
+      isOurs_(IsMissing(file)),
+      hasSecondName_(isOurs_ && giveSecondName()) {}
 
 CertificateDraft::~CertificateDraft() {
-  if (isOurs_ && !isWhole_) RemoveTarget(file_);
-  if (descriptor_ == -1) return;
-  Remove(secondName_.c_str());
-  ::close(descriptor_);
+  const bool isGone = isOurs_ && !isWhole_ && RemoveTarget(file_);
+  // What is cut and stays is left to a later process, as if this one had been killed.
+  if (hasSecondName_ && (isWhole_ || isGone)) Remove(secondName_.c_str());
 }
 
 bool CertificateDraft::finish() noexcept {
@@ -87,14 +86,12 @@ bool CertificateDraft::finish() noexcept {
   return isWhole_;
 }
 
-void CertificateDraft::giveSecondName() noexcept {
-  descriptor_ = Open(secondName_, O_RDWR | O_CREAT | O_EXCL);
-  if (descriptor_ == -1) return;
+bool CertificateDraft::giveSecondName() const noexcept {
+  if (!Make(secondName_)) return false;
   const auto link = [this] { return ::link(secondName_.c_str(), file_.c_str()); };
-  if (Lock(descriptor_) && RepeatWhileInterrupted(link) == 0) return;
+  if (RepeatWhileInterrupted(link) == 0) return true;
   Remove(secondName_.c_str());
-  ::close(descriptor_);
-  descriptor_ = -1;
+  return false;
 }
 
 }  // namespace qvsslinit

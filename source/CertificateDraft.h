@@ -14,9 +14,10 @@ namespace qvsslinit {
 class CertificateDraft {
  public:
   /// Removes file if it is what a process that was killed left: the same as secondName, and without
-  /// an end. secondName goes in any case, unless the process that gave it is still at work. Whether
-  /// file was removed.
-  static bool RemoveLeftover(const qv::kit::String& file, const qv::kit::String& secondName);
+  /// an end. secondName goes in any case. For those who hold the StoreLock: what another process is
+  /// still writing looks the same. Whether file was removed.
+  static bool RemoveLeftover(const qv::kit::String& file,
+                             const qv::kit::String& secondName) noexcept;
 
   /// Where nothing is reached by the name, makes file, empty, with the permissions that the process
   /// gives new files, and under both names. They must outlive the draft.
@@ -31,13 +32,12 @@ class CertificateDraft {
   bool finish() noexcept;
 
  private:
-  void giveSecondName() noexcept;
+  bool giveSecondName() const noexcept;
 
   const qv::kit::String& file_;
   const qv::kit::String& secondName_;
-  /// Open, and locked, as long as there is a second name of ours.
-  int descriptor_ = -1;
   bool isOurs_;
+  bool hasSecondName_;
   bool isWhole_ = false;
 };
 

@@ -16,6 +16,7 @@
 #include "source/PemFile.h"
 #include "source/SeedPRNG.h"
 #include "source/ServiceStatus.h"
+#include "source/StoreLock.h"
 #include "source/TraceTagIds.h"
 #include "source/client/TraceTagEE.h"
 
@@ -114,7 +115,9 @@ DefaultCertCreator::DefaultCertCreator(OpensslFunctionPointers& table,
   try {
     seedPRNG();
     createCertificateDirectoriesIfNeeded();
-    removeUnfinishedCertificate();
+    const String store(GetCertStoreDir());
+    const StoreLock lock(store);
+    if (lock.isHeld()) removeUnfinishedCertificate();
     if (defaultCertificateExists()) {
       XTraceLog(g_pGLogger, kTraceCertificate, kFunctionName,
                 "Default certificate already existed");

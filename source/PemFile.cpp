@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstddef>
+#include <optional>
 #include <string_view>
 
 #include "kit/osdep/RepeatWhileInterrupted.h"
@@ -30,7 +31,7 @@ class File {
     if (descriptor_ != -1) ::close(descriptor_);
   }
 
-  /// Reads all there is; false when that fails, or is more than any file of ours.
+  /// Reads all there is, or as much as there is room for; false when that fails.
   bool read() noexcept {
     while (length_ < kMostBytes) {
       const ssize_t count = RepeatWhileInterrupted(
@@ -38,8 +39,10 @@ class File {
       if (count <= 0) return count == 0;
       length_ += static_cast<std::size_t>(count);
     }
-    return false;
+    return true;
   }
+  /// Whether it is more than any file of ours.
+  bool isTooLong() const noexcept { return length_ == kMostBytes; }
   std::string_view text() const noexcept { return {bytes_, length_}; }
 
   /// File systems that cannot be waited for are taken as they are.
@@ -58,16 +61,17 @@ class File {
 
 bool IsWholePemFile(const String& file, const PemKind& kind) noexcept {
   File opened(file);
-  if (!opened.read()) return false;
+  if (!opened.read() || opened.isTooLong()) return false;
   const std::string_view text = opened.text();
   const std::string_view last = kind.lastLine;
   return text.size() >= last.size() && text.substr(text.size() - last.size()) == last &&
          opened.hasReachedDisk();
 }
 
-bool IsCutPemFile(const String& file, const PemKind& kind) noexcept {
+std::optional<bool> IsCutPemFile(const String& file, const PemKind& kind) noexcept {
   File opened(file);
-  if (!opened.read()) return false;
+  if (!opened.read()) return std::nullopt;
+  if (opened.isTooLong()) return false;
   const std::string_view text = opened.text();
   const std::string_view first = kind.firstLine;
   const std::size_t common = std::min(text.size(), first.size());

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <string>
 
+#include "tests/doubles/NoDescriptors.h"
 #include "tests/doubles/TemporaryDirectory.h"
 
 namespace qvsslinit {
@@ -169,11 +170,17 @@ TEST_F(CertificateDraftTest, WithoutASecondNameIsNoLeftover) {
   EXPECT_TRUE(exists());
 }
 
-TEST_F(CertificateDraftTest, OfAProcessAtWorkIsNoLeftover) {
-  const CertificateDraft draft(file_, secondName_);
-  EXPECT_FALSE(removeLeftover());
-  EXPECT_TRUE(exists());
+TEST_F(CertificateDraftTest, LeftWhereItCannotBeReadIsLeftToALaterProcess) {
+  leave(kBegin);
+  const String& file = file_;
+  const String& secondName = secondName_;
+  {
+    const qv::tests::NoDescriptors none;
+    EXPECT_FALSE(CertificateDraft::RemoveLeftover(file, secondName));
+  }
   EXPECT_TRUE(hasSecondName());
+  EXPECT_TRUE(removeLeftover());
+  EXPECT_FALSE(exists());
 }
 
 TEST_F(CertificateDraftTest, UnderASecondNameThatIsALinkIsNoLeftover) {

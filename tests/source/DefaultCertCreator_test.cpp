@@ -2,7 +2,6 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -10,6 +9,7 @@
 
 #include "source/client/ModuleLogger.h"
 #include "source/client/MyTraceLogger.h"
+#include "tests/doubles/NoDescriptors.h"
 #include "tests/doubles/TemporaryDirectory.h"
 #include "tests/doubles/TraceRecords.h"
 #include "tests/doubles/openssl/Journal.h"
@@ -205,26 +205,10 @@ TEST_F(DefaultCertCreatorTest, BuiltAfterAFailureDoesEverythingButMakeACertifica
   EXPECT_THAT(records_.under("ERROR"), IsEmpty());
 }
 
-/// No file can be opened as long as it lives.
-class NoDescriptors {
- public:
-  NoDescriptors() {
-    ::getrlimit(RLIMIT_NOFILE, &former_);
-    const rlimit none{0, former_.rlim_max};
-    ::setrlimit(RLIMIT_NOFILE, &none);
-  }
-  NoDescriptors(const NoDescriptors&) = delete;
-  NoDescriptors& operator=(const NoDescriptors&) = delete;
-  ~NoDescriptors() { ::setrlimit(RLIMIT_NOFILE, &former_); }
-
- private:
-  rlimit former_{};
-};
-
 TEST_F(DefaultCertCreatorTest, ACertificateIsNotTakenForMissingForWantOfDescriptors) {
   const std::string certificate = directory_.path("certstore/server_certs/server_0.cer");
   DefaultCertCreator& creator = *creator_;
-  const NoDescriptors none;
+  const qv::tests::NoDescriptors none;
   EXPECT_TRUE(creator.defaultCertificateExists());
   std::filesystem::remove(certificate);
   EXPECT_FALSE(creator.defaultCertificateExists());

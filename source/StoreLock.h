@@ -1,0 +1,36 @@
+#pragma once
+
+#include <chrono>
+
+#include "kit/StringBase.h"
+
+namespace qvsslinit {
+
+/// Keeps out the other processes that look after the same store: of two that make a pair at once,
+/// the key of one and the certificate of the other might stay.
+///
+/// It is the directory itself that is locked, which leaves nothing on the disk; and the system
+/// takes the lock back from a process that ends, however it ends. One that holds it and is stopped
+/// keeps the others for their patience and no longer.
+class StoreLock {
+ public:
+  /// A pair takes a fraction of a second to make; machines may be slow and busy.
+  static constexpr std::chrono::seconds kPatience{10};
+
+  /// Waits for the lock on directory, in small pauses that come to patience: a machine that is busy
+  /// makes them longer, and with them the whole. The lock is not held afterwards when that was not
+  /// enough, when directory cannot be opened, or where its file system knows no locks.
+  explicit StoreLock(const qv::kit::String& directory,
+                     std::chrono::milliseconds patience = kPatience) noexcept;
+  StoreLock(const StoreLock&) = delete;
+  StoreLock& operator=(const StoreLock&) = delete;
+  ~StoreLock();
+
+  bool isHeld() const noexcept { return isHeld_; }
+
+ private:
+  int descriptor_;
+  bool isHeld_;
+};
+
+}  // namespace qvsslinit

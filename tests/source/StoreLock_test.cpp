@@ -1,0 +1,83 @@
+#include "source/StoreLock.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+
+#include "tests/doubles/InChild.h"
+#include "tests/doubles/TemporaryDirectory.h"
+
+namespace qvsslinit {
+namespace {
+
+using namespace std::chrono_literals;
+using qv::kit::String;
+
+class StoreLockTest : public testing::Test {
+ protected:
+  bool canBeHad(std::chrono::milliseconds patience = 0ms) const {
+    return StoreLock(directory_, patience).isHeld();
+  }
+
+  qv::tests::TemporaryDirectory temporary_;
+  const String directory_{temporary_.path().c_str()};
+};
+
+TEST_F(StoreLockTest, IsHeldByOneAtATime) {
+  {
+    const StoreLock lock(directory_);
+    EXPECT_TRUE(lock.isHeld());
+    EXPECT_FALSE(canBeHad());
+  }
+  EXPECT_TRUE(canBeHad());
+}
+
+TEST_F(StoreLockTest, IsWaitedForAsLongAsPatienceLasts) {
+  const StoreLock lock(directory_);
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_FALSE(canBeHad(50ms));
+  EXPECT_GE(std::chrono::steady_clock::now() - start, 50ms);
+}
+
+TEST_F(StoreLockTest, IsLeftByAProcessThatIsKilled) {
+  EXPECT_THROW(qv::tests::InChild([this] {
+                 const StoreLock lock(directory_);
+                 return ::raise(SIGKILL);
+               }),
+               std::runtime_error);
+  EXPECT_TRUE(canBeHad());
+}
+
+TEST_F(StoreLockTest, IsLeftThoughAChildHasTheDirectoryOpen) {
+  int ends[2];
+  ASSERT_EQ(::pipe(ends), 0);
+  {
+    const StoreLock lock(directory_);
+    if (::fork() == 0) {
+      ::close(ends[1]);
+      char byte = 0;
+      static_cast<void>(!::read(ends[0], &byte, 1));  // until the test is over
+      ::_exit(0);
+    }
+  }
+  EXPECT_TRUE(canBeHad());
+  ::close(ends[0]);
+  ::close(ends[1]);
+}
+
+TEST_F(StoreLockTest, LeavesNothingInTheDirectory) {
+  const StoreLock lock(directory_);
+  EXPECT_TRUE(std::filesystem::is_empty(temporary_.path()));
+}
+
+TEST_F(StoreLockTest, IsNotHeldWhereThereIsNoDirectory) {
+  temporary_.write("file");
+  EXPECT_FALSE(StoreLock(temporary_.path("none").c_str()).isHeld());
+  EXPECT_FALSE(StoreLock(temporary_.path("file").c_str()).isHeld());
+}
+
+}  // namespace
+}  // namespace qvsslinit
