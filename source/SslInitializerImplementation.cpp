@@ -38,14 +38,9 @@ constexpr int kLockFlag = 1;
 // Any non-null address asks for the directory of this library instead of the executable's.
 void* const kThisLibrary = reinterpret_cast<void*>(-1);
 
-// What a locking callback of OpenSSL asks for. No lock to act on means that it is gone already.
-void EnterOrLeave(const CriticalSection* section, int mode) {
-  if (section == nullptr) return;
-  if ((mode & kLockFlag) != 0) {
-    section->enter();
-  } else {
-    section->leave();
-  }
+// Of what a locking callback of OpenSSL is asked for.
+bool IsToLock(int mode) {
+  return (mode & kLockFlag) != 0;
 }
 
 /// Guarded by g_SingletonMutex, which the thread that makes the singleton may take once more: a
@@ -296,7 +291,7 @@ void SslInitializerImplementation::seedPRNG() {
 
 void SslInitializerImplementation::xlock(int mode, int n, const char* /*file*/, int /*line*/) {
   TraceTagEE scope(kTraceInitializerScopes, "SslInitializerImplementation::xlock");
-  EnterOrLeave(locks_.at(n), mode);
+  IsToLock(mode) ? locks_.enter(n) : locks_.leave(n);
 }
 
 CRYPTO_dynlock_value* SslInitializerImplementation::xdynlockCreate(const char* /*file*/,
@@ -315,7 +310,8 @@ CRYPTO_dynlock_value* SslInitializerImplementation::xdynlockCreate(const char* /
 void SslInitializerImplementation::xdynlock(int mode, CRYPTO_dynlock_value* l, const char* /*file*/,
                                             int /*line*/) {
   TraceTagEE scope(kTraceInitializerScopes, "SslInitializerImplementation::xdynlock");
-  EnterOrLeave(l == nullptr ? nullptr : &l->criticalSection, mode);
+  if (l == nullptr) return;
+  IsToLock(mode) ? l->criticalSection.enter() : l->criticalSection.leave();
 }
 
 void SslInitializerImplementation::xdynlockDestroy(CRYPTO_dynlock_value* l, const char* /*file*/,

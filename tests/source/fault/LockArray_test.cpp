@@ -22,6 +22,25 @@ TEST(LockArray, DestroysTheLastLockFirst) {
   EXPECT_THAT(mutexes.destroyed(), testing::ElementsAre(3, 2, 1, 0));
 }
 
+TEST(LockArray, KeepsLocksInMemoryUntilTheyAreLeft) {
+  const FailingMutexes mutexes;
+  LockArray locks;
+  for (int i = 0; i < 2; ++i) {
+    locks.create(2);
+    locks.enter(1);
+    locks.enter(1);
+    locks.destroy();
+    EXPECT_EQ(locks.at(0), nullptr);
+    EXPECT_EQ(mutexes.mutexesAlive(), 2);
+    locks.leave(1);
+    locks.destroy();
+    EXPECT_EQ(mutexes.mutexesAlive(), 2) << "entered twice and left once";
+    locks.leave(1);
+    locks.destroy();
+    EXPECT_EQ(mutexes.mutexesAlive(), 0);
+  }
+}
+
 TEST(LockArray, KeepsTheOldLocksWhereThereIsNoMemoryForNewOnes) {
   LockArray locks;
   locks.create(2);
