@@ -3,10 +3,11 @@
  *
  * Both functions may be called from any thread, at any time, concurrently. Neither lets an
  * exception out or ends the process, and a thread that is cancelled meanwhile finishes the call
- * first. What they have to say goes to the trace engine, where one is installed. Nothing is
- * printed, unless "vantis.ini" asks for it: a file that is read once, when the library is loaded,
- * from the current directory of the process. With [NVE] ShowReleaseAsserts = true in it, each
- * internal check that fails leaves a line on standard error.
+ * first. A thread that is in one of them already, because it loads a library that calls Init or
+ * because a signal handler does, is given null. What they have to say goes to the trace engine,
+ * where one is installed. Nothing is printed, unless "vantis.ini" asks for it: a file that is read
+ * once, when the library is loaded, from the current directory of the process. With [NVE]
+ * ShowReleaseAsserts = true in it, each internal check that fails leaves a line on standard error.
  *
  * Example:
  *     struct QvSslInitHandle* handle = QVSSLINIT_Init();
@@ -55,6 +56,10 @@ QVSSLINIT_API struct QvSslInitHandle* QVSSLINIT_Init(void);
  * Exit handlers and static objects of the host may call either function even after the library's
  * own have been destroyed: Init gives null then, and Uninit does nothing. Other threads must be out
  * of both functions by the time that exit() is called.
+ *
+ * A child process has the handles of its parent and a count of its own. One that was forked off
+ * while some thread was in either function has lost what that thread had begun: there Init gives
+ * null and Uninit does nothing.
  */
 QVSSLINIT_API void QVSSLINIT_Uninit(struct QvSslInitHandle* handle);
 

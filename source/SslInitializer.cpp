@@ -1,5 +1,6 @@
 #include "source/SslInitializer.h"
 
+#include "source/CallUnderWay.h"
 #include "source/ServiceStatus.h"
 #include "source/SingletonMutex.h"
 #include "source/SslInitializerImplementation.h"
@@ -19,7 +20,8 @@ namespace {
 SslInitializer::SslInitializer() {
   status_.clear();
   SslInitializerImplementation::CreateSingleton(status_);
-  if (g_pInitializerSingleton != nullptr && !Failed(status_)) {
+  // A library that is loaded for the singleton may fork. To its child no lock comes back.
+  if (g_pInitializerSingleton != nullptr && !Failed(status_) && !CallUnderWay::wasCutOff()) {
     handle_ = g_pInitializerSingleton->LoadLibrary(status_);
   } else {
     status_.set(kFailed);

@@ -43,30 +43,11 @@ bool IsToLock(int mode) {
   return (mode & kLockFlag) != 0;
 }
 
-/// Guarded by g_SingletonMutex, which the thread that makes the singleton may take once more: a
-/// trace engine or an OpenSSL library that calls Init while it is loaded would begin all over
-/// again, without end.
-bool g_isSingletonInTheMaking = false;
-
-struct SingletonMaking {
-  SingletonMaking() { g_isSingletonInTheMaking = true; }
-  ~SingletonMaking() { g_isSingletonInTheMaking = false; }
-  SingletonMaking(const SingletonMaking&) = delete;
-  SingletonMaking& operator=(const SingletonMaking&) = delete;
-};
-
 }  // namespace
 
 void SslInitializerImplementation::CreateSingleton(StatusChain& status) {
   const CriticalSection::Guard guard(g_SingletonMutex);
-  if (g_isSingletonInTheMaking) {
-    XTraceError(g_pGLogger, "SslInitializerImplementation::CreateSingleton",
-                "called by a library that is being loaded for the singleton");
-    status.set(kFailed);
-    return;
-  }
   if (g_pInitializerSingleton != nullptr) return;
-  const SingletonMaking making;
   try {
     g_pInitializerSingleton = new SslInitializerImplementation(status);
   } catch (...) {

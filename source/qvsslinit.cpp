@@ -3,17 +3,23 @@
 #include <memory>
 
 #include "kit/osdep/CancellationDeferral.h"
+#include "source/CallUnderWay.h"
 #include "source/ServiceStatus.h"
 #include "source/SingletonMutex.h"
 #include "source/SslInitializer.h"
 
 using qv::kit::osdep::CancellationDeferral;
+using qvsslinit::CallUnderWay;
 using qvsslinit::g_SingletonMutex;
 using qvsslinit::SslInitializer;
 
 QvSslInitHandle* QVSSLINIT_Init() {
-  if (!g_SingletonMutex.isThere()) return nullptr;
   const CancellationDeferral deferral;
+  // A library that is being loaded for a call would begin it all over again, without end. A signal
+  // handler may have interrupted the call anywhere: it may wait for no lock, and allocate nothing.
+  if (CallUnderWay::wasCutOff() || CallUnderWay::isInThisThread()) return nullptr;
+  const CallUnderWay call;
+  if (!g_SingletonMutex.isThere()) return nullptr;
   // A host may be C: no exception leaves.
   try {
     auto initializer = std::make_unique<SslInitializer>();
@@ -25,8 +31,10 @@ QvSslInitHandle* QVSSLINIT_Init() {
 }
 
 void QVSSLINIT_Uninit(QvSslInitHandle* handle) {
+  const CancellationDeferral deferral;
+  if (CallUnderWay::wasCutOff()) return;
+  const CallUnderWay call;
   // At the end of the process there is nothing left to give back to.
   if (!g_SingletonMutex.isThere()) return;
-  const CancellationDeferral deferral;
   delete reinterpret_cast<SslInitializer*>(handle);
 }

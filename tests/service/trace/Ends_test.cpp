@@ -1,0 +1,418 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
+#include <filesystem>
+#include <functional>
+#include <future>
+#include <string>
+#include <thread>
+
+#include "tests/doubles/engine/EngineJournal.h"
+#include "tests/doubles/openssl/OpensslDouble.h"
+
+// What may happen to a process, a thread or the library at the wrong moment. The library is the one
+// that is shipped, and traces; the host is a process of its own that is killed when it hangs.
+
+namespace qv::tests {
+namespace {
+
+constexpr int kLock = 1;
+constexpr int kUnlock = 2;
+constexpr unsigned kDeadlineSeconds = 60;
+
+/// Ends a host that found something wrong.
+void Require(bool isSo, const char* what) {
+  if (isSo) return;
+  std::fprintf(stderr, "not so: %s\n", what);
+  ::_exit(1);
+}
+
+/// Forks, lets the child do work and requires that it ends well, by itself or with the work.
+void ForkAndWait(const std::function<void()>& work) {
+  const pid_t child = ::fork();
+  Require(child != -1, "there is a child");
+  if (child == 0) {
+    ::alarm(kDeadlineSeconds);
+    work();
+    ::_exit(0);
+  }
+  int status = 0;
+  while (::waitpid(child, &status, 0) == -1) {
+  }
+  Require(WIFEXITED(status) && WEXITSTATUS(status) == 0, "the child ended well");
+}
+
+class Ends : public testing::Test {
+ protected:
+  Ends() {
+    std::filesystem::copy_file(QV_TRACE_ENGINE,
+                               installation_.directory().path("lib/" QV_ENGINE_FILE));
+    installation_.directory().write("qvsslinit.cfg", "RefCount : 1 : yes\nInitializer : 4 : yes\n");
+    const std::string directory = installation_.directory().path();
+    // Where a sanitizer is at work it finds the double of the engine instead.
+    EngineJournal::instance().script.configDirectory.assign(directory.begin(), directory.end());
+    ::setenv("QV_TRACE_CONFIG_DIR", directory.c_str(), 1);
+    ::setenv("QV_TRACE_OUTPUT", installation_.directory().path("records").c_str(), 1);
+    journal_.setLockCount(3);
+  }
+
+  /// Expects that a host ends well, be it in the middle of its work.
+  static void expectGoodEnd(const std::function<void()>& host) {
+    EXPECT_EXIT(
+        {
+          ::alarm(kDeadlineSeconds);
+          host();
+          std::exit(0);
+        },
+        testing::ExitedWithCode(0), "");
+  }
+
+  QvSslInitHandle* initSurely() {
+    QvSslInitHandle* handle = installation_.init();
+    Require(handle != nullptr, "Init gives a handle");
+    return handle;
+  }
+  void enterAndLeave(const Journal::Callbacks& callbacks) const {
+    callbacks.locking(kLock, 2, "", 0);
+    callbacks.locking(kUnlock, 2, "", 0);
+  }
+  std::size_t unloads() const { return journal_.linesOf("unload").size(); }
+
+  Installation installation_;
+  Journal& journal_ = Journal::instance();
+};
+
+TEST_F(Ends, OfAProcessWithHandlesOutAndAThreadInOpensslAreGood) {
+  expectGoodEnd([this] {
+    initSurely();
+    initSurely();
+    const Journal::Callbacks callbacks = journal_.callbacks();
+    std::promise<void> isAtWork;
+    std::thread thread([&, callbacks] {
+      enterAndLeave(callbacks);
+      isAtWork.set_value();
+      while (true)
+        enterAndLeave(callbacks);
+    });
+    thread.detach();
+    isAtWork.get_future().wait();
+    std::exit(0);
+  });
+}
+
+/// A static object of a host.
+class LateObject {
+ public:
+  LateObject() = default;
+  LateObject(const LateObject&) = delete;
+  LateObject& operator=(const LateObject&) = delete;
+  ~LateObject() {
+    installation->uninit(handle);
+    Require(installation->init() == nullptr, "an Init at the very end gives null");
+  }
+
+  Installation* installation = nullptr;
+  QvSslInitHandle* handle = nullptr;
+};
+
+TEST_F(Ends, AreGoodForAStaticObjectThatOutlivesTheLibrarysOwnAndCallsBothFunctions) {
+  expectGoodEnd([this] {
+    static LateObject late;
+    late.installation = &installation_;
+    late.handle = initSurely();
+  });
+}
+
+std::function<void()> g_atExit;
+
+TEST_F(Ends, AreGoodForAHandlerThatComesBeforeThemAndStillGetsOpenssl) {
+  expectGoodEnd([this] {
+    QvSslInitHandle* handle = initSurely();
+    g_atExit = [this, handle] {
+      installation_.uninit(handle);
+      Require(unloads() == 2, "the last Uninit unloads OpenSSL");
+      initSurely();
+    };
+    std::atexit([] { g_atExit(); });
+  });
+}
+
+TEST_F(Ends, OfTheLastHandleInAChildAreItsOwn) {
+  expectGoodEnd([this] {
+    QvSslInitHandle* first = initSurely();
+    QvSslInitHandle* second = initSurely();
+    ForkAndWait([&] {
+      QvSslInitHandle* third = initSurely();
+      for (QvSslInitHandle* handle : {first, second, third}) {
+        Require(unloads() == 0, "OpenSSL stays until the last handle goes");
+        installation_.uninit(handle);
+      }
+      Require(unloads() == 2, "the child unloads its OpenSSL");
+      installation_.uninit(initSurely());
+      std::exit(0);
+    });
+    installation_.uninit(first);
+    Require(unloads() == 0, "the parent has a handle left");
+    installation_.uninit(second);
+    Require(unloads() == 2, "the parent unloads its OpenSSL");
+  });
+}
+
+TEST_F(Ends, OfAChildThatExitsOrBecomesAnotherProgramLeaveTheParentAsItWas) {
+  expectGoodEnd([this] {
+    QvSslInitHandle* handle = initSurely();
+    ForkAndWait([] { std::exit(0); });
+    ForkAndWait([] { ::execl("/bin/true", "true", nullptr); });
+    enterAndLeave(journal_.callbacks());
+    installation_.uninit(handle);
+    Require(unloads() == 2, "the parent's handle was the last");
+  });
+}
+
+/// A thread that stands still in the middle of a call until it may go on.
+class StoppedCall {
+ public:
+  StoppedCall(Journal& journal, const std::string& where, std::function<void()> call) {
+    journal.onCall(where, [this] {
+      if (std::this_thread::get_id() != thread_.get_id()) return;
+      isThere_.set_value();
+      mayGoOn_.get_future().wait();
+    });
+    std::promise<void> isStarted;
+    thread_ = std::thread([&isStarted, call] {
+      isStarted.get_future().wait();
+      call();
+    });
+    isStarted.set_value();
+    isThere_.get_future().wait();
+  }
+  StoppedCall(const StoppedCall&) = delete;
+  StoppedCall& operator=(const StoppedCall&) = delete;
+  ~StoppedCall() {
+    mayGoOn_.set_value();
+    thread_.join();
+  }
+
+ private:
+  std::promise<void> isThere_;
+  std::promise<void> mayGoOn_;
+  std::thread thread_;
+};
+
+class EndsOfAChild : public Ends {
+ protected:
+  void expectToBeGivenNothing(QvSslInitHandle* handle) {
+    ForkAndWait([&] {
+      Require(installation_.init() == nullptr, "Init gives null");
+      installation_.uninit(handle);
+      Require(unloads() == 0, "Uninit does nothing");
+      ForkAndWait([this] {
+        Require(installation_.init() == nullptr, "Init gives null in its child too");
+        std::exit(0);
+      });
+      std::exit(0);
+    });
+  }
+};
+
+TEST_F(EndsOfAChild, ThatWasForkedWhileAThreadStartedTheServiceAreGood) {
+  expectGoodEnd([this] {
+    {
+      const StoppedCall call(journal_, "SSL_library_init", [this] { initSurely(); });
+      expectToBeGivenNothing(nullptr);
+    }
+    ForkAndWait([this] { initSurely(); });
+  });
+}
+
+TEST_F(EndsOfAChild, ThatWasForkedWhileAThreadStoppedOpensslAreGood) {
+  expectGoodEnd([this] {
+    QvSslInitHandle* handle = initSurely();
+    {
+      const StoppedCall call(journal_, "unload libssleay32.dylib",
+                             [&] { installation_.uninit(handle); });
+      ForkAndWait([this] { Require(installation_.init() == nullptr, "Init gives null"); });
+    }
+    ForkAndWait([this] { initSurely(); });
+  });
+}
+
+TEST_F(EndsOfAChild, ThatALibraryForksWhileItIsLoadedOrUnloadedAreGood) {
+  for (const char* where : {"SSL_library_init", "X509_new", "unload libeay32.dylib"}) {
+    expectGoodEnd([&] {
+      const pid_t parent = ::getpid();
+      journal_.onCall(where, [parent] {
+        if (::getpid() != parent) return;
+        const pid_t child = ::fork();
+        Require(child != -1, "there is a child");
+        if (child == 0) {
+          ::alarm(kDeadlineSeconds);
+          return;  // into the middle of the call
+        }
+        int status = 0;
+        ::waitpid(child, &status, 0);
+        Require(WIFEXITED(status) && WEXITSTATUS(status) == 0, "the child ended well");
+      });
+      QvSslInitHandle* handle = installation_.init();
+      const bool isChild = ::getpid() != parent;
+      Require((handle == nullptr) == isChild, "Init gives a handle in the parent alone");
+      installation_.uninit(handle);
+      if (::getpid() == parent) initSurely();
+    });
+  }
+}
+
+TEST_F(Ends, OfAThreadMayComeAfterItsOwnLastUninitAndTheClosingOfTheLibrary) {
+  expectGoodEnd([this] {
+    std::promise<void> isUsed;
+    std::promise<void> mayEnd;
+    std::thread thread([&] {
+      installation_.uninit(initSurely());
+      isUsed.set_value();
+      mayEnd.get_future().wait();
+    });
+    isUsed.get_future().wait();
+    installation_.closeLibrary();
+    mayEnd.set_value();
+    thread.join();
+  });
+}
+
+TEST_F(Ends, OfTheHostsInterestLeaveOpensslAtWorkAndTheHandlesGood) {
+  expectGoodEnd([this] {
+    QvSslInitHandle* first = initSurely();
+    QvSslInitHandle* second = nullptr;
+    const Journal::Callbacks callbacks = journal_.callbacks();
+    std::promise<void> isUsed;
+    std::promise<void> isClosed;
+    std::thread thread([&] {
+      second = initSurely();
+      isUsed.set_value();
+      isClosed.get_future().wait();
+      enterAndLeave(callbacks);
+    });
+    isUsed.get_future().wait();
+    installation_.closeLibrary();
+    isClosed.set_value();
+    thread.join();
+    Require(unloads() == 0, "there are handles out");
+
+    // Opened once more it is the same library.
+    installation_.uninit(first);
+    Require(unloads() == 0, "there is a handle out");
+    installation_.uninit(second);
+    Require(unloads() == 2, "that was the last handle");
+    initSurely();
+    installation_.closeLibrary();
+  });
+}
+
+// The functions themselves: a signal handler must not wait for a lock of the test's.
+decltype(QVSSLINIT_Init)* g_init = nullptr;
+decltype(QVSSLINIT_Uninit)* g_uninit = nullptr;
+std::atomic<bool> g_isInCall{false};
+std::atomic<int> g_refused{0};
+
+/// Calls Init, unless that would interrupt something else than a call of the library.
+void InitOnceMore(int /*signal*/) {
+  if (!g_isInCall) return;
+  QvSslInitHandle* handle = g_init();
+  if (handle == nullptr) {
+    ++g_refused;
+  } else {
+    // Came before the first step of the call, or after the last.
+    g_uninit(handle);
+  }
+}
+
+class EndsOfACall : public Ends {
+ protected:
+  void handleSignals() {
+    g_init = installation_.find<decltype(QVSSLINIT_Init)>("QVSSLINIT_Init");
+    g_uninit = installation_.find<decltype(QVSSLINIT_Uninit)>("QVSSLINIT_Uninit");
+    struct sigaction action {};
+    action.sa_handler = InitOnceMore;  // and no SA_RESTART: system calls are interrupted
+    Require(::sigaction(SIGUSR1, &action, nullptr) == 0, "the signal is handled");
+  }
+  static QvSslInitHandle* init() {
+    g_isInCall = true;
+    QvSslInitHandle* handle = g_init();
+    g_isInCall = false;
+    return handle;
+  }
+  static void uninit(QvSslInitHandle* handle) {
+    g_isInCall = true;
+    g_uninit(handle);
+    g_isInCall = false;
+  }
+};
+
+TEST_F(EndsOfACall, ThatASignalHandlerInterruptsWithAnInitAreGoodAndTheHandlerGetsNull) {
+  expectGoodEnd([this] {
+    handleSignals();
+    int signals = 0;
+    for (const char* where : {"SSL_library_init", "X509_sign", "unload libssleay32.dylib"}) {
+      journal_.onCall(where, [&signals] {
+        if (signals++ < 3) ::raise(SIGUSR1);
+      });
+    }
+    QvSslInitHandle* handle = init();
+    Require(handle != nullptr, "Init gives a handle");
+    uninit(handle);
+    Require(signals == 3 && g_refused == 3, "every Init of the handler gave null");
+    Require(unloads() == 2, "there was one handle");
+    g_isInCall = true;  // which it is not
+    ::raise(SIGUSR1);
+    Require(g_refused == 3, "outside of a call the handler gets a handle");
+  });
+}
+
+/// Sends this process a signal again and again.
+class SignalTimer {
+ public:
+  SignalTimer(int signal, long nanoseconds) {
+    sigevent event{};
+    event.sigev_notify = SIGEV_SIGNAL;
+    event.sigev_signo = signal;
+    Require(::timer_create(CLOCK_MONOTONIC, &event, &timer_) == 0, "there is a timer");
+    const itimerspec times{{0, nanoseconds}, {0, nanoseconds}};
+    Require(::timer_settime(timer_, 0, &times, nullptr) == 0, "the timer runs");
+  }
+  SignalTimer(const SignalTimer&) = delete;
+  SignalTimer& operator=(const SignalTimer&) = delete;
+  ~SignalTimer() { ::timer_delete(timer_); }
+
+ private:
+  timer_t timer_{};
+};
+
+// Wherever the call may be: in the middle of an allocation, of a lock, of a system call.
+TEST_F(EndsOfACall, ThatIsInterruptedAllTheTimeAreGood) {
+  expectGoodEnd([this] {
+    handleSignals();
+    static constexpr int kInterruptions = 200;
+    {
+      const SignalTimer timer(SIGUSR1, 100'000);
+      while (g_refused < kInterruptions) {
+        QvSslInitHandle* handle = init();
+        Require(handle != nullptr, "Init gives a handle");
+        uninit(handle);
+      }
+    }
+    Require(installation_.storeHas("server_certs/server_0.key"), "the key was written");
+    Require(installation_.storeHas("server_certs/server_0.cer"), "the certificate was written");
+    Require(journal_.linesOf("unload libeay32").size() == journal_.linesOf("load libeay32").size(),
+            "no handle is left");
+    Require(journal_.misuses().empty() && journal_.liveObjects().empty(), "OpenSSL was used well");
+  });
+}
+
+}  // namespace
+}  // namespace qv::tests
