@@ -23,6 +23,10 @@ struct SslInitializerImplementationProbe {
   static const std::vector<std::int32_t>& handles(const SslInitializerImplementation& singleton) {
     return singleton.handles_;
   }
+  static const qv::kit::osdep::CriticalSection& lock(
+      const SslInitializerImplementation& singleton) {
+    return singleton.lock_;
+  }
   static const OpensslFunctionPointers& functions(const SslInitializerImplementation& singleton) {
     return singleton.functions_;
   }
