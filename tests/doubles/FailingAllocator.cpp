@@ -1,11 +1,11 @@
 #include "tests/doubles/FailingAllocator.h"
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdlib>
 #include <limits>
 #include <new>
+#include <utility>
 
 namespace {
 
@@ -58,20 +58,40 @@ void* __wrap_realloc(void* block, std::size_t size) {
 }
 }
 
-void* operator new(std::size_t size) {
-  const std::size_t bytes = std::max<std::size_t>(size, 1);
-  void* const block = g_state.includesNew ? __wrap_malloc(bytes) : __real_malloc(bytes);
-  if (block == nullptr) throw std::bad_alloc();
-  return block;
+namespace {
+
+/// Whether operator new has to fail.
+bool RefusesNew(std::size_t size) {
+  return g_state.includesNew && Refuses(size);
 }
 
-void operator delete(void* block) noexcept {
-  std::free(block);
-}
+}  // namespace
 
-void operator delete(void* block, std::size_t /*size*/) noexcept {
-  std::free(block);
-}
+// The names of the operators tell what a size is, an unsigned long or an unsigned int: those that a
+// platform does not have are weak and never called.
+// NOLINTBEGIN(cert-dcl50-cpp)
+#define QV_WRAP_NEW(name)                                         \
+  extern "C" [[gnu::weak]] void* __real_##name(std::size_t size); \
+  extern "C" void* __wrap_##name(std::size_t size) {              \
+    if (RefusesNew(size)) throw std::bad_alloc();                 \
+    return __real_##name(size);                                   \
+  }
+
+#define QV_WRAP_NEW_OR_NULL(name)                                                            \
+  extern "C" [[gnu::weak]] void* __real_##name(std::size_t size, const std::nothrow_t& tag); \
+  extern "C" void* __wrap_##name(std::size_t size, const std::nothrow_t& tag) {              \
+    return RefusesNew(size) ? nullptr : __real_##name(size, tag);                            \
+  }
+// NOLINTEND(cert-dcl50-cpp)
+
+QV_WRAP_NEW(_Znwm)
+QV_WRAP_NEW(_Znam)
+QV_WRAP_NEW(_Znwj)
+QV_WRAP_NEW(_Znaj)
+QV_WRAP_NEW_OR_NULL(_ZnwmRKSt9nothrow_t)
+QV_WRAP_NEW_OR_NULL(_ZnamRKSt9nothrow_t)
+QV_WRAP_NEW_OR_NULL(_ZnwjRKSt9nothrow_t)
+QV_WRAP_NEW_OR_NULL(_ZnajRKSt9nothrow_t)
 
 namespace qv::tests {
 
@@ -121,8 +141,12 @@ void FailingAllocator::Relent() {
 }
 
 std::vector<std::size_t> FailingAllocator::sizes() const {
-  return {g_state.sizes.begin(),
-          g_state.sizes.begin() + static_cast<std::ptrdiff_t>(g_state.calls)};
+  // What is given here is none of what the code under test asked for.
+  const bool includedNew = std::exchange(g_state.includesNew, false);
+  std::vector<std::size_t> sizes(
+      g_state.sizes.begin(), g_state.sizes.begin() + static_cast<std::ptrdiff_t>(g_state.calls));
+  g_state.includesNew = includedNew;
+  return sizes;
 }
 
 }  // namespace qv::tests

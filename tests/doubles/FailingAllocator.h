@@ -7,10 +7,10 @@
 namespace qv::tests {
 
 /// Stands between the code under test and malloc and realloc as long as the object lives: lets
-/// chosen calls fail and keeps the sizes that were asked for. Programs that use it link with
-/// --wrap=malloc and --wrap=realloc; only calls from code linked into the program itself pass here,
-/// those of shared libraries do not. Nor does operator new, unless it is asked for. One object at a
-/// time, one thread.
+/// chosen calls fail and keeps the sizes that were asked for. For programs that link
+/// qv_failing_allocator; only calls from code linked into the program itself pass here, those of
+/// shared libraries do not. Nor does operator new, unless it is asked for. One object at a time,
+/// one thread.
 class FailingAllocator {
  public:
   FailingAllocator();
@@ -29,7 +29,8 @@ class FailingAllocator {
   void PretendSizesFrom(std::size_t bytes);
   /// Every call leaves this in errno, as a successful call may.
   void SetErrno(int error);
-  /// operator new counts and fails as malloc does. Whatever the test itself builds then counts too.
+  /// operator new counts and fails as malloc does, in all its forms. Whatever the test itself
+  /// builds then counts too.
   void IncludeNew();
   /// All of the above is over.
   void Relent();

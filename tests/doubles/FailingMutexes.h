@@ -6,8 +6,8 @@
 namespace qv::tests {
 
 /// Stands between the code under test and the pthread calls that make, lock and try mutexes as long
-/// as the object lives. Programs that use it link with --wrap for each of them; only calls from
-/// code linked into the program itself pass here. One object at a time, one thread.
+/// as the object lives. For programs that link qv_failing_mutexes; only calls from code linked into
+/// the program itself pass here. One object at a time, one thread.
 class FailingMutexes {
  public:
   enum class Call { kAttributeInit, kAttributeType, kMutexInit, kLock, kTryLock };

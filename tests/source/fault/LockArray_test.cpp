@@ -49,6 +49,7 @@ TEST(LockArray, KeepsTheOldLocksWhereThereIsNoMemoryForNewOnes) {
     bool failed = false;
     {
       qv::tests::FailingAllocator allocator;
+      allocator.IncludeNew();
       allocator.FailCall(n);
       try {
         locks.create(3);
@@ -69,6 +70,7 @@ TEST(LockArray, GivesTheLocksBackThatWereMadeBeforeOneCouldNotBe) {
   {
     LockArray locks;
     qv::tests::FailingAllocator allocator;
+    allocator.IncludeNew();
     allocator.FailCall(6);
     EXPECT_THROW(locks.create(3), std::bad_alloc);
     EXPECT_EQ(locks.at(0), nullptr);

@@ -66,6 +66,7 @@ class OutOfMemory : public testing::Test {
       bool allMade = false;
       {
         FailingAllocator allocator;
+        allocator.IncludeNew();
         fail(allocator, n);
         EXPECT_NO_THROW(handle = singleton_->LoadLibrary(status)) << n;
         allMade = allocator.sizes().size() < n;
@@ -109,6 +110,7 @@ TEST_F(OutOfMemory, WhenOpensslRunsAlreadyTheHandleIsNotIssued) {
   std::int32_t handle = 0;
   {
     FailingAllocator allocator;
+    allocator.IncludeNew();
     allocator.FailFrom(1);
     EXPECT_NO_THROW(handle = singleton_->LoadLibrary(status_));
   }
@@ -141,6 +143,7 @@ TEST_F(OutOfMemory, OpensslGetsNullForALockOfTheRunTime) {
     CRYPTO_dynlock_value* lock = nullptr;
     {
       FailingAllocator allocator;
+      allocator.IncludeNew();
       allocator.FailCall(n);
       EXPECT_NO_THROW(lock = singleton_->xdynlockCreate("", 0)) << n;
     }
@@ -169,6 +172,7 @@ TEST_F(OutOfMemory, NoInitThrowsOrLosesWhatItMade) {
     journal_.clearLines();
     {
       FailingAllocator allocator;
+      allocator.IncludeNew();
       allocator.FailCall(n);
       EXPECT_NO_THROW({
         const SslInitializer initializer;

@@ -150,10 +150,9 @@ TEST_F(FailingLogger, KeepsTheTagThatIsThereWhenItsReplacementFindsNoMemory) {
   EXPECT_FALSE(logger.XTraceTagIsEnabled(6));
 }
 
-TEST_F(FailingLogger, LosesARecordOrTheNameOfItsThreadWhateverAllocationFails) {
+TEST_F(FailingLogger, LosesNoMoreThanTheNameOfItsThreadWhateverAllocationFails) {
   MyTraceLogger logger(name);
   int nameless = 0;
-  int lost = 0;
   for (std::uint32_t n = 1;; ++n) {
     ASSERT_LT(n, 1000u);
     journal.clear();
@@ -167,18 +166,10 @@ TEST_F(FailingLogger, LosesARecordOrTheNameOfItsThreadWhateverAllocationFails) {
       reached = memory.sizes().size() >= n;
     }
     if (!reached) break;
-    const auto records = journal.records();
-    if (records.empty()) {
-      ++lost;
-    } else if (records[0] == "t=? | ERROR | module | f | 1") {
-      ++nameless;
-    } else {
-      ADD_FAILURE() << records[0];
-    }
+    EXPECT_THAT(journal.records(), ElementsAre("t=? | ERROR | module | f | 1")) << n;
+    ++nameless;
   }
   EXPECT_GT(nameless, 0);
-  // Those that the engine had no memory for.
-  EXPECT_GT(lost, 0);
 }
 
 TEST_F(FailingLogger, TakesNoMoreMemoryForALongRecordThanForAShortOne) {
