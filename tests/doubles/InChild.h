@@ -4,8 +4,10 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cstring>
 #include <functional>
 #include <stdexcept>
+#include <string>
 
 namespace qv::tests {
 
@@ -31,7 +33,12 @@ inline int InChild(const std::function<int()>& work) {
                     WEXITSTATUS(status) == 0;
   const int value = *result;
   ::munmap(memory, sizeof(int));
-  if (!done) throw std::runtime_error("the child ended early");
+  if (!done) {
+    const std::string how = WIFSIGNALED(status)
+                                ? std::string(" by ") + ::strsignal(WTERMSIG(status))
+                                : " with " + std::to_string(WEXITSTATUS(status));
+    throw std::runtime_error("the child ended early" + how);
+  }
   return value;
 }
 

@@ -160,6 +160,18 @@ TEST_F(FileFaults, InterruptedWritesAreRepeated) {
   }
 }
 
+TEST_F(FileFaults, InterruptedLooksAtTheOldFileAreRepeated) {
+  directory_.write("file.TMP", "left over");
+  StagedSystemCalls staged;
+  staged.fail(SystemCall::Stat, EINTR, 2);
+  staged.fail(SystemCall::Lstat, EINTR, 2);
+  staged.fail(SystemCall::Unlink, EINTR, 2);
+  staged.fail(SystemCall::Fchmod, EINTR, 2);
+  EXPECT_EQ(write(kNamed), 0);
+  EXPECT_EQ(directory_.read("file"), kNewContents);
+  EXPECT_EQ(names(), (std::set<std::string>{"file"}));
+}
+
 TEST_F(FileFaults, AnInterruptedCloseHasClosed) {
   for (const unsigned flags : {kInPlace, kNamed, kUnique}) {
     StagedSystemCalls staged;

@@ -1,0 +1,107 @@
+#include "tests/sweep/ProcessCallSweep.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <cstdint>
+#include <cstring>
+
+#if defined(QV_SANITIZED)
+#include <sanitizer/lsan_interface.h>
+
+// Memory of its own that the loader loses when a library cannot be opened. The sanitizer looks for
+// the function by name.
+extern "C" __attribute__((visibility("default"))) const char* __lsan_default_suppressions() {
+  return "leak:add_to_global_resize";
+}
+#endif
+
+namespace qv::tests {
+namespace {
+
+class AllocationSweep : public ProcessCallSweep {
+ protected:
+#if defined(QV_SANITIZED)
+  /// A run takes several times as long: a sample must do. And the loader, which has more to close
+  /// here, keeps its lock for ever when it has no memory for that.
+  static constexpr std::uint64_t kStride = 5;
+  static constexpr bool kSparesLoader = true;
+
+  bool leaks() const override {
+    return __lsan_do_recoverable_leak_check() != 0;
+  }
+#else
+  static constexpr std::uint64_t kStride = 1;
+  static constexpr bool kSparesLoader = false;
+#endif
+
+  static Fault noMemory(Failing failing) {
+    return {ProcessCall::kMemory, ENOMEM, failing, Threads::kThisOne, kSparesLoader};
+  }
+};
+
+TEST_F(AllocationSweep, AnyAllocationMayFail) {
+  const Result result = sweep(noMemory(Failing::kOne), kStride);
+  EXPECT_GT(result.calls, 800u);
+  EXPECT_GT(result.nulls, 1);
+}
+
+TEST_F(AllocationSweep, MemoryMayRunOutForGoodAtAnyTime) {
+  const Result result = sweep(noMemory(Failing::kAllFrom), 7 * kStride);
+  EXPECT_GT(result.calls, 800u);
+  EXPECT_GT(result.nulls, 1);
+}
+
+// A sanitizer takes memory for each thread, and needs the other calls for itself.
+#if !defined(QV_SANITIZED)
+
+TEST_F(AllocationSweep, TheTraceEnginesThreadTakesNoMemory) {
+  EXPECT_EQ(sweep({ProcessCall::kMemory, ENOMEM, Failing::kOne, Threads::kAllOthers}, 1).calls, 0u);
+}
+
+// Nobody asks for the error number of these two.
+class LookUpSweep : public ProcessCallSweep {};
+
+TEST_F(LookUpSweep, AnyLookUpOfAFunctionMayFail) {
+  // Both exports and the 41 functions of OpenSSL must be there; the rest may be missing.
+  const Result result = sweep({ProcessCall::kDlsym, EIO}, 1);
+  EXPECT_GE(result.calls, 44u);
+  EXPECT_EQ(result.nulls, 43);
+}
+
+TEST_F(LookUpSweep, AnyTextConversionMayFailToBegin) {
+  const Result result = sweep({ProcessCall::kIconvOpen, EINVAL}, 1);
+  EXPECT_GT(result.calls, 50u);
+  EXPECT_GT(result.nulls, 0);
+}
+
+class LibraryCallSweep : public ProcessCallSweep, public testing::WithParamInterface<int> {};
+
+TEST_P(LibraryCallSweep, AnyOpeningOfALibraryMayFail) {
+  // The library itself and both of OpenSSL must be there; the engine may be missing.
+  const Result result = sweep({ProcessCall::kDlopen, GetParam()}, 1);
+  EXPECT_GE(result.calls, 4u);
+  EXPECT_EQ(result.nulls, 3);
+}
+
+TEST_P(LibraryCallSweep, TheHostNameMayBeUnknown) {
+  const Result result = sweep({ProcessCall::kGethostname, GetParam()}, 1);
+  EXPECT_EQ(result.calls, 1u);
+  EXPECT_EQ(result.nulls, 0);
+}
+
+TEST_P(LibraryCallSweep, AnyReadingOfTheClockMayFail) {
+  // Once for each record.
+  const Result result = sweep({ProcessCall::kGettimeofday, GetParam()}, 1);
+  EXPECT_GE(result.calls, 10u);
+  EXPECT_EQ(result.nulls, 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(WithAnyError, LibraryCallSweep,
+                         testing::Values(EINTR, ENOSPC, EIO, EMFILE, EACCES),
+                         [](const auto& info) { return ::strerrorname_np(info.param); });
+
+#endif
+
+}  // namespace
+}  // namespace qv::tests

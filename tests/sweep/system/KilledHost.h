@@ -1,0 +1,77 @@
+#pragma once
+
+#include <sys/syscall.h>
+
+#include <cstdint>
+#include <cstdio>
+#include <functional>
+#include <set>
+#include <string>
+
+#include "tests/doubles/TracedChild.h"
+#include "tests/sweep/Sweep.h"
+
+namespace qv::tests {
+
+/// Hosts that are killed before one system call after the other, from their first look at the store
+/// on.
+class KilledHost : public Sweep {
+ protected:
+  using Sweep::Sweep;
+
+  static bool looksAtStore(const TracedChild& child) {
+    for (const unsigned argument : {0, 1}) {
+      const std::string text = child.textAt(child.stop().arguments[argument]);
+      if (text.find("/certstore") != std::string::npos) return true;
+    }
+    return false;
+  }
+
+  /// Calls for memory, randomness and the process's own number change nothing that anybody could
+  /// find afterwards, and OpenSSL makes as many of them as chance has it.
+  static bool leavesNoTrace(std::uint64_t call) {
+    static const std::set<std::uint64_t> kCalls{
+        SYS_brk,  SYS_mmap, SYS_munmap, SYS_mprotect, SYS_madvise, SYS_getrandom, SYS_getpid,
+#ifdef SYS_mmap2
+        SYS_mmap2
+#endif
+    };
+    return kCalls.count(call) != 0;
+  }
+
+  /// Starts a host and kills it before the nth of its other calls, counted from 0. False when it
+  /// has done its work before that.
+  bool killAt(int n) {
+    TracedChild child([this] {
+      HostRun::OfLibraryOn(site_);
+      ::syscall(kHostIsDone);
+    });
+    int count = 0;
+    bool hasBegun = false;
+    while (child.step() && child.stop().number != kHostIsDone) {
+      if (!child.stop().entry || leavesNoTrace(child.stop().number)) continue;
+      hasBegun = hasBegun || looksAtStore(child);
+      if (hasBegun && count++ == n) return true;
+    }
+    return false;
+  }
+
+  /// Kills at every call, each time in a store that prepare has made. Gives the number of kills.
+  int killEverywhere(const std::function<void()>& prepare) {
+    int kills = 0;
+    for (; !HasFailure(); ++kills) {
+      SCOPED_TRACE("kill " + std::to_string(kills));
+      site_.clear();
+      prepare();
+      if (!killAt(kills)) break;
+      certificates_ += site_.directory().has(Site::kCertificate) ? 1 : 0;
+      expectNextProcessToHaveAPair();
+    }
+    std::printf("%d kills, %d of them left a certificate\n", kills, certificates_);
+    return kills;
+  }
+
+  int certificates_ = 0;
+};
+
+}  // namespace qv::tests
