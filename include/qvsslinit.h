@@ -3,11 +3,12 @@
  *
  * Both functions may be called from any thread, at any time, concurrently. Neither lets an
  * exception out or ends the process, and a thread that is cancelled meanwhile finishes the call
- * first. A thread that is in one of them already, because it loads a library that calls Init or
- * because a signal handler does, is given null. What they have to say goes to the trace engine,
- * where one is installed. Nothing is printed, unless "vantis.ini" asks for it: a file that is read
- * once, when the library is loaded, from the current directory of the process. With [NVE]
- * ShowReleaseAsserts = true in it, each internal check that fails leaves a line on standard error.
+ * first. An Init within a call of the same thread, by a library that is being loaded for it or by
+ * a signal handler, gives null; Uninit is not for signal handlers. What they have to say goes to
+ * the trace engine, where one is installed. Nothing is printed, unless "vantis.ini" asks for it: a
+ * file that is read once, when the library is loaded, from the current directory of the process.
+ * With [NVE] ShowReleaseAsserts = true in it, each internal check that fails leaves a line on
+ * standard error.
  *
  * Example:
  *     struct QvSslInitHandle* handle = QVSSLINIT_Init();

@@ -200,8 +200,7 @@ class OpensslThread {
     const int depth = 1 + chance_.below(2);
     for (int i = 0; i < depth; ++i)
       callbacks_.locking(kLock | mode, n, __FILE__, __LINE__);
-    ++guarded_.byStaticLock[static_cast<std::size_t>(n)];
-    ++changes_;
+    change(guarded_.byStaticLock[static_cast<std::size_t>(n)]);
     // One that it does not hold, unless it is the same.
     const int other = chance_.below(static_cast<std::size_t>(locks_));
     if (other != n) callbacks_.locking(kUnlock | mode, other, __FILE__, __LINE__);
@@ -210,9 +209,15 @@ class OpensslThread {
   }
   void changeUnderDynamicLock() {
     callbacks_.dynlockLock(kLock | kWrite, guarded_.dynamicLock, __FILE__, __LINE__);
-    ++guarded_.byDynamicLock;
-    ++changes_;
+    change(guarded_.byDynamicLock);
     callbacks_.dynlockLock(kUnlock | kWrite, guarded_.dynamicLock, __FILE__, __LINE__);
+  }
+  /// In a way that another thread would spoil.
+  void change(long& number) {
+    const long before = number;
+    if (chance_.below(4) == 0) std::this_thread::yield();
+    number = before + 1;
+    ++changes_;
   }
   void useLockOfItsOwn() {
     CRYPTO_dynlock_value* own = callbacks_.dynlockCreate(__FILE__, __LINE__);

@@ -90,6 +90,8 @@ class Ends : public testing::Test {
 };
 
 TEST_F(Ends, OfAProcessWithHandlesOutAndAThreadInOpensslAreGood) {
+  // The double of the engine goes with the process, which ours never does: it gets no tags.
+  EngineJournal::instance().script.configDirectory.clear();
   expectGoodEnd([this] {
     initSurely();
     initSurely();
@@ -208,11 +210,9 @@ class StoppedCall {
 
 class EndsOfAChild : public Ends {
  protected:
-  void expectToBeGivenNothing(QvSslInitHandle* handle) {
-    ForkAndWait([&] {
+  void expectToBeGivenNothing() {
+    ForkAndWait([this] {
       Require(installation_.init() == nullptr, "Init gives null");
-      installation_.uninit(handle);
-      Require(unloads() == 0, "Uninit does nothing");
       ForkAndWait([this] {
         Require(installation_.init() == nullptr, "Init gives null in its child too");
         std::exit(0);
@@ -226,7 +226,7 @@ TEST_F(EndsOfAChild, ThatWasForkedWhileAThreadStartedTheServiceAreGood) {
   expectGoodEnd([this] {
     {
       const StoppedCall call(journal_, "SSL_library_init", [this] { initSurely(); });
-      expectToBeGivenNothing(nullptr);
+      expectToBeGivenNothing();
     }
     ForkAndWait([this] { initSurely(); });
   });
@@ -238,7 +238,11 @@ TEST_F(EndsOfAChild, ThatWasForkedWhileAThreadStoppedOpensslAreGood) {
     {
       const StoppedCall call(journal_, "unload libssleay32.dylib",
                              [&] { installation_.uninit(handle); });
-      ForkAndWait([this] { Require(installation_.init() == nullptr, "Init gives null"); });
+      ForkAndWait([&] {
+        Require(installation_.init() == nullptr, "Init gives null");
+        // Whose thread is not there to give it back.
+        installation_.uninit(handle);
+      });
     }
     ForkAndWait([this] { initSurely(); });
   });
@@ -314,11 +318,35 @@ TEST_F(Ends, OfTheHostsInterestLeaveOpensslAtWorkAndTheHandlesGood) {
   });
 }
 
+/// Sends this process SIGUSR1 some time after it was set.
+class SignalTimer {
+ public:
+  SignalTimer() {
+    sigevent event{};
+    event.sigev_notify = SIGEV_SIGNAL;
+    event.sigev_signo = SIGUSR1;
+    Require(::timer_create(CLOCK_MONOTONIC, &event, &timer_) == 0, "there is a timer");
+  }
+  SignalTimer(const SignalTimer&) = delete;
+  SignalTimer& operator=(const SignalTimer&) = delete;
+  ~SignalTimer() { ::timer_delete(timer_); }
+
+  /// Signal handlers may set it.
+  void set(long microseconds) const {
+    const itimerspec times{{0, 0}, {0, microseconds * 1000}};
+    ::timer_settime(timer_, 0, &times, nullptr);
+  }
+
+ private:
+  timer_t timer_{};
+};
+
 // The functions themselves: a signal handler must not wait for a lock of the test's.
 decltype(QVSSLINIT_Init)* g_init = nullptr;
 decltype(QVSSLINIT_Uninit)* g_uninit = nullptr;
 std::atomic<bool> g_isInCall{false};
 std::atomic<int> g_refused{0};
+const SignalTimer* g_timer = nullptr;
 
 /// Calls Init, unless that would interrupt something else than a call of the library.
 void InitOnceMore(int /*signal*/) {
@@ -326,8 +354,10 @@ void InitOnceMore(int /*signal*/) {
   QvSslInitHandle* handle = g_init();
   if (handle == nullptr) {
     ++g_refused;
+    if (g_timer != nullptr) g_timer->set(50);
   } else {
-    // Came before the first step of the call, or after the last.
+    // Came before the first step of the call, or after the last. One signal after another would
+    // never let the call begin: the handler takes longer than they do.
     g_uninit(handle);
   }
 }
@@ -368,44 +398,26 @@ TEST_F(EndsOfACall, ThatASignalHandlerInterruptsWithAnInitAreGoodAndTheHandlerGe
     uninit(handle);
     Require(signals == 3 && g_refused == 3, "every Init of the handler gave null");
     Require(unloads() == 2, "there was one handle");
-    g_isInCall = true;  // which it is not
-    ::raise(SIGUSR1);
-    Require(g_refused == 3, "outside of a call the handler gets a handle");
   });
 }
 
-/// Sends this process a signal again and again.
-class SignalTimer {
- public:
-  SignalTimer(int signal, long nanoseconds) {
-    sigevent event{};
-    event.sigev_notify = SIGEV_SIGNAL;
-    event.sigev_signo = signal;
-    Require(::timer_create(CLOCK_MONOTONIC, &event, &timer_) == 0, "there is a timer");
-    const itimerspec times{{0, nanoseconds}, {0, nanoseconds}};
-    Require(::timer_settime(timer_, 0, &times, nullptr) == 0, "the timer runs");
-  }
-  SignalTimer(const SignalTimer&) = delete;
-  SignalTimer& operator=(const SignalTimer&) = delete;
-  ~SignalTimer() { ::timer_delete(timer_); }
-
- private:
-  timer_t timer_{};
-};
-
+// ThreadSanitizer holds signals back until it suits it, and says that a whole Init in a handler, as
+// there may be before the first step of the call, is unsafe, which it is.
+#ifndef QV_SIGNALS_ARE_HELD_BACK
 // Wherever the call may be: in the middle of an allocation, of a lock, of a system call.
 TEST_F(EndsOfACall, ThatIsInterruptedAllTheTimeAreGood) {
   expectGoodEnd([this] {
     handleSignals();
     static constexpr int kInterruptions = 200;
-    {
-      const SignalTimer timer(SIGUSR1, 100'000);
-      while (g_refused < kInterruptions) {
-        QvSslInitHandle* handle = init();
-        Require(handle != nullptr, "Init gives a handle");
-        uninit(handle);
-      }
+    const SignalTimer timer;
+    g_timer = &timer;
+    for (long delay = 1; g_refused < kInterruptions; delay = delay % 1000 + 7) {
+      timer.set(delay);
+      QvSslInitHandle* handle = init();
+      Require(handle != nullptr, "Init gives a handle");
+      uninit(handle);
     }
+    g_timer = nullptr;
     Require(installation_.storeHas("server_certs/server_0.key"), "the key was written");
     Require(installation_.storeHas("server_certs/server_0.cer"), "the certificate was written");
     Require(journal_.linesOf("unload libeay32").size() == journal_.linesOf("load libeay32").size(),
@@ -413,6 +425,7 @@ TEST_F(EndsOfACall, ThatIsInterruptedAllTheTimeAreGood) {
     Require(journal_.misuses().empty() && journal_.liveObjects().empty(), "OpenSSL was used well");
   });
 }
+#endif
 
 }  // namespace
 }  // namespace qv::tests
