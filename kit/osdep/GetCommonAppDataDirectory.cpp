@@ -1,8 +1,7 @@
 #include "kit/osdep/GetCommonAppDataDirectory.h"
 
-#include <cstdlib>
-
 #include "kit/exception/Exception.h"
+#include "kit/osdep/TrustedVariable.h"
 #include "kit/osdep/path.h"
 #include "kit/osdep/platform/FolderServices.h"
 
@@ -12,7 +11,7 @@ namespace {
 /// What the environment asks for; empty when that is nothing, or bytes that are no text.
 WString DirectoryInEnvironment() {
   try {
-    return WString(std::getenv("QVPUBAPPDATADIR"));
+    return WString(TrustedVariable("QVPUBAPPDATADIR"));
   } catch (const exception::Exception&) {
     return WString();
   }

@@ -55,7 +55,8 @@ WString GetCWD();
 /// Makes path, relative or absolute, the current directory of the process. Throws PosixError.
 void SetCWD(const WString& path);
 
-/// The value of the environment variable "TMPDIR", or "/var/tmp/" when it is not set.
+/// The value of the environment variable "TMPDIR", or "/var/tmp/" when it is not set or may not be
+/// trusted (see TrustedVariable.h).
 WString TempDirName();
 
 /// A name, in use by no file when it is chosen, that begins with prefix and lies in directory (the

@@ -1,12 +1,11 @@
 #include <unistd.h>
 
-#include <cstdlib>
-
 #include "kit/AddFileAndLineInfo.h"
 #include "kit/exception/PosixError.h"
 #include "kit/osdep/RepeatWhileInterrupted.h"
 #include "kit/osdep/SystemPath.h"
 #include "kit/osdep/SystemText.h"
+#include "kit/osdep/TrustedVariable.h"
 #include "kit/osdep/path.h"
 
 namespace qv::kit::osdep::path {
@@ -31,7 +30,7 @@ void SetCWD(const WString& path) {
 }
 
 WString TempDirName() {
-  const char* directory = std::getenv("TMPDIR");
+  const char* directory = TrustedVariable("TMPDIR");
   return directory == nullptr ? WString(L"/var/tmp/") : WString(directory);
 }
 
