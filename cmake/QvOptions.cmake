@@ -12,8 +12,7 @@ target_compile_options(qv_options INTERFACE
   -Wall -Wextra -Wpedantic -Wconversion -Werror
   $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Woverloaded-virtual>
   # Exceptions carry __FILE__: relative to the root, builds are the same wherever they are made.
-  "-fmacro-prefix-map=${PROJECT_SOURCE_DIR}/="
-  -fstack-protector-strong)
+  "-fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=")
 set(CMAKE_CXX_EXTENSIONS OFF)
 set(CMAKE_C_EXTENSIONS OFF)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)

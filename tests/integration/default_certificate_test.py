@@ -260,5 +260,21 @@ class Installation(Store):
         self.assertEqual(self.host(), 1)
 
 
+class SecurityPage(Store):
+    def test_commands_put_a_pair_in_place_that_init_keeps(self):
+        init(self.data)
+        page = (pathlib.Path(__file__).resolve().parents[2] / "SECURITY.md").read_text()
+        (commands,) = re.findall(r"```sh run\n(.*?)```", page, re.DOTALL)
+        self.assertIn("/var/lib/kestrix", commands)
+        run("bash", "-e", "-c", commands.replace("/var/lib/kestrix", str(self.data)),
+            env=environment(self.data))
+        pair = self.key.read_bytes(), self.certificate.read_bytes()
+        self.assertEqual(stat.S_IMODE(self.key.stat().st_mode), 0o600)
+        self.assertIn("CN = www.example.org", self.x509("-subject"))
+        self.assertEqual(self.x509("-pubkey"), openssl("pkey", "-in", self.key, "-pubout"))
+        init(self.data)
+        self.assertEqual((self.key.read_bytes(), self.certificate.read_bytes()), pair)
+
+
 if __name__ == "__main__":
     unittest.main()
