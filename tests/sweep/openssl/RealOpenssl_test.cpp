@@ -48,8 +48,9 @@ class KilledInit : public KilledHost {
 };
 
 TEST_F(KilledInit, LeavesAStoreThatTheNextOneHasOrMakesAPairIn) {
-  EXPECT_GT(killEverywhere([] {}), 40);
-  EXPECT_GT(certificates_, 5);
+  // Keys take their time: before one call in three.
+  EXPECT_GT(killEverywhere([] {}, 3), 15);
+  EXPECT_GT(certificates_, 1);
 }
 
 class ManyInits : public ManyProcesses {

@@ -56,14 +56,15 @@ class KilledHost : public Sweep {
     return false;
   }
 
-  /// Kills at every call, each time in a store that prepare has made. Gives the number of kills.
-  int killEverywhere(const std::function<void()>& prepare) {
+  /// Kills at every call, or at one in stride, each time in a store that prepare has made. Gives
+  /// the number of kills.
+  int killEverywhere(const std::function<void()>& prepare, int stride = 1) {
     int kills = 0;
     for (; !HasFailure(); ++kills) {
       SCOPED_TRACE("kill " + std::to_string(kills));
       site_.clear();
       prepare();
-      if (!killAt(kills)) break;
+      if (!killAt(kills * stride)) break;
       certificates_ += site_.directory().has(Site::kCertificate) ? 1 : 0;
       expectNextProcessToHaveAPair();
     }
