@@ -81,7 +81,7 @@ void JudgeValidity(const Certificate& certificate, const std::string& name, Sect
 /// The default certificate is made weak, to the letter of an old contract, so that is no fault of
 /// the installation; with any other certificate it is.
 void JudgePolicy(const Certificate& certificate, const std::string& name, Section& section,
-                 nlohmann::ordered_json& facts) {
+                 Fact& facts) {
   int level = 0;
   const std::string refusal = certificate.refusal(level);
   facts["security_level"] = level;
@@ -107,7 +107,7 @@ void JudgePolicy(const Certificate& certificate, const std::string& name, Sectio
 }  // namespace
 
 bool JudgeCertificate(const SystemOpenssl& openssl, const std::string& pem, const std::string& name,
-                      Section& section, nlohmann::ordered_json& facts, std::string& reason) {
+                      Section& section, Fact& facts, std::string& reason) {
   const auto owner = openssl.readCertificate(pem);
   if (owner == nullptr) {
     reason = openssl.takeError();

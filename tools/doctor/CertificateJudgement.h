@@ -12,6 +12,6 @@ class SystemOpenssl;
 /// system's OpenSSL says of it. Adds what it is to facts. False when it cannot be read at all;
 /// reason then tells why.
 bool JudgeCertificate(const SystemOpenssl& openssl, const std::string& pem, const std::string& name,
-                      Section& section, nlohmann::ordered_json& facts, std::string& reason);
+                      Section& section, Fact& facts, std::string& reason);
 
 }  // namespace qv::doctor

@@ -14,6 +14,7 @@
 #include <mutex>
 #include <stdexcept>
 
+#include "tools/doctor/Json.h"
 #include "tools/doctor/Printable.h"
 
 namespace qv::doctor {
@@ -128,44 +129,36 @@ int Collect(pid_t child) {
   return status;
 }
 
-// No message of ours goes deeper; others could go down until the stack ends.
-constexpr int kDeepest = 2;
-
-bool IsShallow(int depth, nlohmann::ordered_json::parse_event_t /*event*/,
-               nlohmann::ordered_json& /*value*/) {
-  return depth <= kDeepest;
-}
-
 /// Splits what arrived into messages. A last line that was cut by the end of the child is none.
-std::vector<nlohmann::ordered_json> Messages(const std::string& text) {
-  std::vector<nlohmann::ordered_json> messages;
+std::vector<Fact> Messages(const std::string& text) {
+  std::vector<Fact> messages;
   std::size_t begin = 0;
   for (std::size_t end = 0; (end = text.find('\n', begin)) != std::string::npos; begin = end + 1) {
-    auto message = nlohmann::ordered_json::parse(text.substr(begin, end - begin), IsShallow, false);
-    if (message.is_object()) messages.push_back(std::move(message));
+    std::optional<Fact> message = FromJson(text.substr(begin, end - begin));
+    if (message) messages.push_back(std::move(*message));
   }
   return messages;
 }
 
 }  // namespace
 
-const nlohmann::ordered_json* ChildResult::find(const char* key) const {
-  const nlohmann::ordered_json* found = nullptr;
+const Fact* ChildResult::find(const char* key) const {
+  const Fact* found = nullptr;
   for (const auto& message : messages) {
-    const auto value = message.find(key);
-    if (value != message.end()) found = &*value;
+    const Fact* value = message.find(key);
+    if (value != nullptr) found = value;
   }
   return found;
 }
 
 std::string ChildResult::text(const char* key) const {
   const auto* value = find(key);
-  return value != nullptr && value->is_string() ? value->get<std::string>() : std::string();
+  return value != nullptr ? value->text() : std::string();
 }
 
 bool ChildResult::isTrue(const char* key) const {
   const auto* value = find(key);
-  return value != nullptr && value->is_boolean() && value->get<bool>();
+  return value != nullptr && *value == Fact(true);
 }
 
 std::vector<std::string> ChildResult::printedLines() const {
@@ -174,9 +167,9 @@ std::vector<std::string> ChildResult::printedLines() const {
   return lines;
 }
 
-std::string TextIn(const nlohmann::ordered_json& message, const char* key) {
-  const auto value = message.find(key);
-  return value != message.end() && value->is_string() ? value->get<std::string>() : std::string();
+std::string TextIn(const Fact& message, const char* key) {
+  const Fact* value = message.find(key);
+  return value != nullptr ? value->text() : std::string();
 }
 
 std::string ChildResult::endText() const {
@@ -231,10 +224,9 @@ ChildResult RunChild(const std::vector<std::string>& job, int timeLimit, std::si
   return result;
 }
 
-void Report(const nlohmann::ordered_json& message) {
+void Report(const Fact& message) {
   static std::mutex mutex;
-  const std::string line =
-      message.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n";
+  const std::string line = ToJsonLine(message) + "\n";
   const std::lock_guard<std::mutex> guard(mutex);
   std::size_t written = 0;
   while (written < line.size()) {

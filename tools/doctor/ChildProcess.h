@@ -1,8 +1,9 @@
 #pragma once
 
-#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
+
+#include "tools/doctor/Fact.h"
 
 namespace qv::doctor {
 
@@ -15,7 +16,7 @@ struct ChildResult {
   enum class End { Exited, Killed, TimedOut, Flooded };
 
   /// The last message with this key, or null.
-  const nlohmann::ordered_json* find(const char* key) const;
+  const Fact* find(const char* key) const;
   /// What the last message with this key holds there; empty, or false, when that is nothing or
   /// something else. Code of others shares the child's process and may send what it likes.
   std::string text(const char* key) const;
@@ -31,7 +32,7 @@ struct ChildResult {
   /// The time that it was given.
   int timeLimit = 0;
   /// What it reported, in order, whole messages only.
-  std::vector<nlohmann::ordered_json> messages;
+  std::vector<Fact> messages;
   /// What was printed, on either stream; a flood of it is cut.
   std::string output;
   bool isOutputCut = false;
@@ -40,7 +41,7 @@ struct ChildResult {
 };
 
 /// The text that message holds under key; empty when that is nothing or something else.
-std::string TextIn(const nlohmann::ordered_json& message, const char* key);
+std::string TextIn(const Fact& message, const char* key);
 
 /// So much of what a child prints is kept, where nothing else is asked for.
 inline constexpr std::size_t kMostOutput = 16384;
@@ -56,6 +57,6 @@ ChildResult RunChild(const std::vector<std::string>& job, int timeLimit,
 inline constexpr char kChildOption[] = "--child";
 
 /// In the child: sends a message to the doctor. Any thread may call.
-void Report(const nlohmann::ordered_json& message);
+void Report(const Fact& message);
 
 }  // namespace qv::doctor

@@ -7,28 +7,26 @@
 namespace qv::doctor {
 namespace {
 
-using nlohmann::ordered_json;
-
 constexpr char kReplace[] =
     "Put a trace engine there that is built for this library, or remove the file: the library "
     "runs without.";
 
 /// Whether message is what a child says of an engine.
-bool IsEngine(const ordered_json& message) {
-  const auto shows = message.find("shows_tag_names");
-  const auto directory = message.find("config_directory");
-  return shows != message.end() && shows->is_boolean() && directory != message.end() &&
-         directory->is_string();
+bool IsEngine(const Fact& message) {
+  const Fact* shows = message.find("shows_tag_names");
+  const Fact* directory = message.find("config_directory");
+  return shows != nullptr && shows->truth() != nullptr && directory != nullptr &&
+         std::holds_alternative<std::string>(directory->value());
 }
 
 void JudgePlaces(const ChildResult& child, Section& section) {
-  ordered_json places = ordered_json::array();
+  Fact places = Fact::list();
   std::string missing;
-  for (const ordered_json& message : child.messages) {
+  for (const Fact& message : child.messages) {
     const std::string place = TextIn(message, "place");
     const std::string result = TextIn(message, "result");
     if (place.empty() || result.empty()) continue;
-    places.push_back(message);
+    places.add(message);
     if (result == "missing") {
       missing += (missing.empty() ? "" : ", ") + Printable(place);
     } else if (result == "engine") {
@@ -62,8 +60,9 @@ EngineExamination::EngineExamination(const std::string& library, int timeLimit) 
     configDirectory = TextIn(*engine, "config_directory");
     section.facts["engine"] = *engine;
     section.ok("It has the tag files in " + Quoted(configDirectory) +
-               (engine->at("shows_tag_names").get<bool>() ? " and wants tag names in the records"
-                                                          : " and wants no tag names"));
+               (*engine->find("shows_tag_names") == Fact(true)
+                    ? " and wants tag names in the records"
+                    : " and wants no tag names"));
   }
   section.facts["found"] = isFound;
   if (!isFound) {

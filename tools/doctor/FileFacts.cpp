@@ -78,8 +78,8 @@ std::string FileFacts::accessText() const {
   return "mode " + modeText() + ", owner " + owner + ":" + group;
 }
 
-nlohmann::ordered_json FileFacts::json() const {
-  nlohmann::ordered_json facts{{"path", path}, {"exists", isThere()}};
+Fact FileFacts::json() const {
+  Fact facts{{"path", path}, {"exists", isThere()}};
   if (isHidden()) facts["hidden"] = std::strerror(error);
   if (isLink) facts["link_target"] = linkTarget;
   if (!isThere()) return facts;

@@ -3,8 +3,9 @@
 #include <sys/stat.h>
 
 #include <cerrno>
-#include <nlohmann/json.hpp>
 #include <string>
+
+#include "tools/doctor/Fact.h"
 
 namespace qv::doctor {
 
@@ -31,7 +32,7 @@ struct FileFacts {
   /// Mode and owner: "mode 0600, owner www-data:www-data".
   std::string accessText() const;
 
-  nlohmann::ordered_json json() const;
+  Fact json() const;
 
   std::string path;
   /// errno of looking through all links; 0 when that worked.

@@ -12,8 +12,6 @@
 namespace qv::doctor {
 namespace {
 
-using nlohmann::ordered_json;
-
 constexpr char kPutThere[] =
     "Put an adapter of the installation package there, or a genuine library of OpenSSL's 1.0 "
     "series, or a link to either.";
@@ -41,15 +39,15 @@ struct OpenedFile {
 };
 
 /// The real path of the file that message names under key; empty for none.
-std::string FileIn(const ordered_json& message, const char* key) {
+std::string FileIn(const Fact& message, const char* key) {
   const std::string file = TextIn(message, key);
   return file.empty() ? file : RealPath(file);
 }
 
 void ReadMessages(const ChildResult& child, OpenedFile& file) {
-  for (const ordered_json& message : child.messages) {
+  for (const Fact& message : child.messages) {
     if (TextIn(message, "file") == file.name) {
-      file.isOpen = message.contains("opened");
+      file.isOpen = message.find("opened") != nullptr;
       file.error = TextIn(message, "error");
     }
     if (TextIn(message, "release_of") == file.name) {
@@ -108,8 +106,8 @@ void JudgeRelease(const OpenedFile& crypto, const OpenedFile& ssl, Section& sect
   }
 }
 
-ordered_json Facts(const OpenedFile& file) {
-  ordered_json facts = file.facts.json();
+Fact FactsOf(const OpenedFile& file) {
+  Fact facts = file.facts.json();
   facts["opens"] = file.isOpen;
   if (!file.error.empty()) facts["error"] = file.error;
   if (!file.isOpen) return facts;
@@ -131,11 +129,11 @@ std::string List(const std::vector<std::string>& names) {
 class Functions {
  public:
   Functions(const ChildResult& child, std::string directory) : directory_(std::move(directory)) {
-    for (const ordered_json& message : child.messages) {
+    for (const Fact& message : child.messages) {
       const std::string name = TextIn(message, "function");
       const std::string library = TextIn(message, "looked_up_in");
       if (name.empty() || (library != kCryptoFile && library != kSslFile)) continue;
-      facts_.push_back(message);
+      facts_.add(message);
       const std::string file = FileIn(message, "found_in");
       lines_.push_back(name + ": " + (file.empty() ? "missing" : Printable(file)));
       if (file.empty()) {
@@ -181,7 +179,7 @@ class Functions {
   }
 
   std::string directory_;
-  ordered_json facts_ = ordered_json::array();
+  Fact facts_ = Fact::list();
   std::vector<std::string> lines_;
   std::map<std::string, std::size_t> found_;
   std::map<std::string, std::vector<std::string>> missing_;
@@ -213,7 +211,7 @@ Section ExamineOpenssl(const std::string& directory, int timeLimit) {
   JudgeFile(crypto, section);
   JudgeFile(ssl, section);
   JudgeRelease(crypto, ssl, section);
-  section.facts = {{"crypto", Facts(crypto)}, {"ssl", Facts(ssl)}};
+  section.facts = {{"crypto", FactsOf(crypto)}, {"ssl", FactsOf(ssl)}};
   Functions(child, directory)
       .judge({{crypto.name, crypto.isOpen}, {ssl.name, ssl.isOpen}}, section);
   JudgeEnd(child, section);

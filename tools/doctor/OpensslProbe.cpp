@@ -26,7 +26,7 @@ SharedLibrary Open(const WString& directory, const char* file) {
 }
 
 /// The file that address lies in; null for none.
-nlohmann::ordered_json FileOf(const void* address) {
+Fact FileOf(const void* address) {
   Dl_info module{};
   if (address == nullptr || ::dladdr(address, &module) == 0) return nullptr;
   return module.dli_fname;

@@ -23,7 +23,7 @@ PairExamination::PairExamination(const std::string& stem, Section& section)
       key_(stem + ".key"),
       certificate_(stem + ".cer") {}
 
-void PairExamination::run(nlohmann::ordered_json& files) {
+void PairExamination::run(Fact& files) {
   if (certificate_.isHidden() || key_.isHidden()) {
     const FileFacts& hidden = key_.isHidden() ? key_ : certificate_;
     section_.wrong(Short(hidden) + " is " + hidden.kindText(), kShowIt);
@@ -31,18 +31,18 @@ void PairExamination::run(nlohmann::ordered_json& files) {
   }
   judgeMissing();
   if (certificate_.isThere() || certificate_.isLink) {
-    nlohmann::ordered_json facts = certificate_.json();
+    Fact facts = certificate_.json();
     facts["role"] = "certificate";
     judgeWriters(certificate_);
     judgeCertificate(facts);
-    files.push_back(facts);
+    files.add(facts);
   }
   if (key_.isThere() || key_.isLink) {
-    nlohmann::ordered_json facts = key_.json();
+    Fact facts = key_.json();
     facts["role"] = "key";
     judgeWriters(key_);
     judgeKey(facts);
-    files.push_back(facts);
+    files.add(facts);
   }
 }
 
@@ -98,7 +98,7 @@ bool PairExamination::read(const FileFacts& file, std::string& text) {
   return true;
 }
 
-void PairExamination::judgeCertificate(nlohmann::ordered_json& facts) {
+void PairExamination::judgeCertificate(Fact& facts) {
   if (!read(certificate_, certificateText_)) return;
   const SystemOpenssl* const openssl = SystemOpenssl::get();
   if (openssl == nullptr) {
@@ -115,7 +115,7 @@ void PairExamination::judgeCertificate(nlohmann::ordered_json& facts) {
   }
 }
 
-void PairExamination::judgeKey(nlohmann::ordered_json& facts) {
+void PairExamination::judgeKey(Fact& facts) {
   judgeAccess(facts);
   if (!read(key_, keyText_)) return;
   const SystemOpenssl* const openssl = SystemOpenssl::get();
@@ -141,7 +141,7 @@ void PairExamination::judgeWriters(const FileFacts& file) {
   JudgeWriters(file, Short(file), store.uid, section_);
 }
 
-void PairExamination::judgeAccess(nlohmann::ordered_json& facts) {
+void PairExamination::judgeAccess(Fact& facts) {
   if (!key_.isRegular()) return;
   const bool others = IsReadableByOthers(key_);
   const bool group = IsReadableByGroup(key_);
@@ -160,7 +160,7 @@ void PairExamination::judgeAccess(nlohmann::ordered_json& facts) {
   }
 }
 
-void PairExamination::judgeMatch(nlohmann::ordered_json& facts) {
+void PairExamination::judgeMatch(Fact& facts) {
   if (certificateText_.empty()) return;
   const SystemOpenssl& openssl = *SystemOpenssl::get();
   const auto certificate = openssl.readCertificate(certificateText_);

@@ -14,14 +14,14 @@ class PairExamination {
   PairExamination(const std::string& stem, Section& section);
 
   /// Judges both and adds the facts of each file there is to files.
-  void run(nlohmann::ordered_json& files);
+  void run(Fact& files);
 
  private:
-  void judgeCertificate(nlohmann::ordered_json& facts);
-  void judgeKey(nlohmann::ordered_json& facts);
-  void judgeAccess(nlohmann::ordered_json& facts);
+  void judgeCertificate(Fact& facts);
+  void judgeKey(Fact& facts);
+  void judgeAccess(Fact& facts);
   void judgeWriters(const FileFacts& file);
-  void judgeMatch(nlohmann::ordered_json& facts);
+  void judgeMatch(Fact& facts);
   void judgeMissing();
   /// Reads a file that must hold PEM text; false, and a finding, when that is impossible.
   bool read(const FileFacts& file, std::string& text);

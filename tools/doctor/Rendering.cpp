@@ -2,12 +2,11 @@
 
 #include <algorithm>
 
+#include "tools/doctor/Json.h"
 #include "tools/doctor/Printable.h"
 
 namespace qv::doctor {
 namespace {
-
-using nlohmann::ordered_json;
 
 const char* LevelName(Level level) {
   switch (level) {
@@ -63,10 +62,10 @@ std::string Verdict(const Diagnosis& diagnosis) {
   return std::to_string(wrong) + " things are wrong." + known + "\n";
 }
 
-ordered_json Json(const Section& section) {
-  ordered_json findings = ordered_json::array();
+Fact FactsOf(const Section& section) {
+  Fact findings = Fact::list();
   for (const Finding& finding : section.findings) {
-    findings.push_back(
+    findings.add(
         {{"level", LevelName(finding.level)}, {"text", finding.text}, {"advice", finding.advice}});
   }
   return {{"name", section.name},
@@ -101,15 +100,15 @@ std::string RenderPage(const Diagnosis& diagnosis, bool isVerbose) {
 }
 
 std::string RenderJson(const Diagnosis& diagnosis) {
-  ordered_json sections = ordered_json::array();
+  Fact sections = Fact::list();
   for (const Section& section : diagnosis.sections)
-    sections.push_back(Json(section));
-  const ordered_json whole{{"library", diagnosis.library},
-                           {"healthy", diagnosis.isHealthy()},
-                           {"wrong", diagnosis.count(Level::Wrong)},
-                           {"notes", diagnosis.count(Level::Note)},
-                           {"sections", sections}};
-  return whole.dump(2, ' ', false, ordered_json::error_handler_t::replace) + "\n";
+    sections.add(FactsOf(section));
+  const Fact whole{{"library", diagnosis.library},
+                   {"healthy", diagnosis.isHealthy()},
+                   {"wrong", diagnosis.count(Level::Wrong)},
+                   {"notes", diagnosis.count(Level::Note)},
+                   {"sections", sections}};
+  return ToJsonPage(whole) + "\n";
 }
 
 }  // namespace qv::doctor

@@ -1,10 +1,11 @@
 #pragma once
 
 #include <cstdint>
-#include <nlohmann/json.hpp>
 #include <string>
 #include <utility>
 #include <vector>
+
+#include "tools/doctor/Fact.h"
 
 namespace qv::doctor {
 
@@ -38,7 +39,7 @@ struct Section {
   std::string name;
   std::string title;
   std::vector<Finding> findings;
-  nlohmann::ordered_json facts = nlohmann::ordered_json::object();
+  Fact facts = Fact::names();
   std::vector<Listing> listings;
 
   void ok(std::string text) { findings.push_back({Level::Ok, std::move(text), {}}); }

@@ -59,7 +59,7 @@ std::string InDirectory(const std::string& directory, const std::string& name) {
 }
 
 /// A file that the library has no use for.
-void AddOther(const std::string& path, Section& section, nlohmann::ordered_json& files) {
+void AddOther(const std::string& path, Section& section, Fact& files) {
   const FileFacts file(path);
   section.note(Quoted(path) + " is none of the library's files: " + file.kindText() +
                (file.isThere() ? ", " + file.accessText() : std::string()));
@@ -68,9 +68,9 @@ void AddOther(const std::string& path, Section& section, nlohmann::ordered_json&
     section.wrong(Quoted(path) + " holds a private key that everybody on this machine can read",
                   "Remove the file. The key may have been copied: get a new pair.");
   }
-  nlohmann::ordered_json facts = file.json();
+  Fact facts = file.json();
   facts["role"] = "other";
-  files.push_back(facts);
+  files.add(facts);
 }
 
 /// Init is to make something in directory.
@@ -82,7 +82,7 @@ void JudgeMaking(const std::string& directory, Section& section) {
                 "directory to it.");
 }
 
-void ExaminePairs(const std::string& directory, Section& section, nlohmann::ordered_json& files) {
+void ExaminePairs(const std::string& directory, Section& section, Fact& files) {
   std::set<std::string> names;
   if (!List(directory, section, names)) return;
   std::set<std::string> stems{"server_0"};
@@ -98,7 +98,7 @@ void ExaminePairs(const std::string& directory, Section& section, nlohmann::orde
     PairExamination(InDirectory(directory, stem), section).run(files);
 }
 
-void ExamineOthers(const std::string& directory, Section& section, nlohmann::ordered_json& files) {
+void ExamineOthers(const std::string& directory, Section& section, Fact& files) {
   std::set<std::string> names;
   if (!List(directory, section, names)) return;
   for (const std::string& name : names)
@@ -108,13 +108,13 @@ void ExamineOthers(const std::string& directory, Section& section, nlohmann::ord
 void ExamineContents(const std::string& store, Section& section) {
   std::set<std::string> names;
   if (!List(store, section, names)) return;
-  nlohmann::ordered_json files = nlohmann::ordered_json::array();
-  nlohmann::ordered_json directories = nlohmann::ordered_json::array();
-  directories.push_back(FileFacts(store).json());
+  Fact files = Fact::list();
+  Fact directories = Fact::list();
+  directories.add(FileFacts(store).json());
   const uid_t owner = FileFacts(store).uid;
   for (const char* name : {kPairs, "open_csrs", "temp"}) {
     const FileFacts directory(store + "/" + name);
-    directories.push_back(directory.json());
+    directories.add(directory.json());
     names.erase(name);
     if (directory.isMissing()) {
       section.note(Quoted(directory.path) + " is missing: the first Init makes it");

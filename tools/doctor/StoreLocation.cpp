@@ -12,8 +12,7 @@ std::string LocateStore(Section& section) {
   std::string store = kit::String(kit::osdep::GetCertStoreDir()).c_str();
   section.facts["path"] = store;
   const char* value = std::getenv("QVPUBAPPDATADIR");
-  section.facts["QVPUBAPPDATADIR"] =
-      value == nullptr ? nlohmann::ordered_json() : nlohmann::ordered_json(value);
+  section.facts["QVPUBAPPDATADIR"] = value == nullptr ? Fact() : Fact(value);
   if (value == nullptr) {
     section.ok("It is " + Quoted(store) + "; QVPUBAPPDATADIR is not set");
     return store;

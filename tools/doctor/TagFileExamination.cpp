@@ -45,10 +45,10 @@ std::map<int, Tag> ReadTable(const std::string& printed) {
 }
 
 void JudgeTable(const std::map<int, Tag>& table, Section& section) {
-  nlohmann::ordered_json tags = nlohmann::ordered_json::array();
+  Fact tags = Fact::list();
   Listing listing{"Tags as the library reads them", {}};
   for (const auto& [id, tag] : table) {
-    tags.push_back({{"id", id}, {"name", tag.name}, {"on", tag.isOn}});
+    tags.add({{"id", id}, {"name", tag.name}, {"on", tag.isOn}});
     listing.lines.push_back(std::to_string(id) + (tag.isOn ? "  on   " : "  off  ") +
                             (tag.name.empty() ? "(no name)" : Printable(tag.name)));
   }

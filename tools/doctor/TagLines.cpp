@@ -122,7 +122,7 @@ class Judge {
     }
   }
 
-  void ignore(const char* reason) { ignored_.push_back({{"line", number_}, {"reason", reason}}); }
+  void ignore(const char* reason) { ignored_.add({{"line", number_}, {"reason", reason}}); }
   /// text, cut where it is long; instead where it is not to be shown.
   std::string shown(const std::string& text, const char* instead) const {
     if (!mayQuote_) return instead;
@@ -148,7 +148,7 @@ class Judge {
   int number_ = 0;
   /// The line that defined each tag last.
   std::map<int, int> definedBy_;
-  nlohmann::ordered_json ignored_ = nlohmann::ordered_json::array();
+  Fact ignored_ = Fact::list();
 };
 
 }  // namespace

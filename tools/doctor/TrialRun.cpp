@@ -20,8 +20,6 @@ namespace qv::doctor {
 namespace {
 
 namespace fs = std::filesystem;
-using nlohmann::ordered_json;
-
 /// A directory of our own with a tag file that has every tag on; it goes with the object.
 class TagDirectory {
  public:
@@ -69,15 +67,15 @@ bool IsOfLockCallback(const std::string& record) {
 }
 
 void ShowTrace(const ChildResult& child, Section& section) {
-  ordered_json trace = ordered_json::array();
+  Fact trace = Fact::list();
   Listing all{"Trace", {}, Shown::Verbosely};
   Listing brief{"Trace", {}};
   std::size_t locks = 0;
   std::size_t errors = 0;
-  for (const ordered_json& message : child.messages) {
+  for (const Fact& message : child.messages) {
     const std::string record = TextIn(message, "record");
     if (record.empty()) continue;
-    trace.push_back(message);
+    trace.add(message);
     const std::string line = Printable(TextIn(message, "time") + " " + record);
     all.lines.push_back(line);
     if (IsOfLockCallback(record)) {
@@ -120,15 +118,15 @@ void JudgeEngine(const ChildResult& child, Section& section) {
 
 void JudgeInit(const ChildResult& child, Section& section) {
   const auto* init = child.find("init");
-  if (init != nullptr && !init->is_boolean()) init = nullptr;
-  section.facts["init"] = init == nullptr ? ordered_json() : *init;
+  if (init != nullptr && init->truth() == nullptr) init = nullptr;
+  section.facts["init"] = init == nullptr ? Fact() : *init;
   section.facts["uninit"] = child.isTrue("uninit");
   const std::string failure = child.text("failure");
   if (!failure.empty()) {
     section.wrong("The trial was broken off: " + Printable(failure),
                   "See what was found about the library.");
   }
-  if (init != nullptr && !init->get<bool>()) {
+  if (init != nullptr && !*init->truth()) {
     section.wrong("Init gave null: OpenSSL is not ready for a server",
                   "See what was found about OpenSSL, and the errors in the trace.");
   } else if (init != nullptr) {
@@ -145,9 +143,10 @@ void JudgeInit(const ChildResult& child, Section& section) {
 std::set<std::string> FilesOf(const Section& store) {
   std::set<std::string> files;
   for (const char* kind : {"directories", "files"}) {
-    if (!store.facts.contains(kind)) continue;
-    for (const ordered_json& file : store.facts[kind]) {
-      if (file["exists"].get<bool>()) files.insert(file["path"]);
+    const Fact* entries = store.facts.find(kind);
+    if (entries == nullptr) continue;
+    for (const Fact& file : entries->items()) {
+      if (*file.find("exists") == Fact(true)) files.insert(file.find("path")->text());
     }
   }
   return files;
@@ -155,17 +154,16 @@ std::set<std::string> FilesOf(const Section& store) {
 
 void JudgeStore(const Section& before, const Section& after, const ChildResult& child,
                 Section& section) {
-  ordered_json made = ordered_json::array();
+  Fact made = Fact::list();
   const std::set<std::string> earlier = FilesOf(before);
   std::string list;
   for (const std::string& file : FilesOf(after)) {
     if (earlier.count(file) != 0) continue;
-    made.push_back(file);
+    made.add(file);
     list += (list.empty() ? "" : ", ") + Quoted(file);
   }
   section.facts["made"] = made;
-  const std::string certificate =
-      after.facts["path"].get<std::string>() + "/server_certs/server_0.cer";
+  const std::string certificate = after.facts.find("path")->text() + "/server_certs/server_0.cer";
   if (child.isTrue("init") && !FileFacts(certificate).isThere()) {
     section.wrong("Init leaves this user no default certificate to use at " + Quoted(certificate),
                   "See what was found about the store, and the trace.");

@@ -1,0 +1,60 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <initializer_list>
+#include <string>
+#include <type_traits>
+#include <utility>
+#include <variant>
+#include <vector>
+
+namespace qv::doctor {
+
+/// What is told to machines: nothing, a truth value, a number, a text, a list, or named facts in
+/// the order in which they were added. Json.h has them as text; only there is a whole JSON library
+/// compiled, which takes longer than the rest of the doctor.
+class Fact {
+ public:
+  using List = std::vector<Fact>;
+  using Names = std::vector<std::pair<std::string, Fact>>;
+  using Value = std::variant<std::nullptr_t, bool, std::int64_t, double, std::string, List, Names>;
+
+  Fact() = default;
+  Fact(std::nullptr_t) {}
+  Fact(bool value) : value_(value) {}
+  template <typename Integer, typename = std::enable_if_t<std::is_integral_v<Integer>>>
+  Fact(Integer value) : value_(static_cast<std::int64_t>(value)) {}
+  Fact(double value) : value_(value) {}
+  Fact(const char* text) : value_(std::string(text)) {}
+  Fact(std::string text) : value_(std::move(text)) {}
+  Fact(List list) : value_(std::move(list)) {}
+  Fact(std::initializer_list<Names::value_type> names) : value_(Names(names)) {}
+
+  static Fact list() { return List(); }
+  static Fact names();
+
+  const Value& value() const { return value_; }
+
+  /// The fact of that name, added where there is none. Anything else than named facts becomes
+  /// those.
+  Fact& operator[](const std::string& name);
+  /// Null where there is none of that name.
+  const Fact* find(const std::string& name) const;
+  /// Null where it is none.
+  const bool* truth() const { return std::get_if<bool>(&value_); }
+  /// The text; empty where it is none.
+  const std::string& text() const;
+  /// Empty where it is no list.
+  const List& items() const;
+  /// Adds to a list; anything else becomes one.
+  void add(Fact item);
+
+  friend bool operator==(const Fact& a, const Fact& b) { return a.value_ == b.value_; }
+  friend bool operator!=(const Fact& a, const Fact& b) { return !(a == b); }
+
+ private:
+  Value value_;
+};
+
+}  // namespace qv::doctor
