@@ -11,6 +11,8 @@ namespace qvsslinit {
 void FailWithCurrentException(qv::kit::StatusChain& status, const char* functionName) noexcept {
   qv::kit::SetStatusFromCurrentException(status);
   try {
+    // Callers are handlers, so there is one.
+    // cppcheck-suppress rethrowNoCurrentException
     throw;
   } catch (const std::exception& exception) {
     XTraceError(g_pGLogger, functionName, "Exception: '%s'", exception.what());

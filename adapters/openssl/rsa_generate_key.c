@@ -7,6 +7,7 @@
 
 typedef void (*ProgressCallback)(int phase, int step, void* argument);
 
+// NOLINTNEXTLINE(readability-redundant-declaration): an OpenSSL without it does not declare it.
 QV_ADAPTER_EXPORT RSA* RSA_generate_key(int bits, unsigned long exponent, ProgressCallback callback,
                                         void* argument);
 

@@ -18,6 +18,7 @@ std::locale NamedLocale(const char* name) {
 
 // Makes the default locale when the library is loaded. Whoever asks earlier, from another static
 // initializer, makes it then.
+// NOLINTNEXTLINE(cert-err58-cpp): the classic locale is copied without an exception.
 [[maybe_unused]] const std::locale& g_defaultSystemLocale = GetDefaultSystemLocaleHelper();
 
 }  // namespace

@@ -22,6 +22,7 @@ class Matches {
   Matches& operator=(const Matches&) = delete;
   ~Matches() { ::globfree(&found_); }
 
+  // NOLINTNEXTLINE(concurrency-mt-unsafe): what it shares between threads are the homes of users.
   int search(const char* pattern) { return ::glob(pattern, 0, nullptr, &found_); }
   std::size_t count() const { return found_.gl_pathc; }
   const char* operator[](std::size_t index) const { return found_.gl_pathv[index]; }
