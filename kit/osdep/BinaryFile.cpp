@@ -57,10 +57,9 @@ int OpenDescriptor(const WString& path, BinaryFile::Mode mode, std::int32_t& des
   try {
     const String name = ToSystemPath(path);
     const int flags = OpenFlags(mode);
-    const bool creates = Includes(mode, BinaryFile::Mode::Create);
-    descriptor = RepeatWhileInterrupted([&] {
-      return creates ? ::open(name.c_str(), flags, S_IRUSR | S_IWUSR) : ::open(name.c_str(), flags);
-    });
+    // The permissions are those of a file that is made, and mean nothing for any other.
+    descriptor =
+        RepeatWhileInterrupted([&] { return ::open(name.c_str(), flags, S_IRUSR | S_IWUSR); });
     return descriptor == -1 ? errno : 0;
   } catch (const std::bad_alloc&) {
     return ENOMEM;
