@@ -51,10 +51,12 @@ class SetUserId(unittest.TestCase):
                               env={"LC_ALL": "C", "QVPUBAPPDATADIR": str(self.data)})
 
     def test_program_does_not_take_the_callers_word_for_where_keys_are(self):
+        if pathlib.Path("/var/lib/kestrix").exists():
+            raise unittest.SkipTest("this machine has a store of its own, which is no test's")
         lend(self.host)
         done = self.run_host()
-        # It ran as far as Init, which found the system's own directory, or found that it has none.
-        self.assertRegex(done.stdout + done.stderr, "OpenSSL is (not )?ready")
+        # Init looked for a store: whether it found, or could make, the system's own never fails it.
+        self.assertIn("OpenSSL is ready", done.stdout, done.stderr)
         self.assertEqual(list(self.data.iterdir()), [])
 
     def test_program_without_such_rights_does(self):

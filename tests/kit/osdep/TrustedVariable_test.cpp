@@ -56,6 +56,12 @@ TEST_F(TrustedVariableTest, IsNullWhereTheVariableIsNotSet) {
   EXPECT_EQ(TrustedVariable("TMPDIR"), nullptr);
 }
 
+TEST_F(TrustedVariableTest, IsTheVariableOfAProgramThatGotCapabilitiesFromItsFile) {
+  g_lentId = AT_SECURE;
+  EXPECT_STREQ(TrustedVariable("TMPDIR"), "/srv/tmp");
+  EXPECT_EQ(GetCommonAppDataDirectory(), L"/srv/data");
+}
+
 TEST_F(TrustedVariableTest, IsNothingWithTheRightsOfAnotherUser) {
   g_lentId = AT_EUID;
   expectEnvironmentIgnored();
