@@ -9,28 +9,17 @@
 namespace qv::kit::osdep {
 namespace {
 
-wchar_t MapDigit(std::uint64_t digit, std::uint32_t base) {
-  constexpr wchar_t kDigits[] = L"0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ";
-  if (base < 2 || base > 36 || digit >= base) {
-    QV_THROW(exception::UnableToConvert());
-  }
-  return kDigits[digit];
-}
+constexpr wchar_t kDigits[] = L"0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ";
 
 template <typename UnsignedT>
 WString UnsignedToString(UnsignedT value, std::uint32_t base) {
-  if (base == 0) {
-    QV_THROW(exception::UnableToConvert());
-  }
+  if (base < 2 || base > 36) QV_THROW(exception::UnableToConvert());
   // One digit a bit and the terminator: what base 2 needs.
   wchar_t buffer[std::numeric_limits<UnsignedT>::digits + 1] = {};
   wchar_t* digit = buffer + std::numeric_limits<UnsignedT>::digits;
   std::uint64_t rest = value;
   do {
-    if (digit == buffer) {
-      QV_THROW(exception::UnableToConvert());
-    }
-    *--digit = MapDigit(rest % base, base);
+    *--digit = kDigits[rest % base];
     rest /= base;
   } while (rest != 0);
   return digit;

@@ -23,6 +23,9 @@ SITE_ENGINE = pathlib.Path(sys.argv.pop(1)).resolve()
 COMPILER = sys.argv.pop(1)
 SOURCES = pathlib.Path(sys.argv.pop(1)).resolve()
 
+# What the installations here are made with, whoever runs the tests.
+os.umask(0o022)
+
 # A user without privileges, whatever his name is.
 NOBODY = 65534
 CRYPTO = "libeay32.dylib"

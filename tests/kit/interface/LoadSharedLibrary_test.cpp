@@ -227,6 +227,10 @@ TEST_F(LoadSharedLibraryTest, SurvivesAnEngineThatThrowsWhenItIsReleased) {
                                            "forgotten", "unloaded"));
 }
 
+TEST(InterfaceCast, OfNothingGivesNothing) {
+  EXPECT_EQ(kit::InterfaceCast<ITraceEngine>(nullptr), nullptr);
+}
+
 TEST(GetInterfaceFuncNoThrow, ResetsTheStatus) {
   StatusChain status;
   status.clear();

@@ -9,6 +9,7 @@
 
 #include "kit/exception/InvalidOperation.h"
 #include "kit/exception/PosixError.h"
+#include "kit/osdep/NeedsDecoration.h"
 #include "tests/doubles/ObjectLayout.h"
 #include "tests/doubles/Plugins.h"
 #include "tests/doubles/TemporaryDirectory.h"
@@ -19,6 +20,7 @@ namespace {
 using qv::kit::String;
 using qv::kit::WString;
 using qv::kit::exception::InvalidOperation;
+using qv::kit::osdep::NeedsDecoration;
 using qv::kit::osdep::PosixError;
 using qv::kit::osdep::SharedLibrary;
 using qv::tests::CallForInt;
@@ -60,6 +62,13 @@ TEST(SharedLibrary, BuiltWithAnEmptyNameStaysUnloadedAndFindsNoFunction) {
     EXPECT_EQ(library.getFunctionPointer("qv_plugin_answer", true), nullptr);
     EXPECT_EQ(library.getFunctionPointer(L"qv_plugin_answer", true), nullptr);
   }
+}
+
+TEST(NeedsDecoration, IsTrueWhereTheLastComponentHasNoDot) {
+  EXPECT_TRUE(NeedsDecoration(L"foo"));
+  EXPECT_TRUE(NeedsDecoration(L"a.b/foo"));
+  EXPECT_FALSE(NeedsDecoration(L"foo.dylib"));
+  EXPECT_FALSE(NeedsDecoration(WString()));
 }
 
 TEST_F(SharedLibraryTest, LoadsAFileByItsFullName) {
