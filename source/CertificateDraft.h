@@ -1,12 +1,17 @@
 #pragma once
 
+#include <sys/stat.h>
+
+#include <optional>
+
 #include "kit/StringBase.h"
 
 namespace qvsslinit {
 
 /// The certificate file while it is being written. Until it is whole it has a second name, which
 /// tells what a process leaves that is killed meanwhile from a file that somebody put there. A file
-/// that is not whole in the end is removed again, unless it was there before.
+/// that is not whole in the end is removed again, unless it was there before or somebody has put
+/// another in its place.
 ///
 /// Where there can be no second name, such as on file systems without hard links, all that is lost
 /// is that a later process could tell. Reports nothing: whatever fails here leaves the certificate
@@ -20,24 +25,28 @@ class CertificateDraft {
                              const qv::kit::String& secondName) noexcept;
 
   /// Where nothing is reached by the name, makes file, empty, with the permissions that the process
-  /// gives new files, and under both names. They must outlive the draft.
+  /// gives new files, and under both names where that can be. They must outlive the draft.
   CertificateDraft(const qv::kit::String& file, const qv::kit::String& secondName) noexcept;
   CertificateDraft(const CertificateDraft&) = delete;
   CertificateDraft& operator=(const CertificateDraft&) = delete;
 
-  /// Takes the second name away, and the file before it unless finish() was successful.
+  /// Takes the second name away, and the file before it unless finish() was successful. Removes
+  /// nothing but what the constructor made.
   ~CertificateDraft();
 
-  /// Whether the file, which must be closed, is whole and is going to stay.
+  /// Whether the file, which must be closed, is going to stay: it is whole, or cannot be judged, or
+  /// is somebody else's by now.
   bool finish() noexcept;
 
  private:
-  bool giveSecondName() const noexcept;
+  void makeUnderBothNames() noexcept;
+  void makeUnderOneName() noexcept;
+  bool wasReplaced() const noexcept;
 
   const qv::kit::String& file_;
   const qv::kit::String& secondName_;
-  bool isOurs_;
-  bool hasSecondName_;
+  std::optional<struct stat> made_;
+  bool hasSecondName_ = false;
   bool isWhole_ = false;
 };
 

@@ -68,10 +68,11 @@ String DraftFile() {
   return path::Join(path::Join(store, "temp"), "server_0.cer");
 }
 
-/// Opens file for reading; -1, with errno set, when that fails.
+/// Opens file for reading, without waiting for anybody to write to it if it is a pipe; -1, with
+/// errno set, when that fails.
 int OpenForReading(const String& file) noexcept {
   return qv::kit::osdep::RepeatWhileInterrupted(
-      [&] { return ::open(file.c_str(), O_RDONLY | O_CLOEXEC); });
+      [&] { return ::open(file.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC); });
 }
 
 /// Whether it was for want of something in this process or system, and not because of the file,
@@ -411,7 +412,7 @@ void DefaultCertCreator::saveKeyToFile(EVP_PKEY* key, StatusChain& status) {
   const bool written = writeKey(bio.get(), key);
   if (!written) failToWriteKey(status);
   bio.reset();
-  if (written && !IsWholePemFile(file, kPemRsaKey)) failToWriteKey(status);
+  if (written && IsPemFileLost(file, kPemRsaKey)) failToWriteKey(status);
 }
 
 void DefaultCertCreator::failToWriteKey(StatusChain& status) {

@@ -1,6 +1,7 @@
 #include "source/PemFile.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -25,16 +26,19 @@ class File {
   // Nobody reads bytes_ beyond length_.
   // cppcheck-suppress uninitMemberVar
   explicit File(const String& name) noexcept
-      : descriptor_(
-            RepeatWhileInterrupted([&] { return ::open(name.c_str(), O_RDONLY | O_CLOEXEC); })) {}
+      : descriptor_(RepeatWhileInterrupted(
+            [&] { return ::open(name.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC); })) {}
   File(const File&) = delete;
   File& operator=(const File&) = delete;
   ~File() {
     if (descriptor_ != -1) ::close(descriptor_);
   }
 
-  /// Reads all there is, or as much as there is room for; false when that fails.
+  /// Reads all there is, or as much as there is room for; false when that fails, or where there is
+  /// something else than a file: to read from a pipe would wait, and take from others.
   bool read() noexcept {
+    struct stat entry {};
+    if (::fstat(descriptor_, &entry) != 0 || !S_ISREG(entry.st_mode)) return false;
     while (length_ < kMostBytes) {
       const ssize_t count = RepeatWhileInterrupted(
           [this] { return ::read(descriptor_, bytes_ + length_, kMostBytes - length_); });
@@ -61,13 +65,14 @@ class File {
 
 }  // namespace
 
-bool IsWholePemFile(const String& file, const PemKind& kind) noexcept {
+bool IsPemFileLost(const String& file, const PemKind& kind) noexcept {
   File opened(file);
-  if (!opened.read() || opened.isTooLong()) return false;
+  if (!opened.read()) return false;
   const std::string_view text = opened.text();
   const std::string_view last = kind.lastLine;
-  return text.size() >= last.size() && text.substr(text.size() - last.size()) == last &&
-         opened.hasReachedDisk();
+  const bool endsAsItShould = !opened.isTooLong() && text.size() >= last.size() &&
+                              text.substr(text.size() - last.size()) == last;
+  return !endsAsItShould || !opened.hasReachedDisk();
 }
 
 std::optional<bool> IsCutPemFile(const String& file, const PemKind& kind) noexcept {

@@ -22,6 +22,11 @@ class CertificateDraftTest : public testing::Test {
   CertificateDraftTest() { directory_.makeDirectory("temp"); }
 
   void write(const std::string& contents) const { directory_.write("certificate", contents); }
+  /// What an administrator does who moves a file of their own there.
+  void replace(const std::string& contents) const {
+    directory_.write("own", contents);
+    std::filesystem::rename(directory_.path("own"), file_.c_str());
+  }
   std::string read() const { return directory_.read("certificate"); }
   bool exists() const { return directory_.has("certificate"); }
   bool hasSecondName() const { return directory_.has("temp/second"); }
@@ -90,6 +95,61 @@ TEST_F(CertificateDraftTest, LeavesAFileThatWasThereBefore) {
   EXPECT_EQ(read(), "somebody else's");
 }
 
+TEST_F(CertificateDraftTest, LeavesAFileThatSomebodyPutsInItsPlace) {
+  for (const std::string& other :
+       {kWhole, kWhole + "and more", std::string("\x30\x82, in another form"), kBegin}) {
+    {
+      CertificateDraft draft(file_, secondName_);
+      replace(other);
+      EXPECT_TRUE(draft.finish());
+    }
+    EXPECT_EQ(read(), other);
+    EXPECT_FALSE(hasSecondName());
+    std::filesystem::remove(file_.c_str());
+  }
+}
+
+TEST_F(CertificateDraftTest, LeavesAFileThatSomebodyPutsInItsPlaceWhenItWasNotFinished) {
+  {
+    const CertificateDraft draft(file_, secondName_);
+    replace("somebody else's");
+  }
+  EXPECT_EQ(read(), "somebody else's");
+  EXPECT_FALSE(hasSecondName());
+}
+
+TEST_F(CertificateDraftTest, WithoutASecondNameLeavesAFileThatSomebodyPutsInItsPlace) {
+  std::filesystem::remove(directory_.path("temp"));
+  {
+    const CertificateDraft draft(file_, secondName_);
+    replace("somebody else's");
+  }
+  EXPECT_EQ(read(), "somebody else's");
+}
+
+TEST_F(CertificateDraftTest, LeavesWhatSomebodyPutsInPlaceOfItsSecondName) {
+  {
+    CertificateDraft draft(file_, secondName_);
+    write(kWhole);
+    directory_.write("other", "somebody else's");
+    std::filesystem::rename(directory_.path("other"), secondName_.c_str());
+    EXPECT_TRUE(draft.finish());
+  }
+  EXPECT_EQ(directory_.read("temp/second"), "somebody else's");
+}
+
+TEST_F(CertificateDraftTest, IsNotMadeWhereItCouldNotBeOpenedAgain) {
+  for (const std::string name : {"certificate", "elsewhere"}) {
+    if (name == "elsewhere") directory_.makeLink("elsewhere", "certificate");
+    const mode_t former = ::umask(0200);
+    const CertificateDraft draft(file_, secondName_);
+    ::umask(former);
+    EXPECT_FALSE(directory_.has(name));
+    EXPECT_FALSE(hasSecondName());
+  }
+  EXPECT_TRUE(std::filesystem::is_symlink(file_.c_str()));
+}
+
 TEST_F(CertificateDraftTest, GoesToTheEndOfALinkAndLeavesTheLink) {
   directory_.makeLink("elsewhere", "certificate");
   {
@@ -107,7 +167,7 @@ TEST_F(CertificateDraftTest, DoesWithoutASecondNameWhereThereCanBeNone) {
   std::filesystem::remove(directory_.path("temp"));
   {
     CertificateDraft draft(file_, secondName_);
-    EXPECT_FALSE(exists());
+    EXPECT_EQ(read(), "");
     write(kBegin);
   }
   EXPECT_FALSE(exists());
@@ -162,6 +222,16 @@ TEST_F(CertificateDraftTest, LeftWithoutItsFileIsRemovedAlone) {
   EXPECT_FALSE(removeLeftover());
   EXPECT_EQ(read(), "somebody else's");
   EXPECT_FALSE(hasSecondName());
+}
+
+TEST_F(CertificateDraftTest, LeftWithAnotherCutOrEmptyFileInItsPlaceIsRemovedAlone) {
+  for (const std::string& other : {std::string(), kBegin}) {
+    directory_.write("temp/second", kBegin);
+    write(other);
+    EXPECT_FALSE(removeLeftover());
+    EXPECT_EQ(read(), other);
+    EXPECT_FALSE(hasSecondName());
+  }
 }
 
 TEST_F(CertificateDraftTest, WithoutASecondNameIsNoLeftover) {

@@ -2,13 +2,19 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
+#include <cerrno>
 #include <cstdlib>
 #include <filesystem>
 #include <string>
 
 #include "source/client/ModuleLogger.h"
 #include "source/client/MyTraceLogger.h"
+#include "tests/doubles/DeniedSystemCall.h"
+#include "tests/doubles/InChild.h"
 #include "tests/doubles/NoDescriptors.h"
 #include "tests/doubles/TemporaryDirectory.h"
 #include "tests/doubles/TraceRecords.h"
@@ -212,6 +218,36 @@ TEST_F(DefaultCertCreatorTest, ACertificateIsNotTakenForMissingForWantOfDescript
   EXPECT_TRUE(creator.defaultCertificateExists());
   std::filesystem::remove(certificate);
   EXPECT_FALSE(creator.defaultCertificateExists());
+}
+
+TEST_F(DefaultCertCreatorTest, ACertificateIsTakenForMissingForNoShortageOfTheSystem) {
+  const auto existsWhenOpenFailsWith = [this](int error) {
+    return InChild([&] {
+      DenySystemCall(SYS_openat, static_cast<unsigned>(error));
+      return creator_->defaultCertificateExists() ? 1 : 0;
+    });
+  };
+  for (const int error : {EMFILE, ENFILE, ENOMEM}) {
+    EXPECT_EQ(existsWhenOpenFailsWith(error), 1) << error;
+  }
+  EXPECT_EQ(existsWhenOpenFailsWith(EACCES), 0);
+}
+
+TEST_F(DefaultCertCreatorTest, ACertificateThatIsAPipeIsThereAndNotWaitedFor) {
+  const std::string certificate = directory_.path("certstore/server_certs/server_0.cer");
+  std::filesystem::remove(certificate);
+  ASSERT_EQ(::mkfifo(certificate.c_str(), 0600), 0);
+  EXPECT_EQ(InChild([this] {
+              ::alarm(10);
+              return creator_->defaultCertificateExists() ? 1 : 0;
+            }),
+            1);
+}
+
+TEST_F(DefaultCertCreatorTest, AKeyMayGoToADevice) {
+  directory_.makeLink("/dev/null", "certstore/server_certs/server_0.key");
+  EXPECT_EQ(create(L"US", L"", 1, 0).code, 0);
+  EXPECT_THAT(records_.under("ERROR"), IsEmpty());
 }
 
 TEST_F(DefaultCertCreatorTest, WhatAKilledProcessLeftIsRemovedAndReplaced) {
