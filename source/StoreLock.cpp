@@ -36,12 +36,13 @@ bool Lock(int descriptor, milliseconds patience) noexcept {
 StoreLock::StoreLock(const qv::kit::String& directory, milliseconds patience) noexcept
     : descriptor_(RepeatWhileInterrupted(
           [&] { return ::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); })),
-      isHeld_(descriptor_ != -1 && Lock(descriptor_, patience)) {}
+      isHeld_(descriptor_ != -1 && Lock(descriptor_, patience)),
+      owner_(::getpid()) {}
 
 StoreLock::~StoreLock() {
   if (descriptor_ == -1) return;
   // To close it is not enough: a child that another thread forked meanwhile has it open as well.
-  ::flock(descriptor_, LOCK_UN);
+  if (::getpid() == owner_) ::flock(descriptor_, LOCK_UN);
   ::close(descriptor_);
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <sys/types.h>
+
 #include <chrono>
 
 #include "kit/StringBase.h"
@@ -9,9 +11,10 @@ namespace qvsslinit {
 /// Keeps out the other processes that look after the same store: of two that make a pair at once,
 /// the key of one and the certificate of the other might stay.
 ///
-/// It is the directory itself that is locked, which leaves nothing on the disk; and the system
-/// takes the lock back from a process that ends, however it ends. One that holds it and is stopped
-/// keeps the others for their patience and no longer.
+/// It is the directory itself that is locked, which leaves nothing on the disk. When the process
+/// that took the lock ends, however it ends, the system takes the lock back, unless a child that it
+/// forked meanwhile and that has executed no other program is still there: that one keeps it until
+/// it ends too. One that holds it and is stopped keeps the others for their patience and no longer.
 class StoreLock {
  public:
   /// A pair takes a fraction of a second to make; machines may be slow and busy.
@@ -24,6 +27,8 @@ class StoreLock {
                      std::chrono::milliseconds patience = kPatience) noexcept;
   StoreLock(const StoreLock&) = delete;
   StoreLock& operator=(const StoreLock&) = delete;
+
+  /// Gives the lock back, but not in a child that was forked meanwhile: it is its parent's.
   ~StoreLock();
 
   bool isHeld() const noexcept { return isHeld_; }
@@ -31,6 +36,7 @@ class StoreLock {
  private:
   int descriptor_;
   bool isHeld_;
+  pid_t owner_;
 };
 
 }  // namespace qvsslinit

@@ -1,11 +1,13 @@
 #include "source/StoreLock.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <chrono>
 #include <csignal>
 #include <filesystem>
+#include <memory>
 
 #include "tests/doubles/InChild.h"
 #include "tests/doubles/TemporaryDirectory.h"
@@ -66,6 +68,24 @@ TEST_F(StoreLockTest, IsLeftThoughAChildHasTheDirectoryOpen) {
   EXPECT_TRUE(canBeHad());
   ::close(ends[0]);
   ::close(ends[1]);
+}
+
+TEST_F(StoreLockTest, StaysWithItsProcessWhenAChildThatWasForkedMeanwhileLeavesItsScope) {
+  auto lock = std::make_unique<StoreLock>(directory_);
+  qv::tests::InChild([&] {
+    lock.reset();
+    return 0;
+  });
+  EXPECT_FALSE(canBeHad());
+  lock.reset();
+  EXPECT_TRUE(canBeHad());
+}
+
+TEST_F(StoreLockTest, IsNotInheritedByAProgramThatIsExecutedMeanwhile) {
+  const int next = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
+  ::close(next);
+  const StoreLock lock(directory_);
+  EXPECT_EQ(::fcntl(next, F_GETFD), FD_CLOEXEC);
 }
 
 TEST_F(StoreLockTest, LeavesNothingInTheDirectory) {
