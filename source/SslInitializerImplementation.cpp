@@ -272,7 +272,11 @@ void SslInitializerImplementation::seedPRNG() {
 
 void SslInitializerImplementation::xlock(int mode, int n, const char* /*file*/, int /*line*/) {
   TraceTagEE scope(kTraceInitializerScopes, "SslInitializerImplementation::xlock");
-  IsToLock(mode) ? locks_.enter(n) : locks_.leave(n);
+  if (IsToLock(mode)) {
+    locks_.enter(n);
+  } else {
+    locks_.leave(n);
+  }
 }
 
 CRYPTO_dynlock_value* SslInitializerImplementation::xdynlockCreate(const char* /*file*/,
@@ -292,7 +296,11 @@ void SslInitializerImplementation::xdynlock(int mode, CRYPTO_dynlock_value* l, c
                                             int /*line*/) {
   TraceTagEE scope(kTraceInitializerScopes, "SslInitializerImplementation::xdynlock");
   if (l == nullptr) return;
-  IsToLock(mode) ? l->criticalSection.enter() : l->criticalSection.leave();
+  if (IsToLock(mode)) {
+    l->criticalSection.enter();
+  } else {
+    l->criticalSection.leave();
+  }
 }
 
 void SslInitializerImplementation::xdynlockDestroy(CRYPTO_dynlock_value* l, const char* /*file*/,
