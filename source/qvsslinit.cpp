@@ -31,6 +31,7 @@ QvSslInitHandle* QVSSLINIT_Init() {
 }
 
 void QVSSLINIT_Uninit(QvSslInitHandle* handle) {
+  if (handle == nullptr) return;
   const CancellationDeferral deferral;
   if (CallUnderWay::wasCutOff()) return;
   const CallUnderWay call;

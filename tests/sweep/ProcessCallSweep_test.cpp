@@ -1,10 +1,13 @@
 #include "tests/sweep/ProcessCallSweep.h"
 
+#include <dlfcn.h>
 #include <gtest/gtest.h>
 
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
+
+#include "tests/doubles/InChild.h"
 
 #if defined(QV_SANITIZED)
 #include <sanitizer/lsan_interface.h>
@@ -57,6 +60,22 @@ TEST_F(AllocationSweep, MemoryMayRunOutForGoodAtAnyTime) {
 
 TEST_F(AllocationSweep, TheTraceEnginesThreadTakesNoMemory) {
   EXPECT_EQ(sweep({ProcessCall::kMemory, ENOMEM, Failing::kOne, Threads::kAllOthers}, 1).calls, 0u);
+}
+
+// What there was no memory for when the library was loaded is not made for it either.
+TEST(Uninit, OfNullTakesNoMemory) {
+  const ProcessCalls::Fault noMemory{ProcessCall::kMemory, ENOMEM, ProcessCalls::Failing::kAllFrom,
+                                     ProcessCalls::Threads::kThisOne, true};
+  EXPECT_EQ(InChild([&] {
+              const ProcessCalls calls(noMemory, 1);
+              void* const library = ::dlopen(QV_LIBRARY, RTLD_NOW);
+              if (library == nullptr) return -1;
+              void* const uninit = ::dlsym(library, "QVSSLINIT_Uninit");
+              const std::uint64_t before = ProcessCalls::calls();
+              reinterpret_cast<void (*)(void*)>(uninit)(nullptr);
+              return before == 0 ? -2 : static_cast<int>(ProcessCalls::calls() - before);
+            }),
+            0);
 }
 
 // Nobody asks for the error number of these two.
