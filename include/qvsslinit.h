@@ -3,12 +3,14 @@
  *
  * Both functions may be called from any thread, at any time, concurrently. Neither lets an
  * exception out or ends the process, and a thread that is cancelled meanwhile finishes the call
- * first. An Init within a call of the same thread, by a library that is being loaded for it or by
- * a signal handler, gives null; Uninit is not for signal handlers. What they have to say goes to
- * the trace engine, where one is installed. Nothing is printed, unless "vantis.ini" asks for it: a
- * file that is read once, when the library is loaded, from the current directory of the process.
- * With [NVE] ShowReleaseAsserts = true in it, each internal check that fails leaves a line on
- * standard error.
+ * first. What they have to say goes to the trace engine, where one is installed. Nothing is
+ * printed, unless "vantis.ini" asks for it: a file that is read once, when the library is loaded,
+ * from the current directory of the process. With [NVE] ShowReleaseAsserts = true in it, each
+ * internal check that fails leaves a line on standard error.
+ *
+ * An Init within a call of the same thread gives null, whoever makes it: a library that is being
+ * loaded, whatever OpenSSL or the trace engine calls back meanwhile, a signal handler. A signal
+ * handler must not longjmp out of a call, and Uninit is not for signal handlers.
  *
  * Example:
  *     struct QvSslInitHandle* handle = QVSSLINIT_Init();
