@@ -1,6 +1,7 @@
 #include "source/CallUnderWay.h"
 
 #include <cstddef>
+#include <cstdint>
 
 namespace qvsslinit {
 namespace {
@@ -12,8 +13,9 @@ constexpr std::size_t kPlaces = 1024;
 std::atomic<pthread_t> g_threads[kPlaces];
 /// The places from this one on have never been taken.
 std::atomic<std::size_t> g_end{0};
+/// The calls that found no place.
+std::atomic<std::uint32_t> g_unlisted{0};
 
-std::atomic<bool> g_isToldOfForks{false};
 std::atomic<bool> g_wasCutOff{false};
 
 std::atomic<pthread_t>* TakePlace() noexcept {
@@ -27,38 +29,47 @@ std::atomic<pthread_t>* TakePlace() noexcept {
     }
     return &g_threads[place];
   }
+  ++g_unlisted;
   return nullptr;
 }
 
-template <typename Condition>
-bool IsAnyThread(Condition condition) noexcept {
-  const std::size_t end = g_end;
-  for (std::size_t place = 0; place < end; ++place)
-    if (condition(g_threads[place].load())) return true;
-  return false;
-}
-
-// The parent's side needs nothing: no lock is held over a fork, so that no handler of the host can
-// meet one that the fork itself holds.
+/// In a child: notes whether it was cut off, and strikes out the threads that it does not have. A
+/// thread of its own may be given the name of one of them.
 void LookForCalls() noexcept {
-  if (IsAnyThread([](pthread_t thread) { return thread != kNobody; })) g_wasCutOff = true;
+  const pthread_t self = pthread_self();
+  if (g_unlisted != 0) g_wasCutOff = true;
+  // All places: whoever has just taken one may not have raised the end yet.
+  for (std::atomic<pthread_t>& thread : g_threads) {
+    if (thread == kNobody) continue;
+    g_wasCutOff = true;
+    if (pthread_equal(thread, self) == 0) thread = kNobody;
+  }
 }
 
 }  // namespace
 
-CallUnderWay::CallUnderWay() noexcept : place_(TakePlace()) {
-  // Comes before the call can take a lock. Threads that begin at the same moment may each ask to be
-  // told, which does no harm; that there is no memory for it matters to children alone.
-  if (!g_isToldOfForks) g_isToldOfForks = pthread_atfork(nullptr, nullptr, &LookForCalls) == 0;
-}
+CallUnderWay::CallUnderWay() noexcept : place_(TakePlace()) {}
 
 CallUnderWay::~CallUnderWay() {
-  if (place_ != nullptr) *place_ = kNobody;
+  if (place_ != nullptr) {
+    *place_ = kNobody;
+  } else {
+    --g_unlisted;
+  }
+}
+
+// The parent's side needs nothing: no lock is held over a fork, so that no handler of the host can
+// meet one that the fork itself holds.
+bool CallUnderWay::watchForks() noexcept {
+  return pthread_atfork(nullptr, nullptr, &LookForCalls) == 0;
 }
 
 bool CallUnderWay::isInThisThread() noexcept {
   const pthread_t self = pthread_self();
-  return IsAnyThread([self](pthread_t thread) { return pthread_equal(thread, self) != 0; });
+  const std::size_t end = g_end;
+  for (std::size_t place = 0; place < end; ++place)
+    if (pthread_equal(g_threads[place], self) != 0) return true;
+  return false;
 }
 
 bool CallUnderWay::wasCutOff() noexcept {

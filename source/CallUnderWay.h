@@ -10,8 +10,8 @@ namespace qvsslinit {
 /// thread, so that those can tell who come in between: a signal handler of that thread, and a
 /// child process.
 ///
-/// The list has room for more threads than are ever in the functions at once; a thread that finds
-/// it full goes on unlisted.
+/// The list has room for 1024 calls at once. One that finds it full is only counted: a child still
+/// learns of it, a signal handler of its thread does not.
 class CallUnderWay {
  public:
   CallUnderWay() noexcept;
@@ -19,7 +19,11 @@ class CallUnderWay {
   CallUnderWay& operator=(const CallUnderWay&) = delete;
   ~CallUnderWay();
 
-  /// Whether the calling thread is in a call. Signal handlers may ask.
+  /// Has the children of this process learn whether they were cut off; to be done once, before the
+  /// first call. False where there is no memory for it, which matters to children alone.
+  static bool watchForks() noexcept;
+
+  /// Whether the calling thread is in a listed call. Signal handlers may ask.
   static bool isInThisThread() noexcept;
 
   /// Whether this process was forked off while a thread was in a call. Its locks are then held for

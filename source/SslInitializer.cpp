@@ -13,6 +13,8 @@ SingletonMutex g_SingletonMutex;
 
 namespace {
 
+// When the library is loaded, for a thread may fork in the middle of another's first call.
+[[maybe_unused]] const bool g_forksWatched = CallUnderWay::watchForks();
 [[maybe_unused]] const bool g_mutexMade = g_SingletonMutex.isThere();
 
 }  // namespace

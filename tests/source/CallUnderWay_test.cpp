@@ -57,10 +57,15 @@ TEST(CallUnderWay, IsCutOffByAForkForTheChildAlone) {
   EXPECT_FALSE(WasCutOffInChild()) << "after the last";
 }
 
+std::vector<std::unique_ptr<CallUnderWay>> TooManyCalls() {
+  std::vector<std::unique_ptr<CallUnderWay>> calls(2000);
+  for (auto& call : calls)
+    call = std::make_unique<CallUnderWay>();
+  return calls;
+}
+
 TEST(CallUnderWay, GoesOnUnlistedWhereTooManyAreAtOnce) {
-  std::vector<std::unique_ptr<CallUnderWay>> calls;
-  for (int i = 0; i < 2000; ++i)
-    calls.push_back(std::make_unique<CallUnderWay>());
+  auto calls = TooManyCalls();
   std::thread([] {
     const CallUnderWay unlisted;
     EXPECT_FALSE(CallUnderWay::isInThisThread());
@@ -68,6 +73,39 @@ TEST(CallUnderWay, GoesOnUnlistedWhereTooManyAreAtOnce) {
   calls.clear();
   EXPECT_FALSE(CallUnderWay::isInThisThread());
   EXPECT_FALSE(WasCutOffInChild());
+}
+
+TEST(CallUnderWay, IsCutOffByAForkEvenWhereItIsUnlisted) {
+  auto calls = TooManyCalls();
+  calls.erase(calls.begin(), calls.end() - 1);
+  ASSERT_FALSE(CallUnderWay::isInThisThread()) << "the last is unlisted";
+  EXPECT_TRUE(WasCutOffInChild());
+  calls.clear();
+  EXPECT_FALSE(WasCutOffInChild());
+}
+
+TEST(CallUnderWay, OfAThreadThatAChildDoesNotHaveIsNotListedThere) {
+  std::promise<void> end;
+  std::promise<void> begun;
+  std::thread other([&] {
+    const auto all = TooManyCalls();
+    begun.set_value();
+    end.get_future().wait();
+  });
+  begun.get_future().wait();
+  EXPECT_EQ(InChild([] {
+              const CallUnderWay call;
+              return CallUnderWay::isInThisThread() ? 1 : 0;
+            }),
+            1)
+      << "there is room again";
+  end.set_value();
+  other.join();
+}
+
+TEST(CallUnderWay, OfTheThreadThatForksStaysListedInTheChild) {
+  const CallUnderWay call;
+  EXPECT_EQ(InChild([] { return CallUnderWay::isInThisThread() ? 1 : 0; }), 1);
 }
 
 }  // namespace

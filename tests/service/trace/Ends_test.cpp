@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <pthread.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -243,6 +244,22 @@ TEST_F(EndsOfAChild, ThatWasForkedWhileAThreadStoppedOpensslAreGood) {
       });
     }
     ForkAndWait([this] { initSurely(); });
+  });
+}
+
+// Handlers run in the order in which they were registered.
+TEST_F(EndsOfAChild, WhoseHostRegistersAHandlerBeforeTheFirstInitAreGood) {
+  expectGoodEnd([this] {
+    static decltype(QVSSLINIT_Init)* init = nullptr;
+    init = installation_.find<decltype(QVSSLINIT_Init)>("QVSSLINIT_Init");
+    Require(::pthread_atfork(nullptr, nullptr,
+                             [] {
+                               ::alarm(kDeadlineSeconds);
+                               Require(init() == nullptr, "Init gives null in the handler");
+                             }) == 0,
+            "the handler is registered");
+    const StoppedCall call(journal_, "SSL_library_init", [this] { initSurely(); });
+    ForkAndWait([] {});
   });
 }
 
