@@ -43,13 +43,28 @@ class UndisturbedCaller {
   CancellationDeferral deferral_;
 };
 
-/// What parseNextLine gives when there was no line to read. A file that fails once would fail for
-/// ever, unless it was just a signal that came in between.
-int AfterNoLine(std::FILE* file) noexcept {
-  if (std::ferror(file) == 0) return 0;
-  if (errno != EINTR) return kEndOfFile;
-  std::clearerr(file);
-  return 0;
+/// The next character; EOF at the end of the file and where it cannot be read. A signal that comes
+/// in between is neither.
+int NextCharacter(std::FILE* file) noexcept {
+  for (;;) {
+    errno = 0;
+    const int character = std::getc(file);
+    if (character != EOF || std::ferror(file) == 0 || errno != EINTR) return character;
+    std::clearerr(file);
+  }
+}
+
+/// Reads a line with its end, or as much of one as there is room for. Whether there was any; the
+/// rest of a file that fails counts as none.
+bool ReadLine(std::FILE* file, char (&line)[kTagLineSize]) noexcept {
+  int length = 0;
+  while (length < kTagLineSize - 1) {
+    const int character = NextCharacter(file);
+    if (character == EOF) return length != 0 && std::ferror(file) == 0;
+    line[length++] = static_cast<char>(character);
+    if (character == '\n') break;
+  }
+  return true;
 }
 
 const char* OrNull(const char* text) noexcept {
@@ -126,7 +141,8 @@ String MyTraceLogger::tagFileName(const kit::WString& directory) const {
 int MyTraceLogger::parseNextLine(std::FILE* file) {
   if (std::feof(file) != 0) return kEndOfFile;
   char line[kTagLineSize] = {};
-  if (std::fgets(line, sizeof(line), file) == nullptr) return AfterNoLine(file);
+  // A file that fails once would fail for ever.
+  if (!ReadLine(file, line)) return std::ferror(file) == 0 ? 0 : kEndOfFile;
   TraceTag tag;
   if (parseOneLine(line, tag) == kNoTag) return 0;
   if (static_cast<unsigned>(tag.id()) >= kTagCount) return 0;  // which negative ids become too

@@ -331,25 +331,35 @@ TEST_F(TagFileTest, ParseNextLineTakesAFailureForTheEnd) {
   EXPECT_THAT(Tags(logger), ElementsAre("5 Name yes"));
 }
 
-/// A file with one line, which can be read only after a signal.
+/// A file that is read in parts, with a signal before each.
+struct InterruptedFile {
+  std::vector<std::string> parts;
+  std::size_t next = 0;
+  bool wasInterrupted = false;
+};
+
 ssize_t ReadInterrupted(void* cookie, char* buffer, std::size_t size) {
-  static bool interrupted = false;
-  interrupted = !interrupted;
-  if (!interrupted) return ReadOnce(cookie, buffer, size);
-  errno = EINTR;
-  return -1;
+  auto& file = *static_cast<InterruptedFile*>(cookie);
+  file.wasInterrupted = !file.wasInterrupted;
+  if (file.wasInterrupted) {
+    errno = EINTR;
+    return -1;
+  }
+  if (file.next == file.parts.size()) return 0;
+  return static_cast<ssize_t>(file.parts[file.next++].copy(buffer, size));
 }
 
-TEST_F(TagFileTest, ParseNextLineReadsOnWhenASignalCameInBetween) {
+TEST_F(TagFileTest, ParseNextLinePutsTogetherALineThatSignalsInterrupt) {
   MyTraceLogger logger("module");
-  std::string line = "Name : 5 : yes\n";
+  InterruptedFile parts{{"Na", "me : 5 ", ": yes\nOther : 6 : yes", "terday"}};
   const std::unique_ptr<std::FILE, CloseFile> file(
-      ::fopencookie(&line, "r", {&ReadInterrupted, nullptr, nullptr, nullptr}));
+      ::fopencookie(&parts, "r", {&ReadInterrupted, nullptr, nullptr, nullptr}));
   ASSERT_NE(file, nullptr);
   EXPECT_EQ(Probe::parseNextLine(logger, file.get()), 0);
-  EXPECT_THAT(Tags(logger), testing::IsEmpty());
-  EXPECT_EQ(Probe::parseNextLine(logger, file.get()), 0);
   EXPECT_THAT(Tags(logger), ElementsAre("5 Name yes"));
+  EXPECT_EQ(Probe::parseNextLine(logger, file.get()), 0);
+  EXPECT_THAT(Tags(logger), ElementsAre("5 Name yes", "6 Other no"));
+  EXPECT_EQ(Probe::parseNextLine(logger, file.get()), -1);
 }
 
 TEST(ParseOneLine, FillsTheTagWithWhatTheLineDefines) {
