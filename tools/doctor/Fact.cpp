@@ -20,10 +20,34 @@ const Wanted& Or(const Fact::Value& value) {
 
 }  // namespace
 
+Fact::Fact() noexcept = default;
+Fact::Fact(const Fact& other) = default;
+Fact::Fact(Fact&& other) noexcept = default;
+Fact& Fact::operator=(const Fact& other) = default;
+Fact& Fact::operator=(Fact&& other) noexcept = default;
+Fact::~Fact() = default;
+
+Fact::Fact(std::nullptr_t) noexcept {}
+Fact::Fact(bool value) noexcept : value_(value) {}
+Fact::Fact(Number number) noexcept : value_(number.value) {}
+Fact::Fact(double value) noexcept : value_(value) {}
+Fact::Fact(const char* text) : value_(std::string(text)) {}
+Fact::Fact(std::string text) noexcept : value_(std::move(text)) {}
+Fact::Fact(List list) noexcept : value_(std::move(list)) {}
+Fact::Fact(std::initializer_list<Names::value_type> names) : value_(Names(names)) {}
+
+Fact Fact::list() {
+  return List();
+}
+
 Fact Fact::names() {
   Fact fact;
   fact.value_ = Names();
   return fact;
+}
+
+bool operator==(const Fact& a, const Fact& b) {
+  return a.value_ == b.value_;
 }
 
 Fact& Fact::operator[](const std::string& name) {
@@ -39,6 +63,10 @@ const Fact* Fact::find(const std::string& name) const {
   const auto found = std::find_if(names.begin(), names.end(),
                                   [&](const auto& entry) { return entry.first == name; });
   return found != names.end() ? &found->second : nullptr;
+}
+
+const bool* Fact::truth() const {
+  return std::get_if<bool>(&value_);
 }
 
 const std::string& Fact::text() const {

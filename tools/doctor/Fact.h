@@ -20,18 +20,25 @@ class Fact {
   using Names = std::vector<std::pair<std::string, Fact>>;
   using Value = std::variant<std::nullptr_t, bool, std::int64_t, double, std::string, List, Names>;
 
-  Fact() = default;
-  Fact(std::nullptr_t) {}
-  Fact(bool value) : value_(value) {}
-  template <typename Integer, typename = std::enable_if_t<std::is_integral_v<Integer>>>
-  Fact(Integer value) : value_(static_cast<std::int64_t>(value)) {}
-  Fact(double value) : value_(value) {}
-  Fact(const char* text) : value_(std::string(text)) {}
-  Fact(std::string text) : value_(std::move(text)) {}
-  Fact(List list) : value_(std::move(list)) {}
-  Fact(std::initializer_list<Names::value_type> names) : value_(Names(names)) {}
+  // Defined elsewhere, all of them: every source of the doctor would compile them anew.
+  Fact() noexcept;
+  Fact(const Fact& other);
+  Fact(Fact&& other) noexcept;
+  Fact& operator=(const Fact& other);
+  Fact& operator=(Fact&& other) noexcept;
+  ~Fact();
 
-  static Fact list() { return List(); }
+  Fact(std::nullptr_t) noexcept;
+  Fact(bool value) noexcept;
+  template <typename Integer, typename = std::enable_if_t<std::is_integral_v<Integer>>>
+  Fact(Integer value) noexcept : Fact(Number{static_cast<std::int64_t>(value)}) {}
+  Fact(double value) noexcept;
+  Fact(const char* text);
+  Fact(std::string text) noexcept;
+  Fact(List list) noexcept;
+  Fact(std::initializer_list<Names::value_type> names);
+
+  static Fact list();
   static Fact names();
 
   const Value& value() const { return value_; }
@@ -42,7 +49,7 @@ class Fact {
   /// Null where there is none of that name.
   const Fact* find(const std::string& name) const;
   /// Null where it is none.
-  const bool* truth() const { return std::get_if<bool>(&value_); }
+  const bool* truth() const;
   /// The text; empty where it is none.
   const std::string& text() const;
   /// Empty where it is no list.
@@ -50,10 +57,15 @@ class Fact {
   /// Adds to a list; anything else becomes one.
   void add(Fact item);
 
-  friend bool operator==(const Fact& a, const Fact& b) { return a.value_ == b.value_; }
+  friend bool operator==(const Fact& a, const Fact& b);
   friend bool operator!=(const Fact& a, const Fact& b) { return !(a == b); }
 
  private:
+  struct Number {
+    std::int64_t value;
+  };
+  explicit Fact(Number number) noexcept;
+
   Value value_;
 };
 
