@@ -30,3 +30,14 @@ if(QV_SANITIZE)
     $<$<CXX_COMPILER_ID:Clang>:-fno-sanitize=function>)
   target_link_options(qv_options INTERFACE "-fsanitize=${QV_SANITIZE}")
 endif()
+
+# What runs is counted in files of build/NAME/profiles. %c maps them into the processes, so that the
+# counters of one that is killed are not lost; %m gives each program and library its own, which its
+# processes and threads share: what is not counted in one step goes wrong.
+option(QV_COVERAGE "Count which lines and branches run, which needs clang" OFF)
+if(QV_COVERAGE)
+  target_compile_options(qv_options INTERFACE
+    "-fprofile-instr-generate=${PROJECT_BINARY_DIR}/profiles/%c%m.profraw"
+    -fcoverage-mapping -fprofile-update=atomic "SHELL:-mllvm -runtime-counter-relocation")
+  target_link_options(qv_options INTERFACE -fprofile-instr-generate)
+endif()

@@ -1,0 +1,109 @@
+"""What scripts/coverage makes of what it counts, on figures made up here.
+
+usage: scripts_test.py SCRIPTS [Class.test]
+"""
+
+import sys
+import unittest
+
+SCRIPTS = sys.argv.pop(1)
+sys.dont_write_bytecode = True
+sys.path.insert(0, SCRIPTS)
+
+import coverage_report
+from reasons import read_listed
+
+TEXT = """int choose(int a, int b) {
+  if (a > 0 && done(b)) {
+    return (a > b) ? 1 : 2;
+  }
+  return a;
+}
+""".splitlines()
+
+# Two instances of a template: together they take each way of the first condition.
+SHOWN = f"""{coverage_report.ROOT}/kit/choose.h:
+    1|  1.20k|int choose(int a, int b) {{
+    2|  1.20k|  if (a > 0 && done(b)) {{
+  ------------------
+  |  Branch (2:7): [True: 0, False: 7]
+  |  Branch (2:16): [True: 0, False: 0]
+  ------------------
+  |  Branch (2:7): [True: 1.1k, False: 0]
+  |  Branch (2:16): [True: 0, False: 1.1k]
+  ------------------
+    3|      0|    return (a > b) ? 1 : 2;
+  ------------------
+  |  Branch (3:12): [True: 0, False: 0]
+  ------------------
+    4|      0|  }}
+    5|  1.20k|  return a;
+    6|  1.20k|}}
+  ------------------
+  |  Branch (6:1): [Folded - Ignored]
+  ------------------
+    7|       |
+"""
+UNCOVERED = ["kit/choose.h: never run: return (a > b) ? 1 : 2;", "kit/choose.h: never true: done(b)"]
+
+
+def shown_sources():
+    return coverage_report.read_shown(SHOWN, lambda name: TEXT)
+
+
+def source(lines, branches):
+    return coverage_report.Source(["f();"] * len(lines), dict(enumerate(lines, 1)),
+                                  {(1, column): counts for column, counts in enumerate(branches, 1)})
+
+
+def listed(*places):
+    return read_listed("\n".join(["It has a reason.", *(f"  {place}" for place in places)]))
+
+
+class Coverage(unittest.TestCase):
+    def test_counts_lines_and_adds_up_the_branches_of_a_templates_instances(self):
+        figures = coverage_report.Figures()
+        figures.add(shown_sources()["kit/choose.h"])
+        self.assertEqual((figures.lines, figures.lines_run), (6, 4))
+        self.assertEqual((figures.branches, figures.branches_taken), (6, 3))
+
+    def test_names_what_is_not_run_and_conditions_that_go_one_way_alone(self):
+        _, objections = coverage_report.judge(shown_sources(), listed())
+        for place in UNCOVERED:
+            self.assertIn(f"not covered, and not listed: {place}", objections)
+        self.assertEqual(sum("not listed" in objection for objection in objections), len(UNCOVERED))
+
+    def test_has_no_objection_to_what_is_listed(self):
+        _, objections = coverage_report.judge(shown_sources(), listed(*UNCOVERED))
+        self.assertFalse([objection for objection in objections if "listed" in objection])
+
+    def test_objects_to_what_is_listed_more_often_than_it_is_uncovered(self):
+        _, objections = coverage_report.judge(shown_sources(), listed(*UNCOVERED, UNCOVERED[0]))
+        self.assertIn(f"listed, but covered or gone: {UNCOVERED[0]}", objections)
+
+    def test_accepts_either_where_that_depends_on_the_run(self):
+        sometimes = [f"sometimes: {place}" for place in [UNCOVERED[0], "kit/choose.h: never run: return a;"]]
+        _, objections = coverage_report.judge(shown_sources(), listed(*sometimes, UNCOVERED[1]))
+        self.assertFalse([objection for objection in objections if "listed" in objection])
+
+    def test_accepts_the_least_of_lines_and_branches_and_nothing_below(self):
+        def limits(lines, branches):
+            _, objections = coverage_report.judge(
+                {"kit/a.cpp": source([1] * lines + [0] * (100 - lines),
+                                     [(1, 1)] * branches + [(0, 0)] * (100 - branches))}, listed())
+            return [objection for objection in objections if "fewer than" in objection]
+
+        self.assertEqual(limits(97, 90), [])
+        self.assertEqual(len(limits(96, 90)), 1)
+        self.assertEqual(len(limits(97, 89)), 1)
+
+    def test_objects_when_nothing_was_counted(self):
+        self.assertIn("nothing was counted", coverage_report.judge({}, listed())[1])
+
+    def test_takes_no_list_without_a_reason(self):
+        with self.assertRaises(SystemExit):
+            read_listed("It has a reason.\n  kit/a.cpp: never run: f();\n\n  kit/b.cpp: never run: g();\n")
+
+
+if __name__ == "__main__":
+    unittest.main()
