@@ -186,6 +186,16 @@ TEST_F(CertificateDraftTest, LeavesASecondNameThatIsTaken) {
   EXPECT_EQ(directory_.read("temp/second"), "somebody else's");
 }
 
+TEST_F(CertificateDraftTest, LeavesAnEmptyFileOfSomebodyElseUnderItsSecondName) {
+  directory_.write("temp/second", "");
+  {
+    CertificateDraft draft(file_, secondName_);
+    write(kWhole);
+    EXPECT_TRUE(draft.finish());
+  }
+  EXPECT_TRUE(directory_.has("temp/second"));
+}
+
 TEST_F(CertificateDraftTest, LeftUnfinishedIsRemoved) {
   for (const std::string& cut :
        {std::string(), kBegin.substr(0, 5), kBegin, kBegin + "AAAA\n-----END"}) {
