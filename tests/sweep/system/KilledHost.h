@@ -27,13 +27,18 @@ class KilledHost : public Sweep {
     return false;
   }
 
-  /// Calls for memory, randomness and the process's own number change nothing that anybody could
-  /// find afterwards, and OpenSSL makes as many of them as chance has it.
+  /// Calls for memory, randomness and the process's own number, and those with which threads wait
+  /// for each other, change nothing that anybody could find afterwards, and chance has it how many
+  /// of them there are.
   static bool leavesNoTrace(std::uint64_t call) {
     static const std::set<std::uint64_t> kCalls{
-        SYS_brk,  SYS_mmap, SYS_munmap, SYS_mprotect, SYS_madvise, SYS_getrandom, SYS_getpid,
+        SYS_brk,          SYS_mmap,   SYS_munmap, SYS_mprotect,     SYS_madvise,
+        SYS_getrandom,    SYS_getpid, SYS_futex,  SYS_rt_sigaction, SYS_rt_sigprocmask,
 #ifdef SYS_mmap2
-        SYS_mmap2
+        SYS_mmap2,
+#endif
+#ifdef SYS_futex_time64
+        SYS_futex_time64,
 #endif
     };
     return kCalls.count(call) != 0;
