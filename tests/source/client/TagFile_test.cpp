@@ -331,6 +331,17 @@ TEST_F(TagFileTest, ParseNextLineTakesAFailureForTheEnd) {
   EXPECT_THAT(Tags(logger), ElementsAre("5 Name yes"));
 }
 
+TEST_F(TagFileTest, ParseNextLineDefinesNothingByHalfALine) {
+  MyTraceLogger logger("module");
+  std::string line = "Name : 5 : yes\nOther : 6 : yes";
+  const std::unique_ptr<std::FILE, CloseFile> file(
+      ::fopencookie(&line, "r", {&ReadOnce, nullptr, nullptr, nullptr}));
+  ASSERT_NE(file, nullptr);
+  EXPECT_EQ(Probe::parseNextLine(logger, file.get()), 0);
+  EXPECT_EQ(Probe::parseNextLine(logger, file.get()), -1);
+  EXPECT_THAT(Tags(logger), ElementsAre("5 Name yes"));
+}
+
 /// A file that is read in parts, with a signal before each.
 struct InterruptedFile {
   std::vector<std::string> parts;
