@@ -32,19 +32,4 @@ std::int32_t AtomicInt::getCount() const {
   return value_;
 }
 
-std::int32_t AtomicInt::increment() {
-  return add(1);
-}
-
-std::int32_t AtomicInt::decrement() {
-  return add(0xFFFFFFFFU);
-}
-
-// In unsigned arithmetic, which is defined to wrap.
-std::int32_t AtomicInt::add(std::uint32_t difference) {
-  const CriticalSection::Guard guard(section_);
-  value_ = static_cast<std::int32_t>(static_cast<std::uint32_t>(value_) + difference);
-  return value_;
-}
-
 }  // namespace qv::kit::osdep

@@ -25,10 +25,10 @@ class AtomicInt {
   std::int32_t getCount() const;
 
   /// Adds 1 and returns the new value. The largest value is followed by the smallest.
-  std::int32_t increment();
+  std::int32_t increment() { return add(1); }
 
   /// Subtracts 1 and returns the new value. The smallest value is followed by the largest.
-  std::int32_t decrement();
+  std::int32_t decrement() { return add(0xFFFFFFFFU); }
 
   bool operator>=(int other) const { return getCount() >= other; }
   bool operator>(int other) const { return getCount() > other; }
@@ -36,7 +36,12 @@ class AtomicInt {
   bool operator==(int other) const { return getCount() == other; }
 
  private:
-  std::int32_t add(std::uint32_t difference);
+  // In unsigned arithmetic, which is defined to wrap.
+  std::int32_t add(std::uint32_t difference) {
+    const CriticalSection::Guard guard(section_);
+    value_ = static_cast<std::int32_t>(static_cast<std::uint32_t>(value_) + difference);
+    return value_;
+  }
 
   std::int32_t value_;
   CriticalSection section_;

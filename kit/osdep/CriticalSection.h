@@ -2,10 +2,11 @@
 
 #include <memory>
 
+#include "kit/osdep/UnixCriticalSection.h"
+
 namespace qv::kit::osdep {
 
 class IValidator;
-class UnixCriticalSection;
 
 /// A recursive mutex that knows its owner. Any thread may call any operation; the object must
 /// outlive them all. Not copyable.
@@ -26,18 +27,18 @@ class CriticalSection {
   /// Waits until no other thread holds the section. A thread that holds it enters again at once and
   /// must leave as often as it entered. Errors of the system are passed over: the section counts as
   /// entered.
-  void enter() const;
+  void enter() const { implementation_->enter(); }
 
   /// Enters if no other thread holds the section; true means entered, to be matched by a leave().
   /// Of the errors that the system may report, "busy" (EBUSY) and "invalid" (EINVAL) give false;
   /// any other counts as entered.
-  bool tryEnter() const;
+  bool tryEnter() const { return implementation_->tryEnter(); }
 
   /// Takes back one enter(). Does nothing in a thread that does not hold the section.
-  void leave() const;
+  void leave() const { implementation_->leave(); }
 
   /// Whether the calling thread holds the section.
-  bool inOwningThread() const;
+  bool inOwningThread() const { return implementation_->inOwningThread(); }
 
  private:
   std::unique_ptr<UnixCriticalSection> implementation_;

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <benchmark/benchmark.h>
+
+#include <initializer_list>
+
+namespace qv::bench {
+
+/// What a program of benchmarks defines: calls Add for each.
+void AddBenchmarks();
+
+using Function = void (*)(benchmark::State&);
+
+/// Adds what is measured under a name: "WORK" for ours, "WORK/PEER" for what it is measured
+/// against.
+void Add(const char* name, Function function);
+
+/// The same for each of some sizes, which the function finds in state.range(0).
+void Add(const char* name, Function function, std::initializer_list<long> sizes);
+
+}  // namespace qv::bench

@@ -1,0 +1,107 @@
+"""What scripts/bench makes of the figures that the programs of benchmarks write."""
+
+import collections
+import dataclasses
+import json
+import math
+import statistics
+
+
+def read_times(text):
+    """By benchmark, the nanoseconds that a round took in each repetition: {name: {clock: [...]}}."""
+    scales = {"ns": 1.0, "us": 1e3, "ms": 1e6, "s": 1e9}
+    times = collections.defaultdict(lambda: collections.defaultdict(list))
+    for run in json.loads(text)["benchmarks"]:
+        if run.get("error_occurred"):
+            raise ValueError(f"{run['name']}: {run['error_message']}")
+        if run["run_type"] != "iteration":
+            continue
+        name = run["run_name"].removesuffix("/real_time")
+        for clock in ("cpu_time", "real_time"):
+            times[name][clock].append(run[clock] * scales[run["time_unit"]])
+    return times
+
+
+@dataclasses.dataclass(frozen=True)
+class Spread:
+    """A median, and between what half of all values lie."""
+    median: float
+    low: float
+    high: float
+
+    @staticmethod
+    def of(values):
+        low, median, high = statistics.quantiles(values, n=4, method="inclusive")
+        return Spread(median, low, high)
+
+
+@dataclasses.dataclass(frozen=True)
+class Line:
+    """A line of the table."""
+    number: int
+    work: str
+    ours: str
+    peer: str
+    peers: str
+    ratio: str
+    wanted: str
+    reached: bool
+    instructions: str = ""
+
+
+def time_text(nanoseconds):
+    for unit, scale in (("s", 1e9), ("ms", 1e6), ("µs", 1e3)):
+        if nanoseconds >= scale:
+            return f"{nanoseconds / scale:.3g} {unit}"
+    return f"{nanoseconds:.3g} ns"
+
+
+def fastest_peer(row, times):
+    return min(row.peers, key=lambda peer: statistics.median(times[row.peers[peer]][row.clock]))
+
+
+def ratio_line(row, times, instructions=""):
+    """Repetitions are compared one by one, for what disturbs the machine disturbs both."""
+    def values(name):
+        return times[name][row.clock]
+
+    peer = fastest_peer(row, times)
+    ours, theirs = values(row.ours), values(row.peers[peer])
+    pairs = zip(theirs, ours) if row.inverted else zip(ours, theirs)
+    spread = Spread.of([one / other for one, other in pairs])
+    reached = spread.median >= row.most if row.inverted else spread.median <= row.most
+    return Line(row.number, row.work, time_text(statistics.median(ours)), peer,
+                time_text(statistics.median(theirs)),
+                f"{spread.median:.2f} ({spread.low:.2f} to {spread.high:.2f})",
+                f"{'at least' if row.inverted else 'at most'} {row.most:g}", reached, instructions)
+
+
+def exponent(sizes, times):
+    """Of the line that fits best through what the sizes took, both as logarithms."""
+    return statistics.linear_regression(list(map(math.log, sizes)), list(map(math.log, times))).slope
+
+
+def growth_line(row, times):
+    by_size = [times[f"{row.ours}/{size}"]["cpu_time"] for size in row.sizes]
+    spread = Spread.of([exponent(row.sizes, repetition) for repetition in zip(*by_size)])
+    shown = [time_text(statistics.median(values)) for values in by_size]
+    return Line(row.number, row.work, f"{shown[0]} to {shown[-1]}", "itself",
+                f"{row.sizes[0]:,} to {row.sizes[-1]:,}",
+                f"{spread.median:.2f} ({spread.low:.2f} to {spread.high:.2f})",
+                f"at most {row.most:g}", spread.median <= row.most)
+
+
+def table(lines):
+    rows = ["| # | Work | Ours | Against | Theirs | Ratio, and half of all | Wanted | Instructions |",
+            "|---|---|---|---|---|---|---|---|"]
+    for line in lines:
+        wanted = line.wanted if line.reached else f"**{line.wanted}**"
+        rows.append(f"| {line.number} | {line.work} | {line.ours} | {line.peer} | {line.peers} | "
+                    f"{line.ratio} | {wanted} | {line.instructions} |")
+    return "\n".join(rows) + "\n"
+
+
+def replace_between(text, begin, end, new):
+    """The text with what lies between two lines of it made new."""
+    first, rest = text.split(begin + "\n", 1)
+    return first + begin + "\n" + new + end + rest.split(end, 1)[1]

@@ -1,0 +1,94 @@
+"""What scripts/bench makes of what it measures, on figures made up here.
+
+usage: bench_test.py ROOT [Class.test]
+"""
+
+import json
+import sys
+import unittest
+
+ROOT = sys.argv.pop(1)
+sys.dont_write_bytecode = True
+sys.path[:0] = [f"{ROOT}/scripts", f"{ROOT}/bench"]
+
+import bench_report
+from rows import Growth, Ratio
+
+RATIO = Ratio(1, "work", "program", "work", {"one": "work/one", "other": "work/other"}, 1.25)
+GROWTH = Growth(2, "work", "program", "work", (10, 1000), 1.1)
+
+
+def written(runs, **more):
+    """What Google Benchmark writes for (name, processor times in nanoseconds)."""
+    return json.dumps({"benchmarks": [
+        {"name": name, "run_name": name, "run_type": "iteration", "cpu_time": time, "real_time": 2 * time,
+         "time_unit": "ns"} | more for name, times in runs for time in times]})
+
+
+def line_of(ours, *peers):
+    names = ["work", "work/one", "work/other"]
+    return bench_report.ratio_line(RATIO, bench_report.read_times(written(zip(names, [ours, *peers]))))
+
+
+class Times(unittest.TestCase):
+    def test_are_nanoseconds_whatever_their_unit(self):
+        times = bench_report.read_times(written([("a", [1.5, 2])], time_unit="us"))
+        self.assertEqual(times["a"], {"cpu_time": [1500, 2000], "real_time": [3000, 4000]})
+
+    def test_are_not_those_of_a_summary(self):
+        self.assertFalse(bench_report.read_times(written([("a", [1])], run_type="aggregate")))
+
+    def test_are_none_where_a_benchmark_failed(self):
+        with self.assertRaises(ValueError):
+            bench_report.read_times(written([("a", [1])], error_occurred=True, error_message="it failed"))
+
+    def test_are_shown_with_three_digits(self):
+        self.assertEqual([bench_report.time_text(time) for time in (1.234, 56.78, 1234, 5.678e6, 9e9)],
+                         ["1.23 ns", "56.8 ns", "1.23 µs", "5.68 ms", "9 s"])
+
+
+class RatioLine(unittest.TestCase):
+    def test_compares_repetition_with_repetition(self):
+        line = line_of([1, 20, 300], [1, 10, 100], [999] * 3)
+        self.assertEqual(line.ratio, "2.00 (1.50 to 2.50)")
+
+    def test_is_against_the_fastest_peer(self):
+        self.assertEqual(line_of([3] * 3, [4] * 3, [2] * 3).peer, "other")
+
+    def test_is_reached_up_to_the_limit_and_not_beyond(self):
+        self.assertTrue(line_of([125] * 3, [100] * 3, [999] * 3).reached)
+        self.assertFalse(line_of([126] * 3, [100] * 3, [999] * 3).reached)
+
+    def test_may_ask_for_more_than_the_peer(self):
+        row = Ratio(1, "work", "program", "work", {"one": "one"}, 1.8, clock="real_time", inverted=True)
+        for ours, reached in ((55, True), (56, False)):
+            times = bench_report.read_times(written([("work", [ours] * 2), ("one", [99] * 2)]))
+            self.assertEqual(bench_report.ratio_line(row, times).reached, reached)
+
+
+class GrowthLine(unittest.TestCase):
+    def growth(self, *times):
+        runs = [("work/10", [times[0]] * 3), ("work/1000", [times[1]] * 3)]
+        return bench_report.growth_line(GROWTH, bench_report.read_times(written(runs)))
+
+    def test_is_the_exponent_of_the_growth(self):
+        self.assertEqual(self.growth(1, 100).ratio, "1.00 (1.00 to 1.00)")
+        self.assertEqual(self.growth(1, 10000).ratio, "2.00 (2.00 to 2.00)")
+
+    def test_is_reached_up_to_the_limit_and_not_beyond(self):
+        self.assertTrue(self.growth(1, 158).reached)
+        self.assertFalse(self.growth(1, 160).reached)
+
+
+class Page(unittest.TestCase):
+    def test_shows_what_is_not_reached_in_bold(self):
+        table = bench_report.table([line_of([2] * 3, [1] * 3, [9] * 3)])
+        self.assertIn("| 2.00 (2.00 to 2.00) | **at most 1.25** |", table)
+
+    def test_changes_between_the_marks_only(self):
+        self.assertEqual(bench_report.replace_between("a\n<b>\nold\n<e>\nc\n", "<b>", "<e>", "new\n"),
+                         "a\n<b>\nnew\n<e>\nc\n")
+
+
+if __name__ == "__main__":
+    unittest.main()
