@@ -18,4 +18,7 @@ void Add(const char* name, Function function);
 /// The same for each of some sizes, which the function finds in state.range(0).
 void Add(const char* name, Function function, std::initializer_list<long> sizes);
 
+/// Ends the program unless what was measured did its work.
+void Require(bool holds);
+
 }  // namespace qv::bench

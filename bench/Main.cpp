@@ -2,6 +2,7 @@
 // loop N times, however long that takes. One round is a test that it works; the instructions of
 // 2000 rounds less those of 1000 are those of 1000 rounds, without all that happens once.
 #include <charconv>
+#include <cstdlib>
 #include <cstring>
 #include <string_view>
 #include <vector>
@@ -41,6 +42,10 @@ void Add(const char* name, Function function, std::initializer_list<long> sizes)
   Add(name, function);
   for (const long size : sizes)
     g_added.back()->Arg(size);
+}
+
+void Require(bool holds) {
+  if (!holds) std::abort();
 }
 
 }  // namespace qv::bench

@@ -14,6 +14,8 @@ class Ratio:
     most: float
     clock: str = "cpu_time"
     inverted: bool = False      # the peer's over ours, which is to be at least `most`
+    difference: bool = False    # ours less the peer's, which is to be at most `most` nanoseconds
+    sizes: tuple = ()           # where there are several: appended to all names, "ours/1000"
     instructions: bool = False  # counted too: where a single path is measured
     rounds: int = 1000          # that are counted
 
@@ -51,4 +53,34 @@ ROWS = [
     Ratio(15, "INI: writing that document to memory", "ini", "IniWrite",
           {"Boost.PropertyTree": "IniWrite/PropertyTree", "SimpleIni": "IniWrite/SimpleIni"}, 0.6,
           instructions=True, rounds=5),
+    Ratio(16, "UTF-8 to wide and back, 1 MB of ASCII", "utf8", "Ascii",
+          {"utfcpp": "Ascii/utfcpp", "ICU (`U8_NEXT`, `U8_APPEND`)": "Ascii/icu"}, 0.6),
+    Ratio(16, "the same", "utf8", "Ascii", {"copying each into the other's width": "Ascii/copying"}, 1.5),
+    Ratio(17, "UTF-8 to wide and back, 1 MB of Latin, CJK and emoji", "utf8", "Mixed",
+          {"utfcpp": "Mixed/utfcpp", "ICU (`U8_NEXT`, `U8_APPEND`)": "Mixed/icu", "`iconv`": "Mixed/iconv"}, 0.8),
+    Ratio(18, "a path of 40 characters to narrow text and back, process locale UTF-8", "conversion", "PathUtf8",
+          {"`iconv_open`, `iconv`, `iconv_close`": "PathUtf8/iconv"}, 0.2, instructions=True),
+    Ratio(18, "the same, process locale \"C\"", "conversion", "PathC",
+          {"`iconv_open`, `iconv`, `iconv_close`": "PathC/iconv"}, 0.2, instructions=True),
+    Ratio(19, "1 MB of EUC-JP from wide text and back", "conversion", "Legacy",
+          {"the bare `iconv` calls": "Legacy/iconv"}, 1.1),
+    *(Ratio(20, f"{what} to {text}, up to 1, 100, 1,000,000 characters", "string", ours,
+            {f"`{peer}`": f"{ours}/std"}, 1.1, sizes=(1, 100, 1_000_000))
+      for what, kind in (("appending characters", "Characters"), ("appending pieces of 16 characters", "Pieces"))
+      for text, peer, ours in (("narrow text", "std::string", kind), ("wide text", "std::wstring", "Wide" + kind))),
+    *(Ratio(21, f"equality of two {text} of 64 characters that differ {how}", "string", kind + ours,
+            {f"`{peer}`": f"{kind}{ours}/libc"}, most, instructions=True)
+      for text, kind, peer, most in (("narrow texts", "", "strcasecmp", 1.5), ("wide texts", "Wide", "wcscasecmp", 0.3))
+      for how, ours in (("only in case", "OtherCase"), ("in the last one", "OtherEnd"))),
+    Ratio(22, "`StatusChain`: construct, clear, pass, test, destroy", "container", "StatusChain",
+          {"an `int`": "StatusChain/int"}, 5, difference=True, instructions=True),
+    Ratio(23, "appending 1, 1,000, 1,000,000 numbers to a `Vector`", "container", "Vector",
+          {"`std::vector`, same growth": "Vector/std"}, 1.1, sizes=(1, 1000, 1_000_000)),
+    Ratio(23, "appending 1, 1,000, 1,000,000 single bytes to an `AutoBuffer`", "container", "AutoBuffer",
+          {"`std::vector`, same growth": "AutoBuffer/std"}, 1.1, sizes=(1, 1000, 1_000_000)),
+    *(Ratio(24, f"an integer of 8, 16, 32, 64 bits as text in base {base}", "conversion", ours,
+            {"`std::to_chars`, and the string made of it": f"{ours}/to_chars"}, 1.3, sizes=(8, 16, 32, 64))
+      for base, ours in ((10, "Decimal"), (16, "Hexadecimal"))),
+    Ratio(25, "`CurrentSystemTime`", "clock", "TimeStamp", {"`gettimeofday`": "TimeStamp/gettimeofday"}, 1.5,
+          instructions=True),
 ]

@@ -56,24 +56,39 @@ def time_text(nanoseconds):
     return f"{nanoseconds:.3g} ns"
 
 
+def sized(row, name):
+    """The benchmarks that bear a name of a row: one for each size, if it has any."""
+    return [f"{name}/{size}" for size in row.sizes] or [name]
+
+
 def fastest_peer(row, times):
-    return min(row.peers, key=lambda peer: statistics.median(times[row.peers[peer]][row.clock]))
+    return min(row.peers, key=lambda peer: sum(statistics.median(times[name][row.clock])
+                                               for name in sized(row, row.peers[peer])))
+
+
+def compare(row, ours, theirs):
+    """Repetitions are compared one by one, for what disturbs the machine disturbs both."""
+    pairs = zip(ours, theirs)
+    if row.difference:
+        return Spread.of([one - other for one, other in pairs])
+    return Spread.of([other / one if row.inverted else one / other for one, other in pairs])
 
 
 def ratio_line(row, times, instructions=""):
-    """Repetitions are compared one by one, for what disturbs the machine disturbs both."""
     def values(name):
-        return times[name][row.clock]
+        return [times[each][row.clock] for each in sized(row, name)]
+
+    def medians(lists):
+        return "; ".join(time_text(statistics.median(each)) for each in lists)
 
     peer = fastest_peer(row, times)
     ours, theirs = values(row.ours), values(row.peers[peer])
-    pairs = zip(theirs, ours) if row.inverted else zip(ours, theirs)
-    spread = Spread.of([one / other for one, other in pairs])
-    reached = spread.median >= row.most if row.inverted else spread.median <= row.most
-    return Line(row.number, row.work, time_text(statistics.median(ours)), peer,
-                time_text(statistics.median(theirs)),
-                f"{spread.median:.2f} ({spread.low:.2f} to {spread.high:.2f})",
-                f"{'at least' if row.inverted else 'at most'} {row.most:g}", reached, instructions)
+    spreads = [compare(row, *each) for each in zip(ours, theirs)]
+    reached = all(each.median >= row.most if row.inverted else each.median <= row.most for each in spreads)
+    unit = " ns more" if row.difference else ""
+    return Line(row.number, row.work, medians(ours), peer, medians(theirs),
+                "; ".join(f"{each.median:.2f} ({each.low:.2f} to {each.high:.2f})" for each in spreads),
+                f"{'at least' if row.inverted else 'at most'} {row.most:g}{unit}", reached, instructions)
 
 
 def exponent(sizes, times):

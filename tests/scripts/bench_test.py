@@ -65,6 +65,26 @@ class RatioLine(unittest.TestCase):
             times = bench_report.read_times(written([("work", [ours] * 2), ("one", [99] * 2)]))
             self.assertEqual(bench_report.ratio_line(row, times).reached, reached)
 
+    def test_may_be_nanoseconds_more(self):
+        row = Ratio(1, "work", "program", "work", {"one": "one"}, 5, difference=True)
+        for ours, reached in ((15, True), (15.5, False)):
+            times = bench_report.read_times(written([("work", [ours] * 2), ("one", [10] * 2)]))
+            line = bench_report.ratio_line(row, times)
+            self.assertEqual((line.reached, line.wanted), (reached, "at most 5 ns more"))
+            self.assertTrue(line.ratio.startswith(f"{ours - 10:.2f} ("))
+
+    def test_of_several_sizes_is_reached_if_it_is_for_each(self):
+        row = Ratio(1, "work", "program", "work", {"one": "one", "other": "other"}, 1.5, sizes=(1, 20))
+        for first, last, reached in ((1, 30, True), (2, 20, False), (1, 40, False)):
+            times = bench_report.read_times(written([
+                ("work/1", [first] * 2), ("work/20", [last] * 2), ("one/1", [1] * 2), ("one/20", [20] * 2),
+                ("other/1", [0.5] * 2), ("other/20", [30] * 2)]))
+            line = bench_report.ratio_line(row, times)
+            self.assertEqual((line.peer, line.reached), ("one", reached))
+            self.assertEqual(line.peers, "1 ns; 20 ns")
+            self.assertEqual(line.ratio, "; ".join(f"{value:.2f} ({value:.2f} to {value:.2f})"
+                                                   for value in (first, last / 20)))
+
 
 class GrowthLine(unittest.TestCase):
     def growth(self, *times):

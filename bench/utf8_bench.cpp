@@ -1,0 +1,161 @@
+#include <iconv.h>
+#include <unicode/utf8.h>
+#include <utf8.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+#include "bench/Bench.h"
+#include "kit/Utf8ToWide.h"
+#include "kit/WideToUtf8.h"
+
+namespace qv::bench {
+namespace {
+
+using Utf8 = std::vector<unsigned char>;
+using Wide = std::vector<wchar_t>;
+
+/// About 1 MB.
+Utf8 Repeated(std::string_view text) {
+  Utf8 repeated;
+  while (repeated.size() < 1'000'000)
+    repeated.insert(repeated.end(), text.begin(), text.end());
+  return repeated;
+}
+
+Utf8 Ascii() {
+  return Repeated("The certificate store lies in /var/lib/QVSSLInit, and is made once.\n");
+}
+
+Utf8 Mixed() {
+  return Repeated("Größe, façade, žluťoučký kůň; 証明書は一度だけ作られます。 인증서 😀🔐🎉\n");
+}
+
+// Each kind of conversion writes into room that is large enough, and says how much it wrote.
+
+struct Ours {
+  std::size_t toWide(const Utf8& utf8, Wide& wide) const {
+    return kit::Utf8ToWide(utf8.data(), utf8.data() + utf8.size(), wide.data(),
+                           wide.data() + wide.size());
+  }
+  std::size_t toUtf8(const Wide& wide, std::size_t length, Utf8& utf8) const {
+    return kit::WideToUtf8(wide.data(), wide.data() + length, utf8.data(),
+                           utf8.data() + utf8.size());
+  }
+};
+
+struct Utfcpp {
+  std::size_t toWide(const Utf8& utf8, Wide& wide) const {
+    return Written(wide, utf8::utf8to32(utf8.data(), utf8.data() + utf8.size(), wide.data()));
+  }
+  std::size_t toUtf8(const Wide& wide, std::size_t length, Utf8& utf8) const {
+    return Written(utf8, utf8::utf32to8(wide.data(), wide.data() + length, utf8.data()));
+  }
+
+ private:
+  template <typename Text, typename Unit>
+  static std::size_t Written(const Text& text, const Unit* end) {
+    return static_cast<std::size_t>(end - text.data());
+  }
+};
+
+struct Icu {
+  std::size_t toWide(const Utf8& utf8, Wide& wide) const {
+    std::size_t read = 0;
+    std::size_t written = 0;
+    while (read < utf8.size()) {
+      UChar32 character = 0;
+      U8_NEXT(utf8.data(), read, utf8.size(), character);
+      wide[written++] = character;
+    }
+    return written;
+  }
+  std::size_t toUtf8(const Wide& wide, std::size_t length, Utf8& utf8) const {
+    std::size_t written = 0;
+    for (std::size_t read = 0; read < length; ++read) {
+      UBool failed = false;
+      U8_APPEND(utf8.data(), written, utf8.size(), wide[read], failed);
+      if (failed) return 0;
+    }
+    return written;
+  }
+};
+
+/// Opened once: what that takes is of no account for so much text.
+struct Iconv {
+  Iconv() = default;
+  Iconv(const Iconv&) = delete;
+  Iconv& operator=(const Iconv&) = delete;
+  ~Iconv() {
+    ::iconv_close(decoder);
+    ::iconv_close(encoder);
+  }
+
+  std::size_t toWide(const Utf8& utf8, Wide& wide) const {
+    return Convert(decoder, utf8.data(), utf8.size(), wide);
+  }
+  std::size_t toUtf8(const Wide& wide, std::size_t length, Utf8& utf8) const {
+    return Convert(encoder, wide.data(), length, utf8);
+  }
+
+ private:
+  template <typename From, typename To>
+  static std::size_t Convert(iconv_t descriptor, const From* text, std::size_t length, To& to) {
+    char* in = const_cast<char*>(reinterpret_cast<const char*>(text));
+    std::size_t inLeft = length * sizeof(From);
+    char* out = reinterpret_cast<char*>(to.data());
+    std::size_t outLeft = to.size() * sizeof(to[0]);
+    ::iconv(descriptor, &in, &inLeft, &out, &outLeft);
+    return to.size() - outLeft / sizeof(to[0]);
+  }
+
+  iconv_t decoder = ::iconv_open("WCHAR_T", "UTF-8");
+  iconv_t encoder = ::iconv_open("UTF-8", "WCHAR_T");
+};
+
+/// No conversion at all: as fast as ASCII can be.
+struct Copying {
+  std::size_t toWide(const Utf8& utf8, Wide& wide) const { return Copy(utf8, utf8.size(), wide); }
+  std::size_t toUtf8(const Wide& wide, std::size_t length, Utf8& utf8) const {
+    return Copy(wide, length, utf8);
+  }
+
+ private:
+  template <typename From, typename To>
+  static std::size_t Copy(const From& from, std::size_t length, To& to) {
+    for (std::size_t i = 0; i < length; ++i)
+      to[i] = static_cast<typename To::value_type>(from[i]);
+    return length;
+  }
+};
+
+template <typename Conversion, Utf8 (*text)()>
+void ThereAndBack(benchmark::State& state) {
+  const Conversion conversion;
+  const Utf8 utf8 = text();
+  Wide wide(utf8.size());
+  Utf8 back(utf8.size());
+  for (auto _ : state) {
+    const std::size_t length = conversion.toWide(utf8, wide);
+    benchmark::DoNotOptimize(conversion.toUtf8(wide, length, back));
+    benchmark::ClobberMemory();
+  }
+  Require(back == utf8);
+}
+
+}  // namespace
+
+void AddBenchmarks() {
+  Add("Ascii", ThereAndBack<Ours, Ascii>);
+  Add("Ascii/utfcpp", ThereAndBack<Utfcpp, Ascii>);
+  Add("Ascii/icu", ThereAndBack<Icu, Ascii>);
+  Add("Ascii/copying", ThereAndBack<Copying, Ascii>);
+  Add("Mixed", ThereAndBack<Ours, Mixed>);
+  Add("Mixed/utfcpp", ThereAndBack<Utfcpp, Mixed>);
+  Add("Mixed/icu", ThereAndBack<Icu, Mixed>);
+  Add("Mixed/iconv", ThereAndBack<Iconv, Mixed>);
+}
+
+}  // namespace qv::bench
