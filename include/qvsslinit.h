@@ -3,14 +3,16 @@
  *
  * Both functions may be called from any thread, at any time, concurrently. Neither lets an
  * exception out or ends the process, and a thread that is cancelled meanwhile finishes the call
- * first. What they have to say goes to the trace engine, where one is installed. Nothing is
- * printed, unless "vantis.ini" asks for it: a file that is read once, when the library is loaded,
- * from the current directory of the process. With [NVE] ShowReleaseAsserts = true in it, each
- * internal check that fails leaves a line on standard error.
+ * first, unless its cancellation is of the asynchronous type. What they have to say goes to the
+ * trace engine, where one is installed. Nothing is printed, unless "vantis.ini" asks for it: a file
+ * that is read once, when the library is loaded, from the current directory of the process. With
+ * [NVE] ShowReleaseAsserts = true in it, each internal check that fails leaves a line on standard
+ * error.
  *
  * An Init within a call of the same thread gives null, whoever makes it: a library that is being
- * loaded, whatever OpenSSL or the trace engine calls back meanwhile, a signal handler. A signal
- * handler must not longjmp out of a call, and Uninit is not for signal handlers.
+ * loaded, whatever OpenSSL or the trace engine calls back meanwhile, a signal handler. At any other
+ * moment a signal handler may call neither: both allocate, and wait for locks. Nor may it leave a
+ * call by longjmp or pthread_exit.
  *
  * Example:
  *     struct QvSslInitHandle* handle = QVSSLINIT_Init();
@@ -62,7 +64,8 @@ QVSSLINIT_API struct QvSslInitHandle* QVSSLINIT_Init(void);
  *
  * A child process has the handles of its parent and a count of its own. One that was forked off
  * while some thread was in either function has lost what that thread had begun: there Init gives
- * null and Uninit does nothing.
+ * null and Uninit does nothing. A child that is made past fork(), by _Fork() or clone(), cannot be
+ * known for one: it may call neither function.
  */
 QVSSLINIT_API void QVSSLINIT_Uninit(struct QvSslInitHandle* handle);
 

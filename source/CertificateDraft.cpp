@@ -121,7 +121,9 @@ void CertificateDraft::makeUnderBothNames() noexcept {
   const std::optional<struct stat> made = Make(secondName_, O_EXCL);
   if (!made) return;
   const auto link = [this] { return ::link(secondName_.c_str(), file_.c_str()); };
-  if (RepeatWhileInterrupted(link) == 0) {
+  // A server of files may have made the link, and lost the answer.
+  struct stat entry {};
+  if (RepeatWhileInterrupted(link) == 0 || (LookAt(file_.c_str(), entry) && IsSame(entry, *made))) {
     made_ = made;
     hasSecondName_ = true;
   } else {

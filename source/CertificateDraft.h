@@ -14,8 +14,8 @@ namespace qvsslinit {
 /// another in its place.
 ///
 /// Where there can be no second name, such as on file systems without hard links, all that is lost
-/// is that a later process could tell. Reports nothing: whatever fails here leaves the certificate
-/// to be written as if there were no draft.
+/// is that a later process could tell. Reports nothing: where not even the file can be made, its
+/// writing will fail as well and say why.
 class CertificateDraft {
  public:
   /// Removes file if it is what a process that was killed left: the same as secondName, and without
@@ -33,6 +33,9 @@ class CertificateDraft {
   /// Takes the second name away, and the file before it unless finish() was successful. Removes
   /// nothing but what the constructor made.
   ~CertificateDraft();
+
+  /// Whether there is an empty file now that is this draft's.
+  bool isMade() const noexcept { return made_.has_value(); }
 
   /// Whether the file, which must be closed, is going to stay: it is whole, or cannot be judged, or
   /// is somebody else's by now.

@@ -12,6 +12,7 @@
 #include "kit/osdep/GetHostName.h"
 #include "kit/osdep/RepeatWhileInterrupted.h"
 #include "kit/osdep/path.h"
+#include "source/CallUnderWay.h"
 #include "source/CertificateDraft.h"
 #include "source/PemFile.h"
 #include "source/SeedPRNG.h"
@@ -62,10 +63,10 @@ bool ParentExists(const WString& dir) {
   return path::IsDirectory(path::DirName(path::DirName(dir)));
 }
 
-/// The certificate's second name while it is being written.
+/// The certificate's second name while it is being written: one that nobody else would give a file.
 String DraftFile() {
   const String store(GetCertStoreDir());
-  return path::Join(path::Join(store, "temp"), "server_0.cer");
+  return path::Join(path::Join(store, "temp"), "server_0.cer.unfinished");
 }
 
 /// Opens file for reading, without waiting for anybody to write to it if it is a pipe; -1, with
@@ -84,6 +85,28 @@ bool IsShortage(int error) noexcept {
 bool IsThere(const String& file) noexcept {
   struct stat entry {};
   return qv::kit::osdep::RepeatWhileInterrupted([&] { return ::lstat(file.c_str(), &entry); }) == 0;
+}
+
+/// Whether file can be read. Where that cannot be told, what is there must not be written over.
+bool Exists(const String& file) noexcept {
+  const int descriptor = OpenForReading(file);
+  if (descriptor == -1) return IsShortage(errno) && IsThere(file);
+  ::close(descriptor);
+  return true;
+}
+
+/// To open it would wait until somebody reads from it.
+bool IsPipe(const String& file) noexcept {
+  struct stat entry {};
+  const auto look = [&] { return ::stat(file.c_str(), &entry); };
+  return qv::kit::osdep::RepeatWhileInterrupted(look) == 0 && S_ISFIFO(entry.st_mode);
+}
+
+/// Why a pair that this process is making may not be put in place any more, or null.
+const char* WhyUnwanted() {
+  if (CallUnderWay::wasCutOff()) return "The pair is the parent process's to make";
+  if (Exists(CertificateFile())) return "Somebody has put a certificate in place meanwhile";
+  return nullptr;
 }
 
 }  // namespace
@@ -203,10 +226,7 @@ bool DefaultCertCreator::defaultCertificateExists() {
   static constexpr const char* kFunctionName = "DefaultCertCreator::defaultCertificateExists";
   TraceTagEE scope(kTraceCreatorScopes, kFunctionName);
   const String file = CertificateFile();
-  const int descriptor = OpenForReading(file);
-  // Where it cannot be told, what is there must not be written over.
-  const bool exists = descriptor != -1 || (IsShortage(errno) && IsThere(file));
-  if (descriptor != -1) ::close(descriptor);
+  const bool exists = Exists(file);
   XTraceLog(g_pGLogger, kTraceCertificate, kFunctionName, "Default Certificate %s at '%s'",
             exists ? "exists" : "does not exist", file.c_str());
   return exists;
@@ -246,6 +266,7 @@ const char* DefaultCertCreator::makeKeyAndCertificate(const Request& request, St
   const Owner<EVP_PKEY> key(newKey, pTable_.EVP_PKEY_free);
   if (Failed(status)) return "Failed to generate new RSA key";
 
+  if (const char* reason = WhyUnwanted()) return reason;
   saveKeyToFile(key.get(), status);
   if (Failed(status)) return "Failed to save key to disk";
 
@@ -253,6 +274,7 @@ const char* DefaultCertCreator::makeKeyAndCertificate(const Request& request, St
   if (x == nullptr) return "Couldn't allocate X509 object";
   if (const char* failure = fillIn(x.get(), key.get(), request)) return failure;
 
+  if (const char* reason = WhyUnwanted()) return reason;
   saveX509ToFile(x.get(), status);
   return Failed(status) ? "Error writing self-signed cert to disk" : nullptr;
 }
@@ -402,7 +424,7 @@ void DefaultCertCreator::saveKeyToFile(EVP_PKEY* key, StatusChain& status) {
   }
   if (Failed(status)) return;
   const String file = KeyFile();
-  OpenFile bio(pTable_.BIO_new_file(file.c_str(), "w"), pTable_.BIO_free);
+  OpenFile bio(IsPipe(file) ? nullptr : pTable_.BIO_new_file(file.c_str(), "w"), pTable_.BIO_free);
   if (bio == nullptr) {
     XTraceError(g_pGLogger, kFunctionName, "Could not create '%s' to write key to disk",
                 file.c_str());
@@ -444,6 +466,11 @@ void DefaultCertCreator::saveX509ToFile(X509* x, StatusChain& status) {
   const String file = CertificateFile();
   const String secondName = DraftFile();
   CertificateDraft draft(file, secondName);
+  // Somebody was faster by a moment.
+  if (!draft.isMade() && Exists(file)) {
+    status.set(kFailed);
+    return;
+  }
   OpenFile bio(pTable_.BIO_new_file(file.c_str(), "w"), pTable_.BIO_free);
   if (bio == nullptr) {
     XTraceError(g_pGLogger, kFunctionName, "Could not create '%s' to write cert to disk",

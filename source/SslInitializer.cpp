@@ -28,6 +28,8 @@ SslInitializer::SslInitializer() {
   } else {
     status_.set(kFailed);
   }
+  // OpenSSL's start may fork too, and so may a signal handler.
+  if (CallUnderWay::wasCutOff()) status_.set(kFailed);
 }
 
 SslInitializer::~SslInitializer() {

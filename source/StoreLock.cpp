@@ -34,10 +34,10 @@ bool Lock(int descriptor, milliseconds patience) noexcept {
 }  // namespace
 
 StoreLock::StoreLock(const qv::kit::String& directory, milliseconds patience) noexcept
-    : descriptor_(RepeatWhileInterrupted(
+    : owner_(::getpid()),
+      descriptor_(RepeatWhileInterrupted(
           [&] { return ::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); })),
-      isHeld_(descriptor_ != -1 && Lock(descriptor_, patience)),
-      owner_(::getpid()) {}
+      isHeld_(descriptor_ != -1 && Lock(descriptor_, patience)) {}
 
 StoreLock::~StoreLock() {
   if (descriptor_ == -1) return;

@@ -34,9 +34,9 @@ class StoreLock {
   bool isHeld() const noexcept { return isHeld_; }
 
  private:
+  pid_t owner_;  // known before the lock is waited for: a signal handler may fork meanwhile
   int descriptor_;
   bool isHeld_;
-  pid_t owner_;
 };
 
 }  // namespace qvsslinit

@@ -1,8 +1,9 @@
 """What stands in the way of an attacker in each file that is shipped, looked at from outside.
 
-Usage: hardening_test.py FILE... -- [TestCase.test]
+Usage: hardening_test.py COMPILE_COMMANDS FILE... -- [TestCase.test]
 """
 
+import json
 import pathlib
 import platform
 import re
@@ -13,7 +14,8 @@ import unittest
 import tool
 
 END = sys.argv.index("--")
-FILES = [pathlib.Path(name) for name in sys.argv[1:END]]
+COMMANDS = json.loads(pathlib.Path(sys.argv[1]).read_text())
+FILES = [pathlib.Path(name) for name in sys.argv[2:END]]
 del sys.argv[1:END + 1]
 
 # Too small to hold a buffer that could run over.
@@ -85,6 +87,27 @@ class Hardening(unittest.TestCase):
                                          re.MULTILINE))
                 entry = next(name for name in ENTRIES if name in begins)
                 self.assertEqual(begins[entry], "endbr64", entry)
+
+
+class Compilation(unittest.TestCase):
+    ROOT = pathlib.Path(__file__).resolve().parents[2]
+    FOLDERS = {"source", "kit", "qvini", "engine", "adapters", "tools"}
+
+    def commands(self):
+        """Those of what is shipped; the tests compile some of the same sources for themselves."""
+        found = [command for command in COMMANDS
+                 if any(pathlib.Path(command["file"]).resolve().is_relative_to(self.ROOT / folder)
+                        for folder in self.FOLDERS) and " -o tests/" not in command["command"]]
+        self.assertGreater(len(found), 100)
+        return found
+
+    def test_asks_for_every_protection_in_every_source(self):
+        flags = ["-fstack-protector-strong", "-fstack-clash-protection", "-D_FORTIFY_SOURCE=3"]
+        if platform.machine() == "x86_64":
+            flags.append("-fcf-protection=full")
+        for command in self.commands():
+            with self.subTest(file=command["file"]):
+                self.assertEqual([flag for flag in flags if flag not in command["command"].split()], [])
 
 
 class Tool(unittest.TestCase):

@@ -38,19 +38,23 @@ class SetUserId(unittest.TestCase):
         self.directory = pathlib.Path(folder.name)
         self.directory.chmod(0o755)
         # Whose rights the program has may read them too, wherever the build tree is.
-        for name in ("libqvsslinit.so", "libeay32.dylib", "libssleay32.dylib"):
+        for name in ("libqvsslinit.so", "libqv_traceengine.dylib", "libeay32.dylib",
+                     "libssleay32.dylib"):
             shutil.copy(BUILD / "lib" / name, self.directory)
         self.host = pathlib.Path(shutil.copy(BUILD / "bin" / "minimal_host", self.directory))
         self.data = self.directory / "data"
         self.data.mkdir()
         self.data.chmod(0o777)
+        (self.directory / "qvsslinit.cfg").write_text("Initializer : 4 : yes\n")
 
     def run_host(self):
         return subprocess.run([self.host, self.directory / "libqvsslinit.so"], capture_output=True,
                               text=True, timeout=60,
-                              env={"LC_ALL": "C", "QVPUBAPPDATADIR": str(self.data)})
+                              env={"LC_ALL": "C", "QVPUBAPPDATADIR": str(self.data),
+                                   "QV_TRACE_CONFIG_DIR": str(self.directory),
+                                   "QV_TRACE_OUTPUT": str(self.data / "trace.log")})
 
-    def test_program_does_not_take_the_callers_word_for_where_keys_are(self):
+    def test_program_does_not_take_the_callers_word_for_where_keys_and_traces_are(self):
         if pathlib.Path("/var/lib/kestrix").exists():
             raise unittest.SkipTest("this machine has a store of its own, which is no test's")
         lend(self.host)
@@ -63,6 +67,7 @@ class SetUserId(unittest.TestCase):
         done = self.run_host()
         self.assertIn("OpenSSL is ready", done.stdout)
         self.assertTrue((self.data / "certstore" / "server_certs" / "server_0.key").exists())
+        self.assertIn("SslInitializerImplementation", (self.data / "trace.log").read_text())
 
 
 if __name__ == "__main__":

@@ -48,9 +48,10 @@ class DefaultCertCreatorTest : public testing::Test {
     ::setenv("QVPUBAPPDATADIR", directory_.path("").c_str(), 1);
     qvsslinit::g_pGLogger = &logger_;
     // A certificate that is there keeps the constructor from making one.
-    directory_.write("certstore/server_certs/server_0.cer", "there");
+    directory_.write(kCertificate, "there");
     status_.clear();
     creator_ = std::make_unique<DefaultCertCreator>(openssl_.table(), openssl_.objects(), status_);
+    std::filesystem::remove(directory_.path(kCertificate));
     journal_.clearLines();
     records_.clear();
   }
@@ -67,6 +68,23 @@ class DefaultCertCreatorTest : public testing::Test {
                                           serial, detail, status_);
     return {status_.code(), detail.c_str()};
   }
+
+  /// In the middle of a call of OpenSSL's.
+  void expectPairToStayThatIsPutThereIn(const char* call) {
+    journal_.onCall(call, [this] {
+      directory_.write(kKey, "their key");
+      directory_.write(kCertificate, "their certificate");
+    });
+    const Outcome outcome = create(L"US", L"", 1, 0);
+    EXPECT_EQ(outcome.code, -1);
+    EXPECT_EQ(outcome.detail, "Somebody has put a certificate in place meanwhile");
+    EXPECT_EQ(directory_.read(kKey), "their key");
+    EXPECT_EQ(directory_.read(kCertificate), "their certificate");
+    expectNothingLeftBehind();
+  }
+
+  static constexpr const char* kKey = "certstore/server_certs/server_0.key";
+  static constexpr const char* kCertificate = "certstore/server_certs/server_0.cer";
 
   void expectNothingLeftBehind() {
     EXPECT_THAT(journal_.misuses(), IsEmpty());
@@ -173,6 +191,7 @@ TEST_F(DefaultCertCreatorTest, ValidityIsCountedInDaysOf86400Seconds) {
 
 TEST_F(DefaultCertCreatorTest, ValidityThat32BitsOfSecondsCannotHoldFails) {
   EXPECT_EQ(create(L"US", L"", 24855, 0).code, 0);
+  std::filesystem::remove(directory_.path(kCertificate));
   const Outcome outcome = create(L"US", L"", 24856, 0);
   EXPECT_EQ(outcome.code, -1);
   EXPECT_EQ(outcome.detail, "Error setting notAfter time");
@@ -212,7 +231,8 @@ TEST_F(DefaultCertCreatorTest, BuiltAfterAFailureDoesEverythingButMakeACertifica
 }
 
 TEST_F(DefaultCertCreatorTest, ACertificateIsNotTakenForMissingForWantOfDescriptors) {
-  const std::string certificate = directory_.path("certstore/server_certs/server_0.cer");
+  const std::string certificate = directory_.path(kCertificate);
+  directory_.write(kCertificate, "there");
   DefaultCertCreator& creator = *creator_;
   const qv::tests::NoDescriptors none;
   EXPECT_TRUE(creator.defaultCertificateExists());
@@ -221,6 +241,7 @@ TEST_F(DefaultCertCreatorTest, ACertificateIsNotTakenForMissingForWantOfDescript
 }
 
 TEST_F(DefaultCertCreatorTest, ACertificateIsTakenForMissingForNoShortageOfTheSystem) {
+  directory_.write(kCertificate, "there");
   const auto existsWhenOpenFailsWith = [this](int error) {
     return InChild([&] {
       DenySystemCall(SYS_openat, static_cast<unsigned>(error));
@@ -234,14 +255,48 @@ TEST_F(DefaultCertCreatorTest, ACertificateIsTakenForMissingForNoShortageOfTheSy
 }
 
 TEST_F(DefaultCertCreatorTest, ACertificateThatIsAPipeIsThereAndNotWaitedFor) {
-  const std::string certificate = directory_.path("certstore/server_certs/server_0.cer");
-  std::filesystem::remove(certificate);
+  const std::string certificate = directory_.path(kCertificate);
   ASSERT_EQ(::mkfifo(certificate.c_str(), 0600), 0);
   EXPECT_EQ(InChild([this] {
               ::alarm(10);
               return creator_->defaultCertificateExists() ? 1 : 0;
             }),
             1);
+}
+
+TEST_F(DefaultCertCreatorTest, APairThatSomebodyPutsThereWhileAKeyIsMadeStays) {
+  expectPairToStayThatIsPutThereIn("RSA_generate_key");
+}
+
+TEST_F(DefaultCertCreatorTest, APairThatSomebodyPutsThereWhileACertificateIsSignedStays) {
+  expectPairToStayThatIsPutThereIn("X509_sign");
+}
+
+TEST_F(DefaultCertCreatorTest, ACertificateThatIsThereIsNotWrittenOver) {
+  directory_.write(kCertificate, "their certificate");
+  auto* certificate = openssl_.table().X509_new();
+  creator_->saveX509ToFile(certificate, status_);
+  openssl_.table().X509_free(certificate);
+  EXPECT_EQ(status_.code(), -1);
+  EXPECT_EQ(directory_.read(kCertificate), "their certificate");
+  EXPECT_THAT(journal_.linesOf("BIO_new_file"), IsEmpty());
+}
+
+TEST_F(DefaultCertCreatorTest, AKeyThatIsAPipeIsNotWaitedFor) {
+  const std::string key = directory_.path(kKey);
+  ASSERT_EQ(::mkfifo(key.c_str(), 0600), 0);
+  EXPECT_EQ(InChild([&] {
+              ::alarm(10);
+              return create(L"US", L"", 1, 0).code == -1 &&
+                             records_.under("ERROR") ==
+                                 std::vector<std::string>{
+                                     "ERROR | DefaultCertCreator::saveKeyToFile | Could not "
+                                     "create '" +
+                                     key + "' to write key to disk"}
+                         ? 0
+                         : 1;
+            }),
+            0);
 }
 
 TEST_F(DefaultCertCreatorTest, AKeyMayGoToADevice) {
@@ -251,10 +306,9 @@ TEST_F(DefaultCertCreatorTest, AKeyMayGoToADevice) {
 }
 
 TEST_F(DefaultCertCreatorTest, WhatAKilledProcessLeftIsRemovedAndReplaced) {
-  std::filesystem::remove(directory_.path("certstore/server_certs/server_0.cer"));
   directory_.makeDirectory("certstore/temp");
-  directory_.write("certstore/temp/server_0.cer", "-----BEGIN CERTIFICATE-----\n");
-  std::filesystem::create_hard_link(directory_.path("certstore/temp/server_0.cer"),
+  directory_.write("certstore/temp/server_0.cer.unfinished", "-----BEGIN CERTIFICATE-----\n");
+  std::filesystem::create_hard_link(directory_.path("certstore/temp/server_0.cer.unfinished"),
                                     directory_.path("certstore/server_certs/server_0.cer"));
   const DefaultCertCreator other(openssl_.table(), openssl_.objects(), status_);
   EXPECT_EQ(status_.code(), 0);

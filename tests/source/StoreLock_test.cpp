@@ -2,13 +2,18 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/syscall.h>
+#include <sys/time.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <memory>
 
+#include "tests/doubles/DeniedSystemCall.h"
 #include "tests/doubles/InChild.h"
 #include "tests/doubles/TemporaryDirectory.h"
 
@@ -68,6 +73,39 @@ TEST_F(StoreLockTest, IsLeftThoughAChildHasTheDirectoryOpen) {
   EXPECT_TRUE(canBeHad());
   ::close(ends[0]);
   ::close(ends[1]);
+}
+
+std::unique_ptr<StoreLock> g_heldByAnother;
+volatile std::sig_atomic_t g_child = -1;
+
+// A signal handler of the host's that forks a child, which goes on beside its parent.
+TEST_F(StoreLockTest, StaysWithItsProcessWhenAChildWasForkedWhileItWaited) {
+  g_heldByAnother = std::make_unique<StoreLock>(directory_);
+  std::signal(SIGALRM, [](int) {
+    g_child = ::fork();
+    g_heldByAnother.reset();
+  });
+  const itimerval soon{{0, 0}, {0, 20000}};
+  ::setitimer(ITIMER_REAL, &soon, nullptr);
+  auto lock = std::make_unique<StoreLock>(directory_, 1min);
+  while (g_child == -1)
+    ::pause();
+  if (g_child == 0) {
+    lock.reset();
+    ::_exit(0);
+  }
+  ::waitpid(g_child, nullptr, 0);
+  EXPECT_TRUE(lock->isHeld());
+  EXPECT_FALSE(canBeHad());
+}
+
+TEST_F(StoreLockTest, IsNotWaitedForWhereThereAreNoLocks) {
+  EXPECT_EQ(qv::tests::InChild([this] {
+              ::alarm(10);
+              qv::tests::DenySystemCall(SYS_flock, ENOLCK);
+              return canBeHad(1h) ? 1 : 0;
+            }),
+            0);
 }
 
 TEST_F(StoreLockTest, StaysWithItsProcessWhenAChildThatWasForkedMeanwhileLeavesItsScope) {

@@ -2,6 +2,8 @@
 
 #include <dlfcn.h>
 
+#include <filesystem>
+#include <iterator>
 #include <new>
 #include <thread>
 
@@ -115,6 +117,11 @@ std::string TroubleAfter(const HostRun& run, const Site& site) {
   if (!next.ready) return "the next Init gave null";
   if (next.number != (run.ready ? 2 : 1)) return "a number was lost, or given out twice";
   return IsLoaded(site.crypto()) ? "a handle stayed counted" : "";
+}
+
+int CountDescriptors() {
+  const std::filesystem::directory_iterator descriptors("/proc/self/fd");
+  return static_cast<int>(std::distance(begin(descriptors), end(descriptors)));
 }
 
 }  // namespace qv::tests

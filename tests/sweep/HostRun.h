@@ -28,4 +28,7 @@ bool operator==(const HostRun& a, const HostRun& b);
 /// library without a lock held or a handle counted, and the INI file must be as it was or complete.
 std::string TroubleAfter(const HostRun& run, const Site& site);
 
+/// How many descriptors the process has, and one for the counting.
+int CountDescriptors();
+
 }  // namespace qv::tests

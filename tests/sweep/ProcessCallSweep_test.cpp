@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 
 #include "tests/doubles/InChild.h"
@@ -25,18 +26,24 @@ namespace {
 class AllocationSweep : public ProcessCallSweep {
  protected:
 #if defined(QV_SANITIZED)
-  /// A run takes several times as long: a sample must do. And the loader, which has more to close
-  /// here, keeps its lock for ever when it has no memory for that.
-  static constexpr std::uint64_t kStride = 5;
+  /// A run takes several times as long: a sample must do unless QV_SWEEP_STRIDE says otherwise. And
+  /// the loader, which has more to close here, keeps its lock for ever when it has no memory for
+  /// that.
+  static constexpr std::uint64_t kUsualStride = 5;
   static constexpr bool kSparesLoader = true;
 
   bool leaks() const override {
     return __lsan_do_recoverable_leak_check() != 0;
   }
 #else
-  static constexpr std::uint64_t kStride = 1;
+  static constexpr std::uint64_t kUsualStride = 1;
   static constexpr bool kSparesLoader = false;
 #endif
+
+  static std::uint64_t stride() {
+    const char* const wanted = std::getenv("QV_SWEEP_STRIDE");
+    return wanted == nullptr ? kUsualStride : std::strtoull(wanted, nullptr, 10);
+  }
 
   static Fault noMemory(Failing failing) {
     return {ProcessCall::kMemory, ENOMEM, failing, Threads::kThisOne, kSparesLoader};
@@ -44,16 +51,27 @@ class AllocationSweep : public ProcessCallSweep {
 };
 
 TEST_F(AllocationSweep, AnyAllocationMayFail) {
-  const Result result = sweep(noMemory(Failing::kOne), kStride);
+  const Result result = sweep(noMemory(Failing::kOne), stride());
   EXPECT_GT(result.calls, 800u);
   EXPECT_GT(result.nulls, 1);
 }
 
 TEST_F(AllocationSweep, MemoryMayRunOutForGoodAtAnyTime) {
-  const Result result = sweep(noMemory(Failing::kAllFrom), 7 * kStride);
+  const Result result = sweep(noMemory(Failing::kAllFrom), 7 * stride());
   EXPECT_GT(result.calls, 800u);
   EXPECT_GT(result.nulls, 1);
 }
+
+#if defined(QV_SANITIZED)
+TEST_F(AllocationSweep, WouldNoticeMemoryThatIsLost) {
+  EXPECT_EQ(InChild([this] {
+              void* volatile lost = ::operator new(1);
+              lost = nullptr;
+              return leaks() ? 1 : 0;
+            }),
+            1);
+}
+#endif
 
 // A sanitizer takes memory for each thread, and needs the other calls for itself.
 #if !defined(QV_SANITIZED)

@@ -60,9 +60,10 @@ class Site {
   void putLeftover() const {
     directory_.makeDirectory("data/certstore/server_certs");
     directory_.makeDirectory("data/certstore/temp");
-    directory_.write("data/certstore/temp/server_0.cer", "-----BEGIN CERT");
-    std::filesystem::create_hard_link(directory_.path("data/certstore/temp/server_0.cer"),
-                                      directory_.path(kCertificate));
+    directory_.write("data/certstore/temp/server_0.cer.unfinished", "-----BEGIN CERT");
+    std::filesystem::create_hard_link(
+        directory_.path("data/certstore/temp/server_0.cer.unfinished"),
+        directory_.path(kCertificate));
   }
 
   /// A pair of somebody else's in the store.

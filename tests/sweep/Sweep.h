@@ -23,6 +23,7 @@ class Sweep : public testing::Test {
   struct Report {
     HostRun run;
     std::uint64_t calls;
+    int descriptors;
     char trouble[200];
   };
 
@@ -35,6 +36,17 @@ class Sweep : public testing::Test {
   }
   ~Sweep() override { ::munmap(report_, sizeof(Report)); }
 
+  /// Learns how many descriptors a process has in the end that nothing disturbs.
+  void SetUp() override {
+    InChild([this] {
+      report_->run = HostRun::On(site_);
+      tellTrouble();
+      return 0;
+    });
+    mostDescriptors_ = report_->descriptors;
+    site_.clear();
+  }
+
   /// What is wrong with key and certificate, or nothing. There may be none.
   virtual std::string troubleWithPair() const { return TroubleWithBarePair(site_); }
 
@@ -43,10 +55,12 @@ class Sweep : public testing::Test {
     ::alarm(kPatience);
     const std::string trouble = TroubleAfter(report_->run, site_);
     trouble.copy(report_->trouble, sizeof(report_->trouble) - 1);
+    report_->descriptors = CountDescriptors();
   }
 
   void expectNoTrouble() const {
     EXPECT_STREQ(report_->trouble, "");
+    EXPECT_LE(report_->descriptors, mostDescriptors_) << "a descriptor was lost";
     EXPECT_EQ(troubleWithPair(), "");
   }
 
@@ -70,6 +84,7 @@ class Sweep : public testing::Test {
 
   Site site_;
   Report* report_;
+  int mostDescriptors_ = 0;
 };
 
 }  // namespace qv::tests

@@ -14,6 +14,7 @@
 #include <future>
 #include <string>
 #include <thread>
+#include <utility>
 
 #include "tests/doubles/engine/EngineJournal.h"
 #include "tests/doubles/openssl/OpensslDouble.h"
@@ -264,11 +265,13 @@ TEST_F(EndsOfAChild, WhoseHostRegistersAHandlerBeforeTheFirstInitAreGood) {
 }
 
 TEST_F(EndsOfAChild, ThatALibraryForksWhileItIsLoadedOrUnloadedAreGood) {
-  for (const char* where : {"SSL_library_init", "X509_new", "unload libeay32.dylib"}) {
+  for (const char* where :
+       {"SSL_library_init", "RSA_generate_key", "X509_new", "unload libeay32.dylib"}) {
     expectGoodEnd([&] {
       const pid_t parent = ::getpid();
-      journal_.onCall(where, [parent] {
-        if (::getpid() != parent) return;
+      bool hasForked = false;
+      journal_.onCall(where, [&] {
+        if (std::exchange(hasForked, true)) return;
         const pid_t child = ::fork();
         Require(child != -1, "there is a child");
         if (child == 0) {
@@ -278,6 +281,8 @@ TEST_F(EndsOfAChild, ThatALibraryForksWhileItIsLoadedOrUnloadedAreGood) {
         int status = 0;
         ::waitpid(child, &status, 0);
         Require(WIFEXITED(status) && WEXITSTATUS(status) == 0, "the child ended well");
+        Require(!installation_.storeHas("server_certs/server_0.cer") || where[0] == 'u',
+                "the child leaves the certificate to its parent");
       });
       QvSslInitHandle* handle = installation_.init();
       const bool isChild = ::getpid() != parent;
@@ -286,6 +291,26 @@ TEST_F(EndsOfAChild, ThatALibraryForksWhileItIsLoadedOrUnloadedAreGood) {
       if (::getpid() == parent) initSurely();
     });
   }
+}
+
+TEST_F(EndsOfAChild, ThatIsForkedWhileOpensslIsStartedAgainAreGood) {
+  expectGoodEnd([this] {
+    installation_.uninit(initSurely());
+    const pid_t parent = ::getpid();
+    journal_.onCall("SSL_library_init", [parent] {
+      if (::getpid() != parent) return;
+      if (::fork() == 0) {
+        ::alarm(kDeadlineSeconds);
+        return;  // into the middle of the call
+      }
+      int status = 0;
+      ::wait(&status);
+      Require(WIFEXITED(status) && WEXITSTATUS(status) == 0, "the child ended well");
+    });
+    QvSslInitHandle* handle = installation_.init();
+    Require((handle == nullptr) == (::getpid() != parent),
+            "Init gives a handle in the parent alone");
+  });
 }
 
 TEST_F(Ends, OfAThreadMayComeAfterItsOwnLastUninitAndTheClosingOfTheLibrary) {

@@ -41,6 +41,15 @@ TEST(LockArray, KeepsLocksInMemoryUntilTheyAreLeft) {
   }
 }
 
+TEST(LockArray, KeepsNothingInMemoryForAnEnteringThatFoundNoLocks) {
+  const FailingMutexes mutexes;
+  LockArray locks;
+  locks.enter(0);
+  locks.create(1);
+  locks.destroy();
+  EXPECT_EQ(mutexes.mutexesAlive(), 0);
+}
+
 TEST(LockArray, KeepsTheOldLocksWhereThereIsNoMemoryForNewOnes) {
   LockArray locks;
   locks.create(2);

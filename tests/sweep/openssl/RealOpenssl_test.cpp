@@ -43,7 +43,10 @@ void StartOpenssl() {
 class KilledInit : public KilledHost {
  protected:
   KilledInit() : KilledHost(QV_CRYPTO_ADAPTER, QV_SSL_ADAPTER) {}
-  void SetUp() override { StartOpenssl(); }
+  void SetUp() override {
+    StartOpenssl();
+    Sweep::SetUp();
+  }
   std::string troubleWithPair() const override { return TroubleWithRealPair(site_); }
 };
 
@@ -56,7 +59,10 @@ TEST_F(KilledInit, LeavesAStoreThatTheNextOneHasOrMakesAPairIn) {
 class ManyInits : public ManyProcesses {
  protected:
   ManyInits() : ManyProcesses(QV_CRYPTO_ADAPTER, QV_SSL_ADAPTER) {}
-  void SetUp() override { StartOpenssl(); }
+  void SetUp() override {
+    StartOpenssl();
+    Sweep::SetUp();
+  }
   std::string troubleWithPair() const override { return TroubleWithRealPair(site_); }
 };
 
@@ -67,7 +73,10 @@ TEST_F(ManyInits, StartOnOneEmptyStoreTogether) {
 class AllocationSweepOverRealOpenssl : public ProcessCallSweep {
  protected:
   AllocationSweepOverRealOpenssl() : ProcessCallSweep(QV_CRYPTO_ADAPTER, QV_SSL_ADAPTER) {}
-  void SetUp() override { StartOpenssl(); }
+  void SetUp() override {
+    StartOpenssl();
+    Sweep::SetUp();
+  }
   std::string troubleWithPair() const override { return TroubleWithRealPair(site_); }
 };
 

@@ -44,6 +44,13 @@ class KilledHost : public Sweep {
     return kCalls.count(call) != 0;
   }
 
+  static bool isLink(std::uint64_t call) {
+#ifdef SYS_link
+    if (call == SYS_link) return true;
+#endif
+    return call == SYS_linkat;
+  }
+
   /// Starts a host and kills it before the nth of its other calls, counted from 0. False when it
   /// has done its work before that.
   bool killAt(int n) {
