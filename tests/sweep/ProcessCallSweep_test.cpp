@@ -66,6 +66,7 @@ TEST_F(AllocationSweep, MemoryMayRunOutForGoodAtAnyTime) {
 TEST_F(AllocationSweep, WouldNoticeMemoryThatIsLost) {
   EXPECT_EQ(InChild([this] {
               void* volatile lost = ::operator new(1);
+              static_cast<void>(lost);
               lost = nullptr;
               return leaks() ? 1 : 0;
             }),
