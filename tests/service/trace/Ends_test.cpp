@@ -269,8 +269,8 @@ TEST_F(EndsOfAChild, ThatALibraryForksWhileItIsLoadedOrUnloadedAreGood) {
        {"SSL_library_init", "RSA_generate_key", "X509_new", "unload libeay32.dylib"}) {
     expectGoodEnd([&] {
       const pid_t parent = ::getpid();
-      bool hasForked = false;
-      journal_.onCall(where, [&] {
+      static bool hasForked = false;  // the hook is there until the process ends
+      journal_.onCall(where, [this, where] {
         if (std::exchange(hasForked, true)) return;
         const pid_t child = ::fork();
         Require(child != -1, "there is a child");
