@@ -4,6 +4,7 @@
 
 #include <cstring>
 #include <new>
+#include <string_view>
 
 #include "engine/TimeText.h"
 #include "kit/IRefCounted.h"
@@ -39,7 +40,7 @@ class BuiltInEngine final : public ITraceEngine {
   LoggingBlock* getFreeBlock() override { return new (std::nothrow) LoggingBlock(nullptr); }
   bool showTagNames() override { return true; }
   void getConfigDirectory(WString& directory) override { directory = directory_.c_str(); }
-  void noteDroppedRecord() override { Report({{"dropped", true}}); }
+  void noteDroppedRecord() override {}
 
   std::string directory_;
 };
@@ -49,10 +50,9 @@ bool g_isInstalled = false;
 
 /// Whether a search for a trace engine asks for this file.
 bool IsEngineFile(const char* file) {
-  static constexpr char kStem[] = "libqv_traceengine.";
-  const char* slash = std::strrchr(file, '/');
-  const char* name = slash == nullptr ? file : slash + 1;
-  return std::strncmp(name, kStem, sizeof kStem - 1) == 0;
+  static constexpr std::string_view kStem = "libqv_traceengine.";
+  const std::string_view path = file;
+  return path.substr(path.rfind('/') + 1, kStem.size()) == kStem;
 }
 
 }  // namespace

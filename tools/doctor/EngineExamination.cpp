@@ -11,21 +11,13 @@ constexpr char kReplace[] =
     "Put a trace engine there that is built for this library, or remove the file: the library "
     "runs without.";
 
-/// Whether message is what a child says of an engine.
-bool IsEngine(const Fact& message) {
-  const Fact* shows = message.find("shows_tag_names");
-  const Fact* directory = message.find("config_directory");
-  return shows != nullptr && shows->truth() != nullptr && directory != nullptr &&
-         std::holds_alternative<std::string>(directory->value());
-}
-
 void JudgePlaces(const ChildResult& child, Section& section) {
   Fact places = Fact::list();
   std::string missing;
   for (const Fact& message : child.messages) {
     const std::string place = TextIn(message, "place");
     const std::string result = TextIn(message, "result");
-    if (place.empty() || result.empty()) continue;
+    if (place.empty()) continue;
     places.add(message);
     if (result == "missing") {
       missing += (missing.empty() ? "" : ", ") + Printable(place);
@@ -54,15 +46,14 @@ EngineExamination::EngineExamination(const std::string& library, int timeLimit) 
   const ChildResult child = RunChild({kEngineJob, library}, timeLimit);
   JudgePlaces(child, section);
   JudgeEnd(child, section);
-  const auto* engine = child.find("engine");
-  if (engine != nullptr && IsEngine(*engine)) {
-    isFound = true;
-    configDirectory = TextIn(*engine, "config_directory");
-    section.facts["engine"] = *engine;
+  isFound = child.find("config_directory") != nullptr;
+  if (isFound) {
+    configDirectory = child.text("config_directory");
+    const bool showsTagNames = child.isTrue("shows_tag_names");
+    section.facts["engine"] = {{"shows_tag_names", showsTagNames},
+                               {"config_directory", configDirectory}};
     section.ok("It has the tag files in " + Quoted(configDirectory) +
-               (*engine->find("shows_tag_names") == Fact(true)
-                    ? " and wants tag names in the records"
-                    : " and wants no tag names"));
+               (showsTagNames ? " and wants tag names in the records" : " and wants no tag names"));
   }
   section.facts["found"] = isFound;
   if (!isFound) {

@@ -78,16 +78,15 @@ std::string Try(const char* name, StatusChain& status, LibraryInterface<ITraceEn
 void AskEngine(ITraceEngine& engine) {
   WString directory;
   engine.getConfigDirectory(directory);
-  Report({{"engine",
-           {{"shows_tag_names", engine.showTagNames()},
-            {"config_directory", String(directory).c_str()}}}});
+  Report({{"shows_tag_names", engine.showTagNames()},
+          {"config_directory", String(directory).c_str()}});
 }
 
 /// Tries the engine in one place. True when the search ends here, as the library's would.
 bool TryPlace(const char* name, const std::string& file, bool isLast) {
   const FileFacts facts(file);
   if (!facts.isThere()) {
-    Report({{"place", file}, {"result", facts.isHidden() ? facts.kindText() : "missing"}});
+    Report({{"place", file}, {"result", facts.kindText()}});
     return false;
   }
   StatusChain status;

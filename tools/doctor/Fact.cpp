@@ -6,12 +6,6 @@ namespace qv::doctor {
 namespace {
 
 template <typename Wanted>
-Wanted& Become(Fact::Value& value) {
-  if (!std::holds_alternative<Wanted>(value)) value = Wanted();
-  return std::get<Wanted>(value);
-}
-
-template <typename Wanted>
 const Wanted& Or(const Fact::Value& value) {
   static const Wanted nothing;
   const Wanted* wanted = std::get_if<Wanted>(&value);
@@ -30,7 +24,6 @@ Fact::~Fact() = default;
 Fact::Fact(std::nullptr_t) noexcept {}
 Fact::Fact(bool value) noexcept : value_(value) {}
 Fact::Fact(Number number) noexcept : value_(number.value) {}
-Fact::Fact(double value) noexcept : value_(value) {}
 Fact::Fact(const char* text) : value_(std::string(text)) {}
 Fact::Fact(std::string text) noexcept : value_(std::move(text)) {}
 Fact::Fact(List list) noexcept : value_(std::move(list)) {}
@@ -51,7 +44,7 @@ bool operator==(const Fact& a, const Fact& b) {
 }
 
 Fact& Fact::operator[](const std::string& name) {
-  Names& names = Become<Names>(value_);
+  Names& names = std::get<Names>(value_);
   const auto found = std::find_if(names.begin(), names.end(),
                                   [&](const auto& entry) { return entry.first == name; });
   if (found != names.end()) return found->second;
@@ -65,10 +58,6 @@ const Fact* Fact::find(const std::string& name) const {
   return found != names.end() ? &found->second : nullptr;
 }
 
-const bool* Fact::truth() const {
-  return std::get_if<bool>(&value_);
-}
-
 const std::string& Fact::text() const {
   return Or<std::string>(value_);
 }
@@ -78,7 +67,7 @@ const Fact::List& Fact::items() const {
 }
 
 void Fact::add(Fact item) {
-  Become<List>(value_).push_back(std::move(item));
+  std::get<List>(value_).push_back(std::move(item));
 }
 
 }  // namespace qv::doctor

@@ -11,14 +11,14 @@
 
 namespace qv::doctor {
 
-/// What is told to machines: nothing, a truth value, a number, a text, a list, or named facts in
-/// the order in which they were added. Json.h has them as text; only there is a whole JSON library
-/// compiled, which takes longer than the rest of the doctor.
+/// What is told to machines: nothing, a truth value, a whole number, a text, a list, or named facts
+/// in the order in which they were added. Json.h has them as text; only there is a whole JSON
+/// library compiled, which takes longer than the rest of the doctor.
 class Fact {
  public:
   using List = std::vector<Fact>;
   using Names = std::vector<std::pair<std::string, Fact>>;
-  using Value = std::variant<std::nullptr_t, bool, std::int64_t, double, std::string, List, Names>;
+  using Value = std::variant<std::nullptr_t, bool, std::int64_t, std::string, List, Names>;
 
   // Defined elsewhere, all of them: every source of the doctor would compile them anew.
   Fact() noexcept;
@@ -32,7 +32,6 @@ class Fact {
   Fact(bool value) noexcept;
   template <typename Integer, typename = std::enable_if_t<std::is_integral_v<Integer>>>
   Fact(Integer value) noexcept : Fact(Number{static_cast<std::int64_t>(value)}) {}
-  Fact(double value) noexcept;
   Fact(const char* text);
   Fact(std::string text) noexcept;
   Fact(List list) noexcept;
@@ -43,18 +42,15 @@ class Fact {
 
   const Value& value() const { return value_; }
 
-  /// The fact of that name, added where there is none. Anything else than named facts becomes
-  /// those.
+  /// The fact of that name, added where there is none. For named facts.
   Fact& operator[](const std::string& name);
   /// Null where there is none of that name.
   const Fact* find(const std::string& name) const;
-  /// Null where it is none.
-  const bool* truth() const;
   /// The text; empty where it is none.
   const std::string& text() const;
   /// Empty where it is no list.
   const List& items() const;
-  /// Adds to a list; anything else becomes one.
+  /// Adds to a list.
   void add(Fact item);
 
   friend bool operator==(const Fact& a, const Fact& b);

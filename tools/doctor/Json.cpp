@@ -7,7 +7,7 @@ namespace {
 
 using nlohmann::ordered_json;
 
-constexpr int kDeepest = 2;
+constexpr int kDeepest = 1;
 
 struct Writer {
   template <typename Plain>
@@ -34,30 +34,9 @@ std::string Dump(const Fact& fact, int indent) {
 }
 
 Fact Read(const ordered_json& json) {
-  Fact fact;
-  switch (json.type()) {
-    case ordered_json::value_t::boolean:
-      return json.get<bool>();
-    case ordered_json::value_t::number_integer:
-    case ordered_json::value_t::number_unsigned:
-      return json.get<std::int64_t>();
-    case ordered_json::value_t::number_float:
-      return json.get<double>();
-    case ordered_json::value_t::string:
-      return json.get<std::string>();
-    case ordered_json::value_t::array:
-      fact = Fact::list();
-      for (const ordered_json& item : json)
-        fact.add(Read(item));
-      return fact;
-    case ordered_json::value_t::object:
-      fact = Fact::names();
-      for (const auto& [name, value] : json.items())
-        fact[name] = Read(value);
-      return fact;
-    default:
-      return fact;
-  }
+  if (json.is_boolean()) return json.get<bool>();
+  if (json.is_string()) return json.get<std::string>();
+  return nullptr;
 }
 
 bool IsShallow(int depth, ordered_json::parse_event_t /*event*/, ordered_json& /*value*/) {
@@ -76,7 +55,11 @@ std::string ToJsonPage(const Fact& fact) {
 
 std::optional<Fact> FromJson(const std::string& text) {
   const ordered_json json = ordered_json::parse(text, IsShallow, false);
-  return json.is_object() ? std::optional(Read(json)) : std::nullopt;
+  if (!json.is_object()) return std::nullopt;
+  Fact facts = Fact::names();
+  for (const auto& [name, value] : json.items())
+    facts[name] = Read(value);
+  return facts;
 }
 
 }  // namespace qv::doctor

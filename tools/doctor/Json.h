@@ -11,8 +11,9 @@ namespace qv::doctor {
 std::string ToJsonLine(const Fact& fact);
 std::string ToJsonPage(const Fact& fact);
 
-/// The named facts that text holds; nothing when it holds something else. What lies deeper than any
-/// message of ours goes is left out: others could go down until the stack ends.
+/// The named facts that text holds, truth values and texts; nothing when it holds something else.
+/// Whatever no message of ours holds counts as null, and is not even read where it lies deeper:
+/// others could go down until the stack ends.
 std::optional<Fact> FromJson(const std::string& text);
 
 }  // namespace qv::doctor

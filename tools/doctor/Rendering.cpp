@@ -8,33 +8,22 @@
 namespace qv::doctor {
 namespace {
 
-const char* LevelName(Level level) {
-  switch (level) {
-    case Level::Ok:
-      return "ok";
-    case Level::Note:
-      return "note";
-    case Level::Wrong:
-      return "wrong";
-  }
-  return "";
-}
+/// How a level is told to machines and, in one width, to people.
+struct LevelText {
+  const char* name;
+  const char* mark;
+};
 
-/// All of one width.
-const char* Mark(Level level) {
-  switch (level) {
-    case Level::Ok:
-      return "  ok     ";
-    case Level::Note:
-      return "  note   ";
-    case Level::Wrong:
-      return "  WRONG  ";
-  }
-  return "";
+const LevelText& TextOf(Level level) {
+  static constexpr LevelText kOk{"ok", "  ok     "};
+  static constexpr LevelText kNote{"note", "  note   "};
+  static constexpr LevelText kWrong{"wrong", "  WRONG  "};
+  if (level == Level::Ok) return kOk;
+  return level == Level::Note ? kNote : kWrong;
 }
 
 std::string Sentence(const Finding& finding) {
-  std::string text = Mark(finding.level) + finding.text + ".\n";
+  std::string text = TextOf(finding.level).mark + finding.text + ".\n";
   if (!finding.advice.empty()) text += "         -> " + finding.advice + "\n";
   return text;
 }
@@ -65,8 +54,9 @@ std::string Verdict(const Diagnosis& diagnosis) {
 Fact FactsOf(const Section& section) {
   Fact findings = Fact::list();
   for (const Finding& finding : section.findings) {
-    findings.add(
-        {{"level", LevelName(finding.level)}, {"text", finding.text}, {"advice", finding.advice}});
+    findings.add({{"level", TextOf(finding.level).name},
+                  {"text", finding.text},
+                  {"advice", finding.advice}});
   }
   return {{"name", section.name},
           {"title", section.title},

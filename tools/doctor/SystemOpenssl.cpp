@@ -7,7 +7,7 @@ namespace {
 
 #define QV_TEXT(text) #text
 #define QV_TEXT_OF(macro) QV_TEXT(macro)
-constexpr char kCryptoName[] = "libcrypto.so." QV_TEXT_OF(OPENSSL_SHLIB_VERSION);
+// Brings libcrypto with it, whose functions are found in it too.
 constexpr char kSslName[] = "libssl.so." QV_TEXT_OF(OPENSSL_SHLIB_VERSION);
 #undef QV_TEXT_OF
 #undef QV_TEXT
@@ -32,19 +32,17 @@ const SystemOpenssl* SystemOpenssl::get() {
 }
 
 bool SystemOpenssl::open() {
-  void* const crypto = ::dlopen(kCryptoName, RTLD_NOW | RTLD_LOCAL);
-  void* const ssl = ::dlopen(kSslName, RTLD_NOW | RTLD_LOCAL);
-  if (crypto == nullptr || ssl == nullptr) return false;
+  void* const library = ::dlopen(kSslName, RTLD_NOW | RTLD_LOCAL);
+  if (library == nullptr) return false;
   bool isWhole = true;
-#define QV_POLICY_FUNCTION(library, name) isWhole = Find(library, #name, this->name) && isWhole;
+#define QV_POLICY_FUNCTION(name) isWhole = Find(library, #name, this->name) && isWhole;
 #include "tools/doctor/PolicyFunctions.def"
 #undef QV_POLICY_FUNCTION
   return isWhole;
 }
 
 std::string SystemOpenssl::takeError() const {
-  const unsigned long code = ERR_get_error();
-  const char* text = code == 0 ? nullptr : ERR_reason_error_string(code);
+  const char* text = ERR_reason_error_string(ERR_get_error());
   ERR_clear_error();
   return text == nullptr ? "no reason given" : text;
 }

@@ -20,7 +20,7 @@ class SystemOpenssl {
   /// The system's OpenSSL; null when it is not installed.
   static const SystemOpenssl* get();
 
-#define QV_POLICY_FUNCTION(library, name) decltype(&::name) name = nullptr;
+#define QV_POLICY_FUNCTION(name) decltype(&::name) name = nullptr;
 #include "tools/doctor/PolicyFunctions.def"
 #undef QV_POLICY_FUNCTION
 

@@ -117,22 +117,22 @@ void JudgeEngine(const ChildResult& child, Section& section) {
 }
 
 void JudgeInit(const ChildResult& child, Section& section) {
-  const auto* init = child.find("init");
-  if (init != nullptr && init->truth() == nullptr) init = nullptr;
-  section.facts["init"] = init == nullptr ? Fact() : *init;
+  const bool isDone = child.find("init") != nullptr;
+  const bool isReady = child.isTrue("init");
+  section.facts["init"] = isDone ? Fact(isReady) : Fact();
   section.facts["uninit"] = child.isTrue("uninit");
   const std::string failure = child.text("failure");
   if (!failure.empty()) {
     section.wrong("The trial was broken off: " + Printable(failure),
                   "See what was found about the library.");
   }
-  if (init != nullptr && !*init->truth()) {
+  if (isDone && !isReady) {
     section.wrong("Init gave null: OpenSSL is not ready for a server",
                   "See what was found about OpenSSL, and the errors in the trace.");
-  } else if (init != nullptr) {
+  } else if (isReady) {
     section.ok("Init gave a handle: OpenSSL is ready");
   }
-  if (child.isTrue("uninit") && child.isTrue("init")) section.ok("Uninit took the handle back");
+  if (child.isTrue("uninit") && isReady) section.ok("Uninit took the handle back");
   if (child.endedWell() || !failure.empty()) return;
   const std::string phase = child.text("phase");
   section.wrong("The process " + child.endText() + " in " +

@@ -93,14 +93,9 @@ int Print(const std::string& text, bool isHealthy) {
 
 int Run(int argc, char** argv) {
   Options options;
-  switch (ReadOptions(argc, argv, options)) {
-    case Request::Refuse:
-      return kUsage;
-    case Request::ShowHelp:
-      return Print(HelpText(), true);
-    case Request::Examine:
-      break;
-  }
+  const Request request = ReadOptions(argc, argv, options);
+  if (request == Request::Refuse) return kUsage;
+  if (request == Request::ShowHelp) return Print(HelpText(), true);
   const Diagnosis diagnosis = Examine(options);
   return Print(options.json ? RenderJson(diagnosis) : RenderPage(diagnosis, options.verbose),
                diagnosis.isHealthy());
