@@ -9,7 +9,10 @@ import json
 import os
 import pathlib
 import re
+import resource
 import shutil
+import signal
+import socket
 import ssl
 import stat
 import subprocess
@@ -28,6 +31,8 @@ os.umask(0o022)
 
 # A user without privileges, whatever his name is.
 NOBODY = 65534
+# A user whom the system knows no name of.
+NAMELESS = 54321
 CRYPTO = "libeay32.dylib"
 SSL = "libssleay32.dylib"
 FUNCTIONS = re.findall(r"^QV_OPENSSL_FUNCTION\((\w+), (\w+)",
@@ -171,6 +176,26 @@ class Healthy(Site):
         self.assertEqual((done.returncode, done.stderr), (0, ""))
         self.assertIn("\nHealthy.", done.stdout)
         self.assertNotIn("WRONG", done.stdout)
+
+    def test_with_nothing_to_note_says_no_more(self):
+        self.install_certificate("-days", "90")
+        for name in ("open_csrs", "temp"):
+            (self.store / name).mkdir()
+        self.install_engine()
+        (self.tags / "qvsslinit.cfg").write_text(DEFAULT_TAGS.replace(" no", " yes"))
+        del self.environment["TMPDIR"]
+        self.become_unprivileged()
+        page = self.page()
+        self.assertIn("All tags of the library, 1, 4, 5 and 6, are on", page)
+        self.assertIn("    | 4  on   Initializer\n", page)
+        self.assertTrue(page.endswith("\n\nHealthy.\n"), page)
+
+    def test_is_found_so_where_the_caller_ignores_the_end_of_children(self):
+        done = subprocess.run([self.doctor, "--no-init", "--time-limit", "20"], timeout=100,
+                              env=self.environment, cwd=self.current, capture_output=True, text=True,
+                              check=False,
+                              preexec_fn=lambda: signal.signal(signal.SIGCHLD, signal.SIG_IGN))
+        self.assertEqual((done.returncode, done.stderr), (0, ""), done.stdout)
 
     def test_finds_the_library_where_it_is_installed(self):
         report = self.report(status=0)
@@ -334,6 +359,32 @@ class Trial(Site):
         self.assertIn("LoadLibrary | returning", brief)
         self.assertIn("LoadLibrary | returning", verbose)
 
+    def test_is_broken_off_where_the_library_goes_away_meanwhile(self):
+        self.compile(self.library, "#include <unistd.h>\n"
+                     "void QVSSLINIT_Init(void) {}\nvoid QVSSLINIT_Uninit(void) {}\n"
+                     "__attribute__((constructor)) static void f(void)"
+                     f'{{ if (unlink("{self.library}") != 0) _exit(9); }}\n')
+        report = self.report(status=1)
+        self.assertIn(f"The trial was broken off: {self.library}: cannot open shared object file",
+                      report.everything("wrong", "trial"))
+        self.assertIsNone(report.facts("trial")["init"])
+
+    def test_without_a_record_is_wrong(self):
+        self.compile(self.library, """
+            #include <dlfcn.h>
+            static int status[99];
+            void* QVSSLINIT_Init(void) {
+              void* engine = dlopen("libqv_traceengine.dylib", RTLD_NOW);
+              void (*get)(unsigned long, void*) =
+                  (void (*)(unsigned long, void*))dlsym(engine, "GetInterface");
+              get(0, status);
+              return status;
+            }
+            void QVSSLINIT_Uninit(void* claim) { (void)claim; }
+            """)
+        self.assertIn("The library sent no record, though every tag was on",
+                      self.report(status=1).texts("wrong", "trial"))
+
     def test_needs_a_temporary_directory(self):
         self.environment["TMPDIR"] = str(self.root / "nowhere")
         report = self.report(status=1)
@@ -410,6 +461,20 @@ class Library(Site):
         self.assertEqual(report.facts("library")["directory"], f"{self.lib}/")
         self.assertIn(f"looks for OpenSSL in '{self.root}/real/' instead",
                       report.everything("note", "library"))
+
+    def test_that_is_a_link_in_its_own_directory_has_one_place_for_openssl(self):
+        self.library.rename(self.lib / "libqvsslinit.so.1")
+        self.library.symlink_to("libqvsslinit.so.1")
+        report = self.look(0)
+        self.assertIn(f"is a link to '{self.library}.1'", report.everything("ok", "library"))
+        self.assertEqual(report.texts("note", "library"), [])
+
+    def test_that_fails_when_it_leaves_memory(self):
+        self.compile(self.library, "#include <unistd.h>\n"
+                     "void QVSSLINIT_Init(void) {}\nvoid QVSSLINIT_Uninit(void) {}\n"
+                     "__attribute__((destructor)) static void f(void) { _exit(3); }\n")
+        self.assertIn("A process that loads it ended with status 3",
+                      self.look(1).texts("wrong", "library"))
 
     def test_that_does_not_ask_for_an_engine_is_found_out(self):
         self.compile(self.library, "int x; void* QVSSLINIT_Init(void) { return &x; }\n"
@@ -517,6 +582,18 @@ class Openssl(Site):
         self.assertIn("    | last words\n", self.page("--no-init"))
         self.assertEqual(report.facts("openssl")["printed"], "last words\n")
 
+    def test_that_fails_at_the_end_of_the_process_and_does_not_tell_its_release(self):
+        self.compile(self.lib / SSL, "#include <unistd.h>\n"
+                     "int SSL_library_init(void) { return 1; }\nvoid SSL_load_error_strings(void) {}\n"
+                     "const char* OpenSSL_version(int t) { (void)t; return 0; }\n"
+                     "__attribute__((destructor)) static void f(void) { _exit(3); }\n",
+                     "-Wl,-z,nodelete")
+        report = self.report(status=1)
+        self.assertIn("A process that opens them ended with status 3", report.texts("wrong", "openssl"))
+        self.assertIn(f"'{self.lib / SSL}' (of an unknown release)",
+                      report.everything("wrong", "openssl"))
+        self.assertIn("The process ended with status 3 in its end", report.texts("wrong", "trial"))
+
     def test_that_crashes_in_init(self):
         self.compile(self.lib / SSL, "#include <stdlib.h>\n"
                      "int SSL_library_init(void) { abort(); }\nvoid SSL_load_error_strings(void) {}\n")
@@ -580,9 +657,12 @@ class Openssl(Site):
                                        "[" * depth + "]" * depth + "}")
         self.assertTrue(self.report(status=1).facts("trial")["init"])
 
-    def test_that_names_another_file_for_a_function_does_not_end_the_examination(self):
-        self.install_openssl_that_says('{"function": "f", "looked_up_in": "g", "found_in": null}')
-        self.assertEqual(len(self.report(status=0).facts("openssl")["functions"]), 41)
+    def test_that_says_what_is_no_message_does_not_end_the_examination(self):
+        self.install_openssl_that_says(
+            '{"function": "f", "looked_up_in": "g", "found_in": null}', "no JSON", "5",
+            f'{{"function": "f", "looked_up_in": "{SSL}", "found_in": "/nowhere"}}')
+        report = self.report(status=0)
+        self.assertIn("All 42 functions found: 1 in '/nowhere'", report.everything("ok", "openssl"))
 
     def test_that_floods_the_reports_is_ended(self):
         self.compile(self.lib / SSL, "#include <unistd.h>\n"
@@ -806,8 +886,10 @@ class Store(Site):
     def test_files_of_a_stranger_are_wrong(self):
         for path in (self.key, self.certificate, self.pairs):
             self.install_certificate()
-            os.chown(path, NOBODY, NOBODY)
-            self.assertRegex(self.wrong(), f"{path.name}' belongs to .*neither the store's owner")
+            os.chown(path, NAMELESS, NAMELESS)
+            self.assertRegex(self.wrong(),
+                             f"{path.name}' belongs to {NAMELESS}, .*neither the store's owner.*"
+                             f"owner {NAMELESS}:{NAMELESS}")
             os.chown(path, 0, 0)
 
     def test_files_of_the_owner_of_the_store_are_in_order(self):
@@ -823,6 +905,7 @@ class Store(Site):
         self.key.chmod(0o600)
         copy = self.pairs / "server_0.key.bak"
         shutil.copy(self.key, copy)
+        (self.pairs / "README").write_text("No key is in here.\n")
         self.look(0)
         copy.chmod(0o644)
         self.assertIn(f"'{copy}' holds a private key that everybody", self.wrong())
@@ -847,6 +930,56 @@ class Store(Site):
         self.install_certificate()
         self.become_unprivileged()
         self.look(0)
+
+    def test_that_this_user_cannot_list_is_wrong(self):
+        self.store.mkdir()
+        self.become_unprivileged()
+        self.store.chmod(0o300)
+        self.assertIn(f"'{self.store}' cannot be read: Permission denied", self.wrong())
+
+    def test_certificate_of_which_openssl_understands_little(self):
+        self.install_certificate()
+        whole = ssl.PEM_cert_to_DER_cert(self.certificate.read_text())
+        # The numbers of the algorithm for keys and of that for the signature, and months.
+        odd = whole
+        for known, unknown in (("2a864886f70d010101", "2a864886f70d01017f"),
+                               ("2a864886f70d01010b", "2a864886f70d01017e")):
+            odd = odd.replace(bytes.fromhex(known), bytes.fromhex(unknown))
+        month = rb"(\x17\r\d\d)\d\d"
+        odd = re.sub(month, rb"\g<1>13", odd)
+        self.certificate.write_text(ssl.DER_cert_to_PEM_cert(odd))
+        begin, end = (match.end() for match in re.finditer(month, whole))
+        endless = whole[:begin] + re.sub(month, rb"\g<1>13", whole[begin:end]) + whole[end:]
+        (self.pairs / "endless.cer").write_text(ssl.DER_cert_to_PEM_cert(endless))
+        report = self.look(1)
+        for name in ("server_0", "endless"):
+            self.assertIn(f"'server_certs/{name}.cer' does not tell in a readable way from when to "
+                          "when it is valid", report.texts("wrong", "store"))
+        facts = self.file(report, self.certificate)
+        self.assertEqual([facts[name] for name in ("subject", "key_type", "signature", "not_before",
+                                                   "not_after", "accepted")],
+                         ["/CN=site", "unknown", "unknown", "unknown", "unknown", False])
+
+    def test_certificate_is_not_blamed_for_an_openssl_that_refuses_all(self):
+        self.install_certificate()
+        settings = self.root / "openssl.cnf"
+        settings.write_text("openssl_conf = init\n[init]\nalg_section = algorithms\n"
+                            "[algorithms]\ndefault_properties = fips=yes\n")
+        self.environment["OPENSSL_CONF"] = str(settings)
+        wrong = self.wrong()
+        self.assertIn("The system's OpenSSL cannot make a TLS server, with this or any certificate: "
+                      "library has no ciphers", wrong)
+        self.assertNotIn("refused", wrong)
+
+    def test_pairs_are_not_judged_without_the_openssl_of_the_system(self):
+        self.install_certificate()
+        name = re.search(r"libssl\.so\S*", run("ldd", self.lib / SSL)).group()
+        (self.root / name).write_text("No library.\n" * 99)
+        self.environment["LD_LIBRARY_PATH"] = str(self.root)
+        report = self.look(1)
+        self.assertIn("The system's OpenSSL cannot be opened: keys and certificates are not judged",
+                      report.texts("note", "store"))
+        self.assertEqual(report.texts("wrong", "store"), [])
 
     def test_key_that_wants_a_pass_phrase(self):
         self.install_certificate()
@@ -882,16 +1015,31 @@ class Store(Site):
         run("openssl", "genrsa", "-out", self.pairs / "shop.key", "2048")
         self.assertIn("'server_certs/shop.key' is the key of another certificate", self.wrong())
 
+    def test_pair_of_which_one_half_is_missing_is_worth_a_note(self):
+        self.install_certificate()
+        shutil.copy(self.certificate, self.pairs / "shop.cer")
+        shutil.copy(self.key, self.pairs / "mail.key")
+        (self.pairs / "mail.cer").symlink_to("nowhere")
+        notes = self.look(0).texts("note", "store")
+        self.assertIn("'server_certs/shop.key', the other half of a pair, is missing", notes)
+        self.assertIn("'server_certs/mail.cer', the other half of a pair, is a link that leads nowhere",
+                      notes)
+
     def test_other_files_are_listed(self):
         self.install_certificate()
         (self.store / "temp").mkdir()
-        others = [self.store / "temp" / "left", self.pairs / "README", self.store / "x"]
+        others = [self.store / "temp" / "left", self.pairs / "README", self.store / "x",
+                  self.pairs / "y", self.pairs / ".key"]
         for path in others:
             path.write_text("?")
+        others.append(self.store / "link")
+        others[-1].symlink_to("nowhere")
         report = self.look(0)
         for path in others:
             self.assertEqual(self.file(report, path)["role"], "other")
             self.assertIn(str(path), report.everything("note", "store"))
+        self.assertIn("link' is none of the library's files: a link that leads nowhere",
+                      report.everything("note", "store"))
 
     def test_key_material_is_never_printed(self):
         self.install_certificate()
@@ -944,6 +1092,17 @@ class Hidden(Site):
         self.hide(self.pairs)
         self.expect("store", "server_certs/server_0.key")
 
+    def test_key_or_certificate_behind_a_link(self):
+        self.install_certificate()
+        behind = self.root / "behind"
+        behind.mkdir()
+        self.hide(behind)
+        for path in (self.key, self.certificate):
+            path.rename(self.root / "kept")
+            path.symlink_to(behind / path.name)
+            self.expect("store", f"server_certs/{path.name}")
+            (self.root / "kept").rename(path)
+
     def test_tag_file(self):
         self.install_engine()
         (self.tags / "qvsslinit.cfg").write_text(DEFAULT_TAGS)
@@ -966,13 +1125,135 @@ class Hidden(Site):
                       self.look(1).everything("wrong", "engine"))
 
 
-class Environment(Site):
-    def test_data_directory_relative_is_ignored_and_told(self):
-        self.environment["QVPUBAPPDATADIR"] = "data"
+class Odd(Site):
+    """What stands where the library reads files, and is none that can be read."""
+
+    def setUp(self):
+        super().setUp()
+        self.install_engine()
+        self.install_certificate()
+        self.tag_file = self.tags / "qvsslinit.cfg"
+        self.settings = self.current / "vantis.ini"
+
+    def test_files_that_this_user_may_not_read(self):
+        for path in (self.tag_file, self.settings):
+            path.touch()
+        self.become_unprivileged()
+        files = {self.key: "store", self.certificate: "store", self.tag_file: "tags",
+                 self.settings: "assertions"}
+        for path in files:
+            path.chmod(0)
         report = self.look(1)
-        self.assertIn("QVPUBAPPDATADIR is 'data', which is no absolute path, and is ignored",
-                      report.everything("wrong", "store"))
-        self.assertEqual(report.facts("store")["path"], "/var/lib/kestrix/certstore")
+        for path, section in files.items():
+            self.assertRegex(report.everything("wrong", section),
+                             f"{path.name}' cannot be read: Permission denied \\(mode 0000, owner")
+
+    def test_files_that_fail_while_they_are_read(self):
+        # A regular file by its kind, of which no byte can be read at its beginning.
+        self.key.unlink()
+        for path in (self.key, self.tag_file, self.settings):
+            path.symlink_to("/proc/self/mem")
+        report = self.look(1)
+        for path, section in ((self.key, "store"), (self.tag_file, "tags"),
+                              (self.settings, "assertions")):
+            self.assertIn(f"{path.name}' cannot be read: Input/output error",
+                          report.everything("wrong", section))
+
+    def test_sockets_devices_and_links_that_lead_nowhere(self):
+        with socket.socket(socket.AF_UNIX) as listener:
+            listener.bind(str(self.settings))
+        self.tag_file.symlink_to("/dev/null")
+        self.certificate.unlink()
+        self.certificate.symlink_to(self.certificate)
+        report = self.look(1)
+        self.assertIn(f"'{self.settings}' is a socket", report.everything("wrong", "assertions"))
+        self.assertIn(f"'{self.tag_file}' is a device", report.everything("wrong", "tags"))
+        self.assertIn("'server_certs/server_0.cer' is a link that leads nowhere",
+                      report.everything("note", "store"))
+
+    def test_links_in_place_of_the_default_pair_to_a_directory_that_is_missing(self):
+        for path in (self.key, self.certificate):
+            path.unlink()
+            path.symlink_to(f"/nowhere/{path.name}")
+        report = self.report(status=1)
+        for path in (self.key, self.certificate):
+            self.assertIn(f"'server_certs/{path.name}' is a link to '/nowhere/{path.name}': "
+                          "Init makes it there, if that directory is there",
+                          report.texts("note", "store"))
+        self.assertEqual(report.texts("wrong", "trial"),
+                         [f"Init leaves this user no default certificate to use at '{self.certificate}'",
+                          "One of the records below is an error"])
+
+    def test_links_of_an_engine_and_settings_that_lead_nowhere(self):
+        engine = self.lib / "libqv_traceengine.dylib"
+        engine.unlink()
+        for path in (engine, self.settings):
+            path.symlink_to(self.root / "nowhere")
+        report = self.look(1)
+        self.assertIn(f"'{engine}' is no trace engine: a link that leads nowhere",
+                      report.texts("wrong", "engine"))
+        self.assertIn(f"'{self.settings}' is a link that leads nowhere",
+                      report.everything("wrong", "assertions"))
+
+
+class Environment(Site):
+    def test_data_directory_relative_or_empty_is_ignored_and_told(self):
+        for value in ("data", ""):
+            self.environment["QVPUBAPPDATADIR"] = value
+            report = self.look(1)
+            self.assertIn(f"QVPUBAPPDATADIR is '{value}', which is no absolute path, and is ignored",
+                          report.everything("wrong", "store"))
+            self.assertEqual(report.facts("store")["path"], "/var/lib/kestrix/certstore")
+
+    def test_data_directory_is_a_file(self):
+        self.data.rmdir()
+        self.data.write_text("")
+        self.assertIn(f"'{self.data}', which is to hold the store, is a regular file",
+                      self.look(1).everything("wrong", "store"))
+
+    def test_data_directory_is_the_root(self):
+        self.environment["QVPUBAPPDATADIR"] = "/"
+        self.become_unprivileged()
+        report = self.look(1)
+        self.assertEqual(report.facts("store")["path"], "/certstore")
+        self.assertIn("This user may not write to '/'", report.everything("wrong", "store"))
+
+    def preload_agent(self, jobs=""):
+        """Has every process load a library that speaks in children and ends those of some jobs."""
+        self.compile(self.root / "agent.so", """
+            #include <stdio.h>
+            #include <stdlib.h>
+            #include <string.h>
+            #include <unistd.h>
+            __attribute__((constructor)) static void f(int count, char** words) {
+              if (count < 3 || strcmp(words[1], "--child") != 0) return;
+              puts("agent on board");
+              fflush(stdout);
+              if (strstr(getenv("QVTEST_JOBS"), words[2]) != NULL) _exit(3);
+            }
+            """)
+        self.environment.update({"LD_PRELOAD": str(self.root / "agent.so"), "QVTEST_JOBS": jobs})
+
+    def test_agent_that_speaks_in_every_process_does_not_get_into_the_tags(self):
+        self.install_engine()
+        (self.tags / "qvsslinit.cfg").write_text(DEFAULT_TAGS)
+        self.preload_agent()
+        page = self.page("--no-init")
+        self.assertIn("  Printed by the trace engine:\n    | agent on board\n", page)
+        self.assertIn("  Tags as the library reads them:\n    | 1  on   RefCount\n", page)
+
+    def test_agent_that_ends_processes_is_told_wherever_it_does(self):
+        self.preload_agent("engine trial")
+        report = self.report(status=1)
+        self.assertEqual(report.texts("wrong", "engine"),
+                         ["A process that looks for it ended with status 3"])
+        self.assertEqual(report.texts("wrong", "trial"),
+                         ["The process ended with status 3 in its beginning"])
+        self.install_engine()
+        (self.tags / "qvsslinit.cfg").write_text(DEFAULT_TAGS)
+        self.environment["QVTEST_JOBS"] = "tags"
+        self.assertEqual(self.look(1).texts("wrong", "tags"),
+                         ["A process that reads it ended with status 3"])
 
     def test_data_directory_not_set(self):
         del self.environment["QVPUBAPPDATADIR"]
@@ -1156,10 +1437,15 @@ class Tags(Site):
         report, wrong = self.lines("#RefCount : 1 : yes\n", 1, "wrong")
         self.assertIn("Line 1 is no comment", wrong)
         self.assertEqual(self.table(report), [(1, "#RefCount", True)])
-        report, _ = self.lines("# RefCount : 1 : yes\n", 0, "wrong")
-        self.assertEqual(self.table(report), [])
+
+    def test_comments_are_told_from_lines_that_define_nothing_and_from_blank_ones(self):
+        report, _ = self.lines("# RefCount : 1 : yes\n\n; two:\n \t\n/three: 3\nfour\n"
+                               "Off : 4 no\n", 0, "wrong")
+        self.assertEqual(self.table(report), [(4, "Off", False)])
         self.assertEqual(report.facts("tags")["ignored_lines"],
-                         [{"line": 1, "reason": "a comment"}])
+                         [{"line": 1, "reason": "a comment"}, {"line": 3, "reason": "a comment"},
+                          {"line": 5, "reason": "a comment"},
+                          {"line": 6, "reason": "no definition"}])
 
     def test_missing_second_colon(self):
         report, wrong = self.lines("Name : 4 yes\n", 1, "wrong")
@@ -1219,6 +1505,15 @@ class Tags(Site):
         report, wrong = self.lines("x" * 1500 + "\n" + DEFAULT_TAGS, 1, "wrong")
         self.assertIn("Line 1 is longer than 1022 characters", wrong)
         self.assertEqual(len(self.table(report)), 4)
+
+    def test_file_that_is_far_too_long_is_judged_at_its_beginning(self):
+        line = "Name : 4 : " + "n" * 500 + "\n"
+        report, notes = self.lines(line * 2200 + "Last : 5 : yes\n", 0, "note")
+        self.assertEqual([name for _, name, _ in self.table(report)], ["Name", "Last"])
+        self.assertIn("Its lines are judged up to the first megabyte alone", notes)
+        judged = (1 << 20) // len(line)
+        self.assertIn(f"Line {judged} has the value", notes)
+        self.assertNotIn(f"Line {judged + 1} has the value", notes)
 
     def test_table_of_all_tags_with_long_names_is_whole(self):
         names = [f"{number:03}".ljust(120, "x") for number in range(256)]
@@ -1286,6 +1581,7 @@ class Output(Site):
     def test_usage_errors_are_status_2_and_examine_nothing(self):
         for arguments in (["--frobnicate"], ["stray"], ["--library"], ["--library", ""],
                           ["--time-limit", "0"], ["--time-limit", "soon"], ["--time-limit", "9999"],
+                          ["--time-limit", "5s"],
                           ["--json=yes"], ["--no-init", "--", "x"]):
             done = self.call(*arguments)
             self.assertEqual((done.returncode, done.stdout), (2, ""), arguments)
@@ -1311,7 +1607,11 @@ class Output(Site):
         steering = "\u0080\u0085\u009b\u009f\u2028\u2029\u202a\u202e\u2066\u2069"
         harmless = "\u00a0é\u2027\u202f\u2065\u206a€𝄞"
         (self.store / f"a{steering}b{harmless}c").touch()
+        (self.store / "delete\x7f").touch()
+        (self.store / os.fsdecode(b"no text\xc2")).touch()
         page = self.page()
+        self.assertIn("delete\\x7F'", page)
+        self.assertIn("no text\\xC2'", page)
         for character in steering:
             self.assertNotIn(character, page)
         self.assertIn("".join(f"\\x{byte:02X}" for byte in steering.encode()) + f"b{harmless}c",
@@ -1319,6 +1619,22 @@ class Output(Site):
 
 
 class Program(Site):
+    def test_says_what_the_system_does_not_give(self):
+        for limit, most, text in ((resource.RLIMIT_NOFILE, 5, "no pipe to a process can be made: "),
+                                  (resource.RLIMIT_NPROC, 0, "no process can be started: ")):
+            self.become_unprivileged()
+            done = subprocess.run([self.doctor], env=self.environment, timeout=60, cwd=self.current,
+                                  capture_output=True, text=True, check=False, **self.user,
+                                  preexec_fn=lambda limits=(limit, (most, most)):
+                                  resource.setrlimit(*limits))
+            self.assertEqual((done.returncode, done.stdout), (1, ""))
+            self.assertRegex(done.stderr, f"^qvsslinit-doctor: {text}.*\n$")
+
+    def test_does_no_job_that_it_does_not_know(self):
+        for words in (["x"], ["x", "y"], ["x", "y", "z"]):
+            done = self.call("--child", *words)
+            self.assertEqual((done.returncode, done.stdout, done.stderr), (1, "", ""), words)
+
     def test_links_no_openssl_that_could_stand_in_for_a_missing_one(self):
         needed = run("readelf", "-d", self.doctor)
         self.assertIn("libc.so", needed)

@@ -5,6 +5,7 @@
 #include "kit/osdep/INIFileManager.h"
 #include "tools/doctor/FileFacts.h"
 #include "tools/doctor/Printable.h"
+#include "tools/doctor/SmallFile.h"
 
 namespace qv::doctor {
 namespace {
@@ -13,15 +14,19 @@ constexpr char kFile[] = "vantis.ini";
 constexpr char kSection[] = "NVE";
 constexpr char kKey[] = "ShowReleaseAsserts";
 
-void JudgeFile(const std::string& path, Section& section) {
+void JudgeFile(const FileFacts& facts, Section& section) {
+  const std::string& path = facts.path;
+  if (const SmallFile contents(facts); !contents.failure.empty()) {
+    section.wrong(
+        "Release assertions are off: " + Quoted(path) + " cannot be read: " + contents.failure,
+        kLetItRead);
+    return;
+  }
   kit::osdep::INIFileManager file(kFile, kSection);
   bool isOn = false;
   const bool isSet = file.read(kSection, kKey, isOn);
   section.facts["on"] = isOn;
-  if (!file.isLoaded()) {
-    section.wrong("Release assertions are off: " + Quoted(path) + " cannot be read as an INI file",
-                  "Mend the file, or remove it.");
-  } else if (isOn) {
+  if (isOn) {
     section.note("Release assertions are on, by " + Quoted(path) +
                  ": a server started here prints on standard error what went wrong inside");
   } else if (isSet) {
@@ -54,7 +59,7 @@ Section ExamineAssertions() {
     section.wrong("Release assertions are off: " + Quoted(path) + " is " + file.kindText(),
                   "Put a file there, or nothing.");
   } else {
-    JudgeFile(path, section);
+    JudgeFile(file, section);
   }
   return section;
 }

@@ -10,6 +10,8 @@ namespace {
 
 // Who the certificates that Init makes are from.
 constexpr char kDefaultCertificate[] = "/O=Kestrix Works/OU=Pellora Web Server/CN=";
+// Instead of what OpenSSL cannot tell.
+constexpr char kUnknown[] = "unknown";
 constexpr std::time_t kSoon = 30L * 24 * 60 * 60;
 
 // Times of day in this form compare as text.
@@ -39,26 +41,22 @@ class Certificate {
   std::string notBefore() const { return text(openssl_.X509_get0_notBefore(certificate_)); }
   std::string notAfter() const { return text(openssl_.X509_get0_notAfter(certificate_)); }
   std::string signature() const {
-    const char* name = openssl_.OBJ_nid2sn(openssl_.X509_get_signature_nid(certificate_));
-    return name == nullptr ? "unknown" : name;
+    const int algorithm = openssl_.X509_get_signature_nid(certificate_);
+    return algorithm == NID_undef ? kUnknown : openssl_.OBJ_nid2sn(algorithm);
   }
   EVP_PKEY* key() const { return openssl_.X509_get0_pubkey(certificate_); }
 
-  /// Why a server with OpenSSL's default settings could not use it; empty when it could.
-  std::string refusal(int& level) const {
-    const SystemOpenssl::Owner<SSL_CTX> context(openssl_.SSL_CTX_new(openssl_.TLS_server_method()),
-                                                openssl_.SSL_CTX_free);
-    if (context == nullptr) return openssl_.takeError();
-    level = openssl_.SSL_CTX_get_security_level(context.get());
+  /// Why a server could not use it; empty when it could.
+  std::string refusal(SSL_CTX* server) const {
     openssl_.ERR_clear_error();
-    if (openssl_.SSL_CTX_use_certificate(context.get(), certificate_) == 1) return {};
+    if (openssl_.SSL_CTX_use_certificate(server, certificate_) == 1) return {};
     return openssl_.takeError();
   }
 
  private:
   std::string text(const ASN1_TIME* time) const {
     std::tm parts{};
-    return openssl_.ASN1_TIME_to_tm(time, &parts) == 1 ? UtcText(parts) : std::string("unknown");
+    return openssl_.ASN1_TIME_to_tm(time, &parts) == 1 ? UtcText(parts) : std::string(kUnknown);
   }
 
   const SystemOpenssl& openssl_;
@@ -68,7 +66,10 @@ class Certificate {
 void JudgeValidity(const Certificate& certificate, const std::string& name, Section& section) {
   static constexpr char kReplace[] = "Put a certificate that is valid now, and its key, in place.";
   const std::time_t now = std::time(nullptr);
-  if (certificate.notBefore() > UtcText(now)) {
+  if (certificate.notBefore() == kUnknown || certificate.notAfter() == kUnknown) {
+    section.wrong(name + " does not tell in a readable way from when to when it is valid",
+                  kReplace);
+  } else if (certificate.notBefore() > UtcText(now)) {
     section.wrong(name + " is not valid before " + certificate.notBefore(),
                   "Check the clock of this machine, or wait, or put another certificate in place.");
   } else if (certificate.notAfter() < UtcText(now)) {
@@ -80,10 +81,21 @@ void JudgeValidity(const Certificate& certificate, const std::string& name, Sect
 
 /// The default certificate is made weak, to the letter of an old contract, so that is no fault of
 /// the installation; with any other certificate it is.
-void JudgePolicy(const Certificate& certificate, const std::string& name, Section& section,
-                 Fact& facts) {
-  int level = 0;
-  const std::string refusal = certificate.refusal(level);
+void JudgePolicy(const SystemOpenssl& openssl, const Certificate& certificate,
+                 const std::string& name, Section& section, Fact& facts) {
+  openssl.ERR_clear_error();
+  // With OpenSSL's default settings.
+  const SystemOpenssl::Owner<SSL_CTX> server(openssl.SSL_CTX_new(openssl.TLS_server_method()),
+                                             openssl.SSL_CTX_free);
+  if (server == nullptr) {
+    facts["accepted"] = false;
+    section.wrong("The system's OpenSSL cannot make a TLS server, with this or any certificate: " +
+                      openssl.takeError(),
+                  "See its configuration: openssl.cnf, or the file that OPENSSL_CONF names.");
+    return;
+  }
+  const int level = openssl.SSL_CTX_get_security_level(server.get());
+  const std::string refusal = certificate.refusal(server.get());
   facts["security_level"] = level;
   facts["accepted"] = refusal.empty();
   if (!refusal.empty()) facts["refusal"] = refusal;
@@ -115,8 +127,7 @@ bool JudgeCertificate(const SystemOpenssl& openssl, const std::string& pem, cons
   }
   const Certificate certificate(openssl, owner.get());
   EVP_PKEY* const key = certificate.key();
-  const char* type = key == nullptr ? nullptr : openssl.EVP_PKEY_get0_type_name(key);
-  const std::string keyType = type == nullptr ? "unknown" : type;
+  const std::string keyType = key == nullptr ? kUnknown : openssl.EVP_PKEY_get0_type_name(key);
   const int bits = key == nullptr ? 0 : openssl.EVP_PKEY_get_bits(key);
   facts["subject"] = certificate.subject();
   facts["not_before"] = certificate.notBefore();
@@ -128,7 +139,7 @@ bool JudgeCertificate(const SystemOpenssl& openssl, const std::string& pem, cons
              std::to_string(bits) + " bits, signed with " + certificate.signature() + ", valid " +
              certificate.notBefore() + " to " + certificate.notAfter());
   JudgeValidity(certificate, name, section);
-  JudgePolicy(certificate, name, section, facts);
+  JudgePolicy(openssl, certificate, name, section, facts);
   return true;
 }
 

@@ -14,6 +14,7 @@
 #include <mutex>
 #include <stdexcept>
 
+#include "kit/osdep/RepeatWhileInterrupted.h"
 #include "tools/doctor/Json.h"
 #include "tools/doctor/Printable.h"
 
@@ -21,6 +22,7 @@ namespace qv::doctor {
 namespace {
 
 using Clock = std::chrono::steady_clock;
+using kit::osdep::RepeatWhileInterrupted;
 
 // Where a child finds the pipe to the doctor.
 constexpr int kReportDescriptor = 3;
@@ -35,9 +37,10 @@ constexpr int kPollMilliseconds = 50;
 class Pipe {
  public:
   Pipe() {
-    if (::pipe(ends_) != 0) throw std::runtime_error(std::strerror(errno));
-    for (const int end : ends_)
-      ::fcntl(end, F_SETFD, FD_CLOEXEC);
+    if (::pipe2(ends_, O_CLOEXEC) != 0) {
+      throw std::runtime_error(std::string("no pipe to a process can be made: ") +
+                               std::strerror(errno));
+    }
     ::fcntl(ends_[0], F_SETFL, O_NONBLOCK);
   }
   Pipe(const Pipe&) = delete;
@@ -60,9 +63,9 @@ class Pipe {
     char buffer[4096];
     std::size_t taken = 0;
     while (taken < kMostAtOnce) {
-      const ssize_t count = ::read(ends_[0], buffer, sizeof buffer);
+      const ssize_t count =
+          RepeatWhileInterrupted([&] { return ::read(ends_[0], buffer, sizeof buffer); });
       if (count == 0) return false;
-      if (count < 0 && errno == EINTR) continue;
       if (count < 0) return errno == EAGAIN;
       const auto length = static_cast<std::size_t>(count);
       const std::size_t kept = std::min(length, most - text.size());
@@ -83,15 +86,12 @@ class Pipe {
   ::setpgid(0, 0);
   ::prctl(PR_SET_PDEATHSIG, SIGKILL);
   // Away from the numbers that are assigned next.
-  const int farReport = ::fcntl(report, F_DUPFD, 10);
-  const int farOutput = ::fcntl(output, F_DUPFD, 10);
-  const int nothing = ::open("/dev/null", O_RDONLY);
+  const int farReport = ::fcntl(report, F_DUPFD_CLOEXEC, 10);
+  const int farOutput = ::fcntl(output, F_DUPFD_CLOEXEC, 10);
+  const int nothing = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
   if (farReport >= 0 && farOutput >= 0 && nothing >= 0 && ::dup2(nothing, 0) >= 0 &&
       ::dup2(farOutput, 1) >= 0 && ::dup2(farOutput, 2) >= 0 &&
       ::dup2(farReport, kReportDescriptor) >= 0) {
-    ::close(farReport);
-    ::close(farOutput);
-    if (nothing > kReportDescriptor) ::close(nothing);
     ::execv("/proc/self/exe", arguments);
   }
   ::_exit(127);
@@ -107,7 +107,9 @@ pid_t Start(const std::vector<std::string>& job, const Pipe& report, const Pipe&
   arguments.push_back(nullptr);
 
   const pid_t child = ::fork();
-  if (child < 0) throw std::runtime_error(std::strerror(errno));
+  if (child < 0) {
+    throw std::runtime_error(std::string("no process can be started: ") + std::strerror(errno));
+  }
   if (child == 0) Become(arguments.data(), report.writing(), output.writing());
   ::setpgid(child, child);  // whoever comes first: the group is needed at once
   return child;
@@ -124,8 +126,7 @@ bool HasEnded(pid_t child) {
 int Collect(pid_t child) {
   ::kill(-child, SIGKILL);
   int status = 0;
-  while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
-  }
+  RepeatWhileInterrupted([&] { return ::waitpid(child, &status, 0); });
   return status;
 }
 
@@ -173,15 +174,12 @@ std::string TextIn(const Fact& message, const char* key) {
 }
 
 std::string ChildResult::endText() const {
-  switch (end) {
-    case End::TimedOut:
-      return "was not done after " + std::to_string(timeLimit) + " seconds and was ended";
-    case End::Flooded:
-      return "reported too much and was ended";
-    case End::Killed:
-      return "was ended by signal " + std::to_string(code) + " (" + ::strsignal(code) + ")";
-    case End::Exited:
-      break;
+  if (end == End::TimedOut) {
+    return "was not done after " + std::to_string(timeLimit) + " seconds and was ended";
+  }
+  if (end == End::Flooded) return "reported too much and was ended";
+  if (end == End::Killed) {
+    return "was ended by signal " + std::to_string(code) + " (" + ::strsignal(code) + ")";
   }
   return "ended with status " + std::to_string(code);
 }
@@ -230,12 +228,10 @@ void Report(const Fact& message) {
   const std::lock_guard<std::mutex> guard(mutex);
   std::size_t written = 0;
   while (written < line.size()) {
-    const ssize_t count = ::write(kReportDescriptor, line.data() + written, line.size() - written);
-    if (count >= 0) {
-      written += static_cast<std::size_t>(count);
-    } else if (errno != EINTR) {
-      return;  // the doctor is gone, and so is the need to report
-    }
+    const ssize_t count = RepeatWhileInterrupted(
+        [&] { return ::write(kReportDescriptor, line.data() + written, line.size() - written); });
+    if (count < 0) return;  // the doctor is gone, and so is the need to report
+    written += static_cast<std::size_t>(count);
   }
 }
 

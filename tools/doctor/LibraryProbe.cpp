@@ -1,7 +1,6 @@
 #include <dlfcn.h>
 
 #include "kit/StringBase.h"
-#include "kit/exception/Exception.h"
 #include "kit/osdep/DirectoryOf.h"
 #include "tools/doctor/ChildProcess.h"
 #include "tools/doctor/Probes.h"
@@ -13,11 +12,7 @@ namespace {
 void ReportDirectory(const void* address) {
   Dl_info module{};
   if (::dladdr(address, &module) == 0) return;
-  try {
-    Report({{"directory", kit::String(kit::osdep::DirectoryOf(module.dli_fname)).c_str()}});
-  } catch (const kit::exception::Exception&) {
-    Report({{"directory", nullptr}});
-  }
+  Report({{"directory", kit::String(kit::osdep::DirectoryOf(module.dli_fname)).c_str()}});
 }
 
 }  // namespace

@@ -188,10 +188,9 @@ class Functions {
 void JudgeEnd(const ChildResult& child, Section& section) {
   if (child.endedWell()) return;
   const std::string opening = child.text("opening");
-  const bool whileOpening = !opening.empty();
   section.wrong("A process that opens them " + child.endText() +
-                    (whileOpening ? ", in " + Quoted(opening) : std::string()),
-                whileOpening ? kPutThere : "See which function is the last one with --verbose.");
+                    (opening.empty() ? std::string() : ", in " + Quoted(opening)),
+                kPutThere);
 }
 
 }  // namespace

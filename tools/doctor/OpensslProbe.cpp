@@ -47,7 +47,7 @@ void ReportRelease(const SharedLibrary& library, const char* file) {
     const auto version = reinterpret_cast<const char* (*)(int)>(function);
     const char* text = version(0);
     Report({{"release_of", file},
-            {"text", text == nullptr ? "" : text},
+            {"text", text == nullptr ? "of an unknown release" : text},
             {"libcrypto", FileOf(function)}});
     return;
   }

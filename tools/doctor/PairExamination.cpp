@@ -1,7 +1,5 @@
 #include "tools/doctor/PairExamination.h"
 
-#include <cstring>
-
 #include "tools/doctor/CertificateJudgement.h"
 #include "tools/doctor/Printable.h"
 #include "tools/doctor/SmallFile.h"
@@ -61,8 +59,11 @@ void PairExamination::judgeMissing() {
   const bool hasCertificate = certificate_.isThere();
   if (hasKey && hasCertificate) return;
   if (!isDefault_) {
-    section_.note(hasKey ? Short(key_) + " has no certificate of its name"
-                         : Short(certificate_) + " has no key of its name");
+    for (const FileFacts* file : {&key_, &certificate_}) {
+      if (!file->isThere()) {
+        section_.note(Short(*file) + ", the other half of a pair, is " + file->kindText());
+      }
+    }
   } else if (hasCertificate) {
     section_.wrong(Short(key_) + " is " + key_.kindText() + ": its certificate is of no use",
                    replaceAdvice());
@@ -72,6 +73,12 @@ void PairExamination::judgeMissing() {
                   "Move the key away if it is still needed.");
   } else {
     section_.note("There is no default key and certificate yet: the first Init makes them");
+    for (const FileFacts* file : {&key_, &certificate_}) {
+      if (!file->isLink) continue;
+      section_.note(Short(*file) + " is a link to " + Quoted(file->linkTarget) +
+                        ": Init makes it there, if that directory is there",
+                    "Remove the link unless it is meant.");
+    }
   }
 }
 
@@ -83,11 +90,8 @@ bool PairExamination::read(const FileFacts& file, std::string& text) {
     return false;
   }
   const SmallFile pem(file);
-  if (pem.error != 0) {
-    section_.wrong(
-        path + " cannot be read: " + std::strerror(pem.error) + " (" + file.accessText() + ")",
-        "Run this as the user that the server runs as; if it was that one, give the "
-        "file to it.");
+  if (!pem.failure.empty()) {
+    section_.wrong(path + " cannot be read: " + pem.failure, kLetItRead);
     return false;
   }
   if (pem.text.empty()) {

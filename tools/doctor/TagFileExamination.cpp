@@ -2,7 +2,6 @@
 
 #include <unistd.h>
 
-#include <cstring>
 #include <map>
 #include <sstream>
 
@@ -106,19 +105,12 @@ Section ExamineTagFile(const std::string& directory, int timeLimit) {
     return section;
   }
   const SmallFile contents(file);
-  if (contents.error != 0) {
-    section.wrong(Quoted(path) + " cannot be read: " + std::strerror(contents.error) + " (" +
-                      file.accessText() + ")",
-                  "Run this as the user that the server runs as; if it was that one, let it read "
-                  "the file.");
+  if (!contents.failure.empty()) {
+    section.wrong(Quoted(path) + " cannot be read: " + contents.failure, kLetItRead);
     return section;
   }
   section.ok(Quoted(path) + ", " + file.accessText());
   const ChildResult child = RunChild({kTagsJob, directory}, timeLimit, kMostTable);
-  if (child.isOutputCut) {
-    section.wrong("The table of tags is longer than can be shown: its end is missing here",
-                  "Shorten the names of the tags.");
-  }
   if (!child.endedWell()) {
     section.wrong("A process that reads it " + child.endText(), "Write the file anew.");
     return section;
@@ -134,7 +126,13 @@ Section ExamineTagFile(const std::string& directory, int timeLimit) {
         "Put a file of the server's user there.");
   }
   JudgeTable(table, section);
-  JudgeTagLines(contents.text, mayQuote, section);
+  if (!contents.isCut) {
+    JudgeTagLines(contents.text, mayQuote, section);
+  } else {
+    JudgeTagLines(contents.text.substr(0, contents.text.rfind('\n') + 1), mayQuote, section);
+    section.note("Its lines are judged up to the first megabyte alone; the library reads them all",
+                 "See whether it is the tag file at all.");
+  }
   return section;
 }
 

@@ -37,7 +37,7 @@ void RunTrial(const std::string& library, const std::string& directory) {
   Phase("Uninit");
   uninit(claim);
   Report({{"uninit", true}});
-  Phase("the end of the process");
+  Phase("its end");
 }
 
 }  // namespace qv::doctor

@@ -88,8 +88,9 @@ void ShowTrace(const ChildResult& child, Section& section) {
   }
   section.facts["trace"] = trace;
   if (errors > 0) {
-    section.wrong(std::to_string(errors) + " of the records below are errors",
-                  "They say what did not work.");
+    section.wrong(errors == 1 ? "One of the records below is an error"
+                              : std::to_string(errors) + " of the records below are errors",
+                  "See there what did not work.");
   }
   if (all.lines.empty() && child.find("engine_used") != nullptr) {
     section.wrong("The library sent no record, though every tag was on",

@@ -1,5 +1,6 @@
 // qvsslinit-doctor: tells the truth about an installed library, in a page.
 #include <clocale>
+#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <exception>
@@ -109,6 +110,8 @@ int main(int argc, char** argv) {
   if (argc > 2 && std::strcmp(argv[1], kChildOption) == 0) {
     return Child(std::vector<std::string>(argv + 2, argv + argc));
   }
+  // Who ignores the end of children, and starts programs that inherit that, is told of none.
+  std::signal(SIGCHLD, SIG_DFL);
   try {
     return Run(argc, argv);
   } catch (const std::exception& exception) {
