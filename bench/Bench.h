@@ -18,6 +18,10 @@ void Add(const char* name, Function function);
 /// The same for each of some sizes, which the function finds in state.range(0).
 void Add(const char* name, Function function, std::initializer_list<long> sizes);
 
+/// The same by threads at once: a round's time is that by the clock, divided by what all of them
+/// did.
+void AddThreads(const char* name, Function function, int threads);
+
 /// Ends the program unless what was measured did its work.
 void Require(bool holds);
 

@@ -44,6 +44,11 @@ void Add(const char* name, Function function, std::initializer_list<long> sizes)
     g_added.back()->Arg(size);
 }
 
+void AddThreads(const char* name, Function function, int threads) {
+  Add(name, function);
+  g_added.back()->Threads(threads)->UseRealTime();
+}
+
 void Require(bool holds) {
   if (!holds) std::abort();
 }

@@ -32,6 +32,17 @@ class Growth:
 
 
 ROWS = [
+    Ratio(1, "a disabled scope, in and out", "trace", "Scope",
+          {"two loads with their branches": "Scope/loads"}, 2.5, instructions=True),
+    Ratio(2, "the same", "trace", "Scope", {"two disabled calls of spdlog": "Scope/spdlog"}, 0.25),
+    Ratio(3, "a record of about 100 bytes", "trace", "Record",
+          {"spdlog, a sink under a mutex that discards": "Record/spdlog"}, 0.9, instructions=True),
+    Ratio(4, "the same", "trace", "Record",
+          {"one `vsnprintf` and one `gettimeofday`": "Record/vsnprintf"}, 1.3, instructions=True),
+    Ratio(5, "records from two threads", "trace", "RecordsOfTwo", {"from one": "RecordsOfOne"}, 1.8,
+          clock="real_time", inverted=True),
+    Ratio(5, "the machine's own limit: `vsnprintf` from two threads", "trace", "PrintingOfTwo",
+          {"from one": "PrintingOfOne"}, 1.8, clock="real_time", inverted=True),
     Ratio(11, "`CriticalSection`: enter and leave", "lock", "CriticalSection",
           {"a recursive `pthread_mutex_t`": "CriticalSection/pthread"}, 1.25, instructions=True),
     Ratio(11, "`AtomicInt`: increment", "lock", "AtomicInt",

@@ -4,6 +4,7 @@ import collections
 import dataclasses
 import json
 import math
+import re
 import statistics
 
 
@@ -16,7 +17,7 @@ def read_times(text):
             raise ValueError(f"{run['name']}: {run['error_message']}")
         if run["run_type"] != "iteration":
             continue
-        name = run["run_name"].removesuffix("/real_time")
+        name = re.sub(r"(/real_time)?(/threads:\d+)?$", "", run["run_name"])
         for clock in ("cpu_time", "real_time"):
             times[name][clock].append(run[clock] * scales[run["time_unit"]])
     return times

@@ -13,6 +13,7 @@
 #include "source/client/LoadTraceEngine.h"
 #include "source/client/OpenTagFile.h"
 #include "source/client/TagLine.h"
+#include "source/client/TraceLine.h"
 #include "source/utils/LoggingBlock.h"
 
 namespace qv::traceengine {
@@ -23,7 +24,6 @@ using kit::osdep::CancellationDeferral;
 
 namespace {
 
-constexpr int kLineSize = LoggingBlock::kPayloadSize;
 /// How much of a line of the tag file is read at a time, and the terminator.
 constexpr int kTagLineSize = 1022 + 1;
 constexpr int kEndOfFile = -1;
@@ -207,44 +207,24 @@ void MyTraceLogger::XTraceErrorV(const char* functionName, const char* format,
 void MyTraceLogger::sendRecord(const TraceTag* tag, const char* functionName, const char* format,
                                std::va_list arguments) noexcept {
   const UndisturbedCaller undisturbed;
-  // Formatting may fail in the middle: what is there then ends with a terminator all the same.
-  char message[kLineSize] = {};
-  std::vsnprintf(message, sizeof(message), OrNull(format), arguments);
-  message[kLineSize - 1] = '\0';
-  char line[kLineSize] = {};
-  writeLine(line, tag, OrNull(functionName), message);
-  line[kLineSize - 1] = '\0';
+  TraceLine line;
+  line.append("t=");
+  line.appendThreadID();
+  line.append(" | ");
+  if (tag == nullptr) line.append("ERROR | ");
+  line.append(moduleName_.c_str());
+  line.append(" | ");
+  if (tag != nullptr && showTagNames_) {
+    line.append(tag->name());
+    line.append(" | ");
+  }
+  line.append(OrNull(functionName));
+  line.append(" | ");
+  line.appendFormatted(OrNull(format), arguments);
   try {
-    buildAndSendBlock(line);
+    buildAndSendBlock(line.text());
   } catch (...) {
     // The record is lost; the caller has other things to do than to hear of it.
-  }
-}
-
-void MyTraceLogger::writeLine(char* line, const TraceTag* tag, const char* functionName,
-                              const char* message) const noexcept {
-  char threadId[kThreadIdSize] = {};
-  writeThreadID(threadId);
-  if (tag == nullptr) {
-    std::snprintf(line, kLineSize, "t=%s | ERROR | %s | %s | %s", threadId, moduleName_.c_str(),
-                  functionName, message);
-  } else if (showTagNames_) {
-    std::snprintf(line, kLineSize, "t=%s | %s | %s | %s | %s", threadId, moduleName_.c_str(),
-                  tag->name(), functionName, message);
-  } else {
-    std::snprintf(line, kLineSize, "t=%s | %s | %s | %s", threadId, moduleName_.c_str(),
-                  functionName, message);
-  }
-}
-
-void MyTraceLogger::writeThreadID(char (&text)[kThreadIdSize]) noexcept {
-  try {
-    String threadId;
-    getThreadIDString(threadId);
-    std::snprintf(text, sizeof(text), "%s", threadId.c_str());
-  } catch (...) {
-    // Memory has run out, and just then a record is wanted most.
-    std::snprintf(text, sizeof(text), "?");
   }
 }
 

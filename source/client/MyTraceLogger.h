@@ -46,7 +46,8 @@ class MyTraceLogger {
 
   /// Whether records under the tag with this id are produced. Any thread may ask.
   bool XTraceTagIsEnabled(int tagId) const noexcept {
-    if (!initialized_ || static_cast<unsigned>(tagId) >= kTagCount) return false;
+    // Who has no table is not initialized.
+    if (tagTable_ == nullptr || static_cast<unsigned>(tagId) >= kTagCount) return false;
     const TraceTag* const tag = tagTable_[tagId];
     return tag != nullptr && tag->enabled();
   }
@@ -71,9 +72,6 @@ class MyTraceLogger {
  private:
   friend struct MyTraceLoggerProbe;
 
-  /// Room for all digits of any thread's identity.
-  static constexpr int kThreadIdSize = 2 * sizeof(std::uintmax_t) + 1;
-
   /// Asks the engine what there is to know and reads the tag file. Without memory for the table
   /// errno is ENOMEM and the logger stays uninitialized.
   void Initialize();
@@ -94,10 +92,6 @@ class MyTraceLogger {
   [[gnu::format(printf, 4, 0)]] void sendRecord(const TraceTag* tag, const char* functionName,
                                                 const char* format,
                                                 std::va_list arguments) noexcept;
-  void writeLine(char* line, const TraceTag* tag, const char* functionName,
-                 const char* message) const noexcept;
-  /// The identity of the calling thread, or "?" where there is no memory for it.
-  static void writeThreadID(char (&text)[kThreadIdSize]) noexcept;
   /// Sets out to the identity of the calling thread in base 16.
   static void getThreadIDString(kit::String& out);
   /// Hands line to the engine. One that does not fit the engine's block is cut to fill it, without

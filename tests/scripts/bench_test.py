@@ -35,6 +35,9 @@ class Times(unittest.TestCase):
         times = bench_report.read_times(written([("a", [1.5, 2])], time_unit="us"))
         self.assertEqual(times["a"], {"cpu_time": [1500, 2000], "real_time": [3000, 4000]})
 
+    def test_are_found_under_the_name_that_was_given(self):
+        self.assertEqual(list(bench_report.read_times(written([("a/1/real_time/threads:2", [1])]))), ["a/1"])
+
     def test_are_not_those_of_a_summary(self):
         self.assertFalse(bench_report.read_times(written([("a", [1])], run_type="aggregate")))
 
