@@ -3,7 +3,6 @@
 #include <stdlib.h>
 #include <string.h>
 
-#include "qvini/items.h"
 #include "qvini/numbers.h"
 #include "qvini/toolbox.h"
 
@@ -27,7 +26,7 @@ int AnalyzeItemName(const char* name, size_t* baseLength, unsigned* number) {
   return 1;
 }
 
-static int IsFirstPiece(const qvini_Entry* entry, size_t* baseLength) {
+int qvini_IsFirstPiece(const qvini_Entry* entry, size_t* baseLength) {
   unsigned number = 0;
   return AnalyzeItemName(entry->name, baseLength, &number) && number == 1;
 }
@@ -67,43 +66,32 @@ static char* Concatenate(const qvini_List* entries, size_t position, size_t coun
   return value;
 }
 
-// Makes the entry at position, with the pieces behind it, the entry of the base name.
+// Puts the entry of the base name in the place of the entry at position and the pieces behind it.
 static int JoinRun(const qvini_List* entries, size_t position, size_t count, size_t baseLength) {
-  qvini_Entry* const first = qvini_ItemAt(entries, position);
+  const qvini_Entry* const first = qvini_ItemAt(entries, position);
   const qvini_Range base = {first->name, baseLength};
-  char* const name = qvini_Copy(qvini_Trimmed(base));
-  char* const value = name == NULL ? NULL : Concatenate(entries, position, count);
-  if (value == NULL) {
-    free(name);
-    return kIniOutOfMemory;
-  }
-  free(first->name);
-  free(first->value);
-  first->name = name;
-  first->value = value;
-  for (size_t i = 1; i < count; ++i)
+  char* const value = Concatenate(entries, position, count);
+  qvini_Entry* const joined =
+      value == NULL
+          ? NULL
+          : qvini_NewEntry(qvini_Trimmed(base), qvini_Whole(value), first->quote, first->line);
+  free(value);
+  if (joined == NULL) return kIniOutOfMemory;
+  for (size_t i = 0; i < count; ++i)
     qvini_DisposeEntry(qvini_ItemAt(entries, position + i));
+  entries->items[position - 1] = joined;
   return kIniDone;
-}
-
-static int HasFirstPiece(const qvini_List* entries) {
-  size_t baseLength = 0;
-  for (size_t i = 1; i <= entries->count; ++i) {
-    if (IsFirstPiece(qvini_ItemAt(entries, i), &baseLength)) return 1;
-  }
-  return 0;
 }
 
 // Goes through the entries once; those that stay move up to where the removed ones were.
 static int JoinInSection(qvini_List* entries) {
-  if (!HasFirstPiece(entries)) return kIniDone;
   int result = kIniDone;
   size_t kept = 0;
   size_t position = 1;
   while (position <= entries->count) {
     size_t count = 1;
     size_t baseLength = 0;
-    if (result == kIniDone && IsFirstPiece(qvini_ItemAt(entries, position), &baseLength)) {
+    if (result == kIniDone && qvini_IsFirstPiece(qvini_ItemAt(entries, position), &baseLength)) {
       const size_t run = 1 + CountLaterPieces(entries, position + 1);
       result = JoinRun(entries, position, run, baseLength);
       if (result == kIniDone) count = run;
@@ -121,7 +109,7 @@ int qvini_JoinLongValues(IniDocument* document) {
   int result = kIniDone;
   for (size_t i = 1; i <= document->sections->count && result == kIniDone; ++i) {
     qvini_Section* const section = qvini_ItemAt(document->sections, i);
-    result = JoinInSection(&section->entries);
+    if (section->hasPieces) result = JoinInSection(&section->entries);
   }
   return result;
 }

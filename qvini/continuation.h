@@ -4,6 +4,7 @@
 
 #include <stddef.h>
 
+#include "qvini/items.h"
 #include "qvini/qvini.h"
 
 #ifdef __cplusplus
@@ -17,9 +18,12 @@ extern const char kContinuationMark[];
 /// 0, and nothing stored.
 int AnalyzeItemName(const char* name, size_t* baseLength, unsigned* number);
 
-/// Joins the pieces of long values in all sections. A run begins with a number 1 and takes all
-/// continuation items of other numbers that follow: their values, in this order, are the value of
-/// the base name. 0, or kIniOutOfMemory, and only some are joined.
+/// Whether an entry begins a run of pieces: 1, and the length of its base name; or 0.
+int qvini_IsFirstPiece(const qvini_Entry* entry, size_t* baseLength);
+
+/// Joins the pieces of long values in all sections that have some. A run begins with a number 1 and
+/// takes all continuation items of other numbers that follow: their values, in this order, are the
+/// value of the base name. 0, or kIniOutOfMemory, and only some are joined.
 int qvini_JoinLongValues(IniDocument* document);
 
 #ifdef __cplusplus

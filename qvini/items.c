@@ -1,61 +1,69 @@
 #include "qvini/items.h"
 
 #include <stdlib.h>
+#include <string.h>
 
 #include "qvini/toolbox.h"
 
 const char kNullSectionName[] = "(null)";
 
-// Makes an entry of a name to trim and a value to take as it is.
-static qvini_Entry* NewEntry(const char* name, qvini_Range value, char quote, int line) {
-  qvini_Entry* const entry = malloc(sizeof(*entry));
-  if (entry == NULL) return NULL;
-  entry->name = qvini_StrDupWithoutSurrWhiteSpace(name);
-  entry->value = entry->name == NULL ? NULL : qvini_Copy(value);
-  entry->line = line;
-  entry->quote = quote;
-  if (entry->value != NULL) return entry;
-  qvini_DisposeEntry(entry);
-  return NULL;
+// Copies a range, and a NUL behind it.
+static char* CopyTo(char* to, qvini_Range range) {
+  if (range.length > 0) memcpy(to, range.begin, range.length);
+  to[range.length] = '\0';
+  return to;
 }
 
-qvini_Entry* qvini_NewEntry(const char* name, const char* value, char quote, int line) {
-  return NewEntry(name, qvini_TrimmedText(value), quote, line);
+qvini_Entry* qvini_NewEntry(qvini_Range name, qvini_Range value, char quote, int line) {
+  qvini_Entry* const entry = malloc(sizeof(*entry) + name.length + 1 + value.length + 1);
+  if (entry == NULL) return NULL;
+  char* const text = (char*)(entry + 1);
+  entry->name = CopyTo(text, name);
+  entry->value = CopyTo(text + name.length + 1, value);
+  entry->line = line;
+  entry->quote = quote;
+  entry->ownsValue = 0;
+  return entry;
 }
 
 static int StandsIn(qvini_Range value, char quote) {
   return value.length >= 2 && value.begin[0] == quote && value.begin[value.length - 1] == quote;
 }
 
-qvini_Entry* IniNewEntryHandleQuotes(unsigned readFlags, const char* name, const char* value,
-                                     int line) {
-  qvini_Range range = qvini_TrimmedText(value);
+char qvini_TakeQuotes(unsigned readFlags, qvini_Range* value) {
   char quote = kIniUnquoted;
-  if ((readFlags & kIniReadDoubleQuotes) != 0 && StandsIn(range, kIniDoubleQuote)) {
+  if ((readFlags & kIniReadDoubleQuotes) != 0 && StandsIn(*value, kIniDoubleQuote)) {
     quote = kIniDoubleQuote;
-  } else if ((readFlags & kIniReadSingleQuotes) != 0 && StandsIn(range, kIniSingleQuote)) {
+  } else if ((readFlags & kIniReadSingleQuotes) != 0 && StandsIn(*value, kIniSingleQuote)) {
     quote = kIniSingleQuote;
   }
   if (quote != kIniUnquoted) {
-    ++range.begin;
-    range.length -= 2;
+    ++value->begin;
+    value->length -= 2;
   }
-  return NewEntry(name, range, quote, line);
+  return quote;
+}
+
+qvini_Entry* IniNewEntryHandleQuotes(unsigned readFlags, qvini_Range name, qvini_Range value,
+                                     int line) {
+  const char quote = qvini_TakeQuotes(readFlags, &value);
+  return qvini_NewEntry(name, value, quote, line);
 }
 
 void qvini_DisposeEntry(qvini_Entry* entry) {
   if (entry == NULL) return;
-  free(entry->name);
-  free(entry->value);
+  if (entry->ownsValue) free(entry->value);
   free(entry);
 }
 
-void qvini_TakeValue(qvini_Entry* entry, qvini_Entry* other) {
-  char* const former = entry->value;
-  entry->value = other->value;
-  entry->quote = other->quote;
-  other->value = former;
-  qvini_DisposeEntry(other);
+int qvini_SetValue(qvini_Entry* entry, qvini_Range value, char quote) {
+  char* const copy = qvini_Copy(value);
+  if (copy == NULL) return 0;
+  if (entry->ownsValue) free(entry->value);
+  entry->value = copy;
+  entry->ownsValue = 1;
+  entry->quote = quote;
+  return 1;
 }
 
 qvini_Section* qvini_NewSection(const IniDocument* document, const char* name, int line) {
@@ -64,6 +72,7 @@ qvini_Section* qvini_NewSection(const IniDocument* document, const char* name, i
   section->name = qvini_StrDupWithoutSurrWhiteSpace(name);
   qvini_InitList(&section->entries, &document->sections->key);
   section->flags = document->sectionFlags;
+  section->hasPieces = 0;
   section->line = line;
   if (section->name != NULL) return section;
   qvini_DisposeSection(section);
@@ -91,21 +100,20 @@ static qvini_Comparison ComparisonOf(const IniDocument* document) {
   return document->caseSensitive ? kExactly : kInAnyCase;
 }
 
-static int IsNameOf(const qvini_Section* section, const char* name, qvini_Comparison comparison) {
-  return comparison == kExactly ? qvini_EqualExactly(qvini_Whole(section->name), qvini_Whole(name))
-                                : qvini_StrICmpWithoutSurrWhiteSpace(section->name, name) == 0;
+qvini_Range qvini_WantedName(const IniDocument* document, const char* name) {
+  return document->caseSensitive ? qvini_Whole(name) : qvini_TrimmedText(name);
 }
 
-qvini_Section* qvini_FindSection(IniDocument* document, const char* name) {
+qvini_Section* qvini_FindSection(IniDocument* document, qvini_Range name) {
   const qvini_Comparison comparison = ComparisonOf(document);
   qvini_Section* const last = document->lastSection;
-  if (last != NULL && IsNameOf(last, name, comparison)) return last;
+  if (last != NULL && qvini_HasName(last, name, comparison == kInAnyCase)) return last;
   qvini_Section* const found = qvini_Find(document->sections, name, comparison);
   if (found != NULL) document->lastSection = found;
   return found;
 }
 
 qvini_Entry* qvini_FindEntry(const IniDocument* document, qvini_Section* section,
-                             const char* name) {
+                             qvini_Range name) {
   return qvini_Find(&section->entries, name, ComparisonOf(document));
 }

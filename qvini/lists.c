@@ -4,6 +4,8 @@
 
 enum {
   kFirstRoom = 4,
+  // Indexes number the places with 32 bits; and no computation of a size overflows.
+  kMostRoom = 1 << 29,
   // Up to here, comparing names costs less than hashing one.
   kShortList = 8,
 };
@@ -31,7 +33,7 @@ void qvini_ClearList(qvini_List* list) {
 }
 
 static int Grow(qvini_List* list) {
-  if (list->room > SIZE_MAX / 2 / sizeof(void*)) return 0;
+  if (list->room >= kMostRoom) return 0;
   const size_t room = list->room == 0 ? kFirstRoom : list->room * 2;
   void** const items = realloc(list->items, room * sizeof(void*));
   if (items == NULL) return 0;
@@ -52,23 +54,21 @@ void* qvini_ItemAt(const qvini_List* list, size_t position) {
 
 static void* FindByComparing(const qvini_List* list, qvini_Range name, int inAnyCase) {
   for (size_t i = 0; i < list->count; ++i) {
-    if (qvini_IsName(qvini_NameOf(list->items[i]), name, inAnyCase)) return list->items[i];
+    if (qvini_HasName(list->items[i], name, inAnyCase)) return list->items[i];
   }
   return NULL;
 }
 
-void* qvini_Find(qvini_List* list, const char* name, qvini_Comparison comparison) {
+void* qvini_Find(qvini_List* list, qvini_Range name, qvini_Comparison comparison) {
   const int inAnyCase = comparison == kInAnyCase;
-  const qvini_Range wanted = inAnyCase ? qvini_TrimmedText(name) : qvini_Whole(name);
-  if (list->count <= kShortList) return FindByComparing(list, wanted, inAnyCase);
+  if (list->count <= kShortList) return FindByComparing(list, name, inAnyCase);
 
   qvini_NameIndex** const index = &list->indexes[comparison];
   if (*index == NULL) *index = qvini_NewNameIndex(&list->key, inAnyCase);
-  size_t place = 0;
   // Without memory for the index the answer takes longer, but is the same.
-  if (*index == NULL || !qvini_IndexFind(*index, list->items, list->count, wanted, &place))
-    return FindByComparing(list, wanted, inAnyCase);
-  return qvini_ItemAt(list, place + 1);
+  if (*index == NULL || !qvini_LearnItems(*index, list->items, list->count))
+    return FindByComparing(list, name, inAnyCase);
+  return qvini_IndexFind(*index, list->items, name);
 }
 
 void qvini_Rearranged(qvini_List* list, size_t count) {

@@ -12,7 +12,7 @@ extern "C" {
 
 /// How names are compared.
 typedef enum qvini_Comparison {
-  /// In any case of ASCII letters, and whatever the white space around the name that is looked for.
+  /// In any case of ASCII letters.
   kInAnyCase,
   /// Every byte counts.
   kExactly,
@@ -43,7 +43,7 @@ int qvini_Append(qvini_List* list, void* item);
 void* qvini_ItemAt(const qvini_List* list, size_t position);
 
 /// The first item of this name, or null.
-void* qvini_Find(qvini_List* list, const char* name, qvini_Comparison comparison);
+void* qvini_Find(qvini_List* list, qvini_Range name, qvini_Comparison comparison);
 
 /// Takes the items from a position on out of the list, and declares that those that stay, up to
 /// there, may have been moved or renamed.

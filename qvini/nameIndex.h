@@ -10,14 +10,21 @@
 extern "C" {
 #endif
 
-/// A hash table of the names in a list. It learns of new items when it is next asked.
+/// A hash table of the names in a list.
 typedef struct qvini_NameIndex qvini_NameIndex;
 
-/// The name of an item; every item of a list begins with it.
-const char* qvini_NameOf(const void* item);
+// Inline, for every look-up ends here.
 
-/// Whether a stored name is the wanted one, exactly or in any case.
-int qvini_IsName(const char* stored, qvini_Range wanted, int inAnyCase);
+/// The name of an item; every item of a list begins with it.
+static inline qvini_Range qvini_NameOf(const void* item) {
+  return qvini_Whole(*(char* const*)item);
+}
+
+/// Whether an item has this name, exactly or in any case.
+static inline int qvini_HasName(const void* item, qvini_Range wanted, int inAnyCase) {
+  const qvini_Range name = qvini_NameOf(item);
+  return inAnyCase ? qvini_EqualInAnyCase(name, wanted) : qvini_EqualExactly(name, wanted);
+}
 
 /// An empty index, or null when there is no memory. With inAnyCase, ASCII letters of either case
 /// are the same.
@@ -26,12 +33,13 @@ qvini_NameIndex* qvini_NewNameIndex(const qvini_HashKey* key, int inAnyCase);
 /// Frees an index. Null is allowed.
 void qvini_DisposeNameIndex(qvini_NameIndex* index);
 
-/// Finds the first of the count items that has this name: 1 and its place, counted from 0, or count
-/// when there is none. 0 when there was no memory to take new items into the index, which has to be
-/// searched for them by other means then. The items of earlier calls must be there, in the same
-/// places and with the same names.
-int qvini_IndexFind(qvini_NameIndex* index, void* const* items, size_t count, qvini_Range name,
-                    size_t* place);
+/// Takes those of the count items into the index that it does not know: 1, or 0 when there was no
+/// memory for all of them. The items of earlier calls must be there, in the same places and with
+/// the same names.
+int qvini_LearnItems(qvini_NameIndex* index, void* const* items, size_t count);
+
+/// The first of the items learned that has this name, or null.
+void* qvini_IndexFind(const qvini_NameIndex* index, void* const* items, qvini_Range name);
 
 #ifdef __cplusplus
 }

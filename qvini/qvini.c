@@ -49,14 +49,14 @@ void IniDispose(IniDocument* document) {
 // Gives section the value of key, or leaves everything as it was.
 static int PutIntoSection(const IniDocument* document, qvini_Section* section, const char* key,
                           const char* value, char quote) {
-  qvini_Entry* const entry = qvini_NewEntry(key, value, quote, kIniNoLine);
-  if (entry == NULL) return kIniOutOfMemory;
+  const qvini_Range text = qvini_TrimmedText(value);
   qvini_Entry* const present =
-      document->mergeDuplicates ? qvini_FindEntry(document, section, key) : NULL;
-  if (present != NULL) {
-    qvini_TakeValue(present, entry);
-    return kIniFound;
-  }
+      document->mergeDuplicates
+          ? qvini_FindEntry(document, section, qvini_WantedName(document, key))
+          : NULL;
+  if (present != NULL) return qvini_SetValue(present, text, quote) ? kIniFound : kIniOutOfMemory;
+  qvini_Entry* const entry = qvini_NewEntry(qvini_TrimmedText(key), text, quote, kIniNoLine);
+  if (entry == NULL) return kIniOutOfMemory;
   if (qvini_Append(&section->entries, entry)) return kIniFound;
   qvini_DisposeEntry(entry);
   return kIniMissing;
@@ -78,18 +78,18 @@ int IniPut(IniDocument* document, const char* section, const char* key, const ch
   if (document == NULL) return kIniBadPath;
   if (qvini_TrimmedText(section).length == 0) return kIniEmptyName;
   if (qvini_TrimmedText(key).length == 0) return kIniEmptyName;
-  qvini_Section* const present = qvini_FindSection(document, section);
+  qvini_Section* const present = qvini_FindSection(document, qvini_WantedName(document, section));
   return present != NULL ? PutIntoSection(document, present, key, value, quote)
                          : PutIntoNewSection(document, section, key, value, quote);
 }
 
 static qvini_Section* FindSection(IniDocument* document, const char* name) {
-  return document == NULL ? NULL : qvini_FindSection(document, name);
+  return document == NULL ? NULL : qvini_FindSection(document, qvini_WantedName(document, name));
 }
 
 static qvini_Entry* FindItem(IniDocument* document, const char* section, const char* key) {
   qvini_Section* const home = FindSection(document, section);
-  return home == NULL ? NULL : qvini_FindEntry(document, home, key);
+  return home == NULL ? NULL : qvini_FindEntry(document, home, qvini_WantedName(document, key));
 }
 
 int IniGet(IniDocument* document, const char* section, const char* key, const char** value) {

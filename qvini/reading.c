@@ -47,42 +47,60 @@ static int TakeHeader(Reading* reading, char* text) {
   text[(size_t)(name.begin - text) + name.length] = '\0';
 
   qvini_Section* const present =
-      reading->document->mergeDuplicates ? qvini_FindSection(reading->document, name.begin) : NULL;
+      reading->document->mergeDuplicates ? qvini_FindSection(reading->document, name) : NULL;
   if (present == NULL) return AddSection(reading, name.begin);
   present->line = reading->line;
   reading->section = present;
   return kIniDone;
 }
 
-static int AddEntry(const Reading* reading, const char* key, const char* value) {
-  const IniDocument* const document = reading->document;
+static int AddEntry(const Reading* reading, qvini_Range name, qvini_Range value) {
+  qvini_Section* const section = reading->section;
   qvini_Entry* const entry =
-      IniNewEntryHandleQuotes(document->readFlags, key, value, reading->line);
+      IniNewEntryHandleQuotes(reading->document->readFlags, name, value, reading->line);
   if (entry == NULL) return kIniOutOfMemory;
-  qvini_Entry* const present =
-      document->mergeDuplicates ? qvini_FindEntry(document, reading->section, entry->name) : NULL;
-  if (present != NULL) {
-    present->line = reading->line;
-    qvini_TakeValue(present, entry);
-    return kIniDone;
+  if (!qvini_Append(&section->entries, entry)) {
+    qvini_DisposeEntry(entry);
+    return kIniOutOfMemory;
   }
-  if (qvini_Append(&reading->section->entries, entry)) return kIniDone;
-  qvini_DisposeEntry(entry);
-  return kIniOutOfMemory;
+  size_t baseLength = 0;
+  if (qvini_IsFirstPiece(entry, &baseLength)) section->hasPieces = 1;
+  return kIniDone;
 }
 
-static int TakeEntry(Reading* reading, char* text) {
+static int ReplaceValue(const Reading* reading, qvini_Entry* entry, qvini_Range value) {
+  const char quote = qvini_TakeQuotes(reading->document->readFlags, &value);
+  if (!qvini_SetValue(entry, value, quote)) return kIniOutOfMemory;
+  entry->line = reading->line;
+  return kIniDone;
+}
+
+// Where the text up to it is a key; null where the line has none.
+static const char* FindSeparator(qvini_Range text, int colons) {
+  const char* const equals = memchr(text.begin, '=', text.length);
+  if (!colons) return equals;
+  if (equals != NULL) text.length = (size_t)(equals - text.begin);
+  const char* const colon = text.length == 0 ? NULL : memchr(text.begin, ':', text.length);
+  return colon != NULL ? colon : equals;
+}
+
+static int TakeEntry(Reading* reading, qvini_Range text) {
   const int colons = (reading->document->readFlags & kIniReadColons) != 0;
-  char* const separator = strpbrk(text, colons ? "=:" : "=");
+  const int acceptsEmpty = (reading->document->readFlags & kIniReadEmptyValues) != 0;
+  const char* const separator = FindSeparator(text, colons);
   if (separator == NULL) {
     NoteBadLine(reading);
     return kIniDone;
   }
-  const char* const value = separator + (*separator == ':' && separator[1] == '=' ? 2 : 1);
-  *separator = '\0';
-  const int acceptsEmpty = (reading->document->readFlags & kIniReadEmptyValues) != 0;
-  if (qvini_TrimmedText(text).length == 0 ||
-      (qvini_TrimmedText(value).length == 0 && !acceptsEmpty)) {
+  const qvini_Range beforeIt = {text.begin, (size_t)(separator - text.begin)};
+  qvini_Range behindIt = {separator + 1, text.length - beforeIt.length - 1};
+  if (*separator == ':' && behindIt.length > 0 && *behindIt.begin == '=') {
+    ++behindIt.begin;
+    --behindIt.length;
+  }
+  const qvini_Range name = qvini_Trimmed(beforeIt);
+  const qvini_Range value = qvini_Trimmed(behindIt);
+  if (name.length == 0 || (value.length == 0 && !acceptsEmpty)) {
     NoteBadLine(reading);
     return kIniDone;
   }
@@ -91,7 +109,10 @@ static int TakeEntry(Reading* reading, char* text) {
     const int result = AddSection(reading, kNullSectionName);
     if (result != kIniDone) return result;
   }
-  return AddEntry(reading, text, value);
+  qvini_Entry* const present = reading->document->mergeDuplicates
+                                   ? qvini_FindEntry(reading->document, reading->section, name)
+                                   : NULL;
+  return present == NULL ? AddEntry(reading, name, value) : ReplaceValue(reading, present, value);
 }
 
 static int TakeLine(Reading* reading, char* text) {
@@ -104,7 +125,7 @@ static int TakeLine(Reading* reading, char* text) {
     case '[':
       return TakeHeader(reading, text + 1);
     default:
-      return TakeEntry(reading, text);
+      return TakeEntry(reading, qvini_Whole(text));
   }
 }
 

@@ -3,40 +3,9 @@
 #include <stdlib.h>
 #include <string.h>
 
-int qvini_IsBlank(char c) {
-  return c == ' ' || (c >= '\t' && c <= '\r');
-}
-
 int qvini_IsControl(char c) {
   const unsigned char byte = (unsigned char)c;
   return byte < 0x20 || byte == 0x7f;
-}
-
-int qvini_IsDigit(char c) {
-  return c >= '0' && c <= '9';
-}
-
-char qvini_LowerCase(char c) {
-  return c >= 'A' && c <= 'Z' ? (char)(c + ('a' - 'A')) : c;
-}
-
-qvini_Range qvini_Whole(const char* text) {
-  const qvini_Range range = {text, text == NULL ? 0 : strlen(text)};
-  return range;
-}
-
-qvini_Range qvini_Trimmed(qvini_Range range) {
-  while (range.length > 0 && qvini_IsBlank(range.begin[range.length - 1]))
-    --range.length;
-  while (range.length > 0 && qvini_IsBlank(*range.begin)) {
-    ++range.begin;
-    --range.length;
-  }
-  return range;
-}
-
-qvini_Range qvini_TrimmedText(const char* text) {
-  return qvini_Trimmed(qvini_Whole(text));
 }
 
 int qvini_EqualExactly(qvini_Range a, qvini_Range b) {
@@ -45,8 +14,10 @@ int qvini_EqualExactly(qvini_Range a, qvini_Range b) {
 
 int qvini_EqualInAnyCase(qvini_Range a, qvini_Range b) {
   if (a.length != b.length) return 0;
-  for (size_t i = 0; i < a.length; ++i) {
-    if (qvini_LowerCase(a.begin[i]) != qvini_LowerCase(b.begin[i])) return 0;
+  // Names are mostly looked for as they are spelled, and others mostly differ at their ends.
+  if (qvini_EqualExactly(a, b)) return 1;
+  for (size_t i = a.length; i > 0; --i) {
+    if (qvini_LowerCase(a.begin[i - 1]) != qvini_LowerCase(b.begin[i - 1])) return 0;
   }
   return 1;
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <stddef.h>
+#include <string.h>
 
 #ifdef __cplusplus
 extern "C" {
@@ -13,25 +14,46 @@ typedef struct qvini_Range {
   size_t length;
 } qvini_Range;
 
+// Inline, for every byte that is read or looked for goes through these.
+
 /// Blank, TAB, LF, VT, FF or CR.
-int qvini_IsBlank(char c);
+static inline int qvini_IsBlank(char c) {
+  return c == ' ' || (c >= '\t' && c <= '\r');
+}
 
 /// 0 to 31, and DEL.
 int qvini_IsControl(char c);
 
-int qvini_IsDigit(char c);
+static inline int qvini_IsDigit(char c) {
+  return c >= '0' && c <= '9';
+}
 
 /// The small letter of an ASCII capital; every other byte as it is.
-char qvini_LowerCase(char c);
+static inline char qvini_LowerCase(char c) {
+  return c >= 'A' && c <= 'Z' ? (char)(c + ('a' - 'A')) : c;
+}
 
 /// All of text; an empty range for null.
-qvini_Range qvini_Whole(const char* text);
+static inline qvini_Range qvini_Whole(const char* text) {
+  const qvini_Range range = {text, text == NULL ? 0 : strlen(text)};
+  return range;
+}
 
 /// The range without white space at both ends.
-qvini_Range qvini_Trimmed(qvini_Range range);
+static inline qvini_Range qvini_Trimmed(qvini_Range range) {
+  while (range.length > 0 && qvini_IsBlank(range.begin[range.length - 1]))
+    --range.length;
+  while (range.length > 0 && qvini_IsBlank(*range.begin)) {
+    ++range.begin;
+    --range.length;
+  }
+  return range;
+}
 
 /// All of text without white space at both ends; an empty range for null.
-qvini_Range qvini_TrimmedText(const char* text);
+static inline qvini_Range qvini_TrimmedText(const char* text) {
+  return qvini_Trimmed(qvini_Whole(text));
+}
 
 /// Whether two ranges have the same bytes.
 int qvini_EqualExactly(qvini_Range a, qvini_Range b);

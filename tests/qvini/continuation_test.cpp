@@ -30,7 +30,7 @@ Texts Joined(const Texts& lines) {
   Texts all{"[s]"};
   all.insert(all.end(), lines.begin(), lines.end());
   const TestDocument document(all);
-  const qvini_Section* const section = qvini_FindSection(document, "s");
+  const qvini_Section* const section = qvini_FindSection(document, qvini_Whole("s"));
   Texts result;
   for (std::size_t i = 1; i <= section->entries.count; ++i) {
     const auto* const entry = static_cast<qvini_Entry*>(qvini_ItemAt(&section->entries, i));

@@ -20,21 +20,45 @@ struct Taken {
 };
 
 Taken TakeQuotes(unsigned flags, const char* value) {
-  const Entry entry(IniNewEntryHandleQuotes(flags, "key", value, 1), &qvini_DisposeEntry);
+  const Entry entry(IniNewEntryHandleQuotes(flags, qvini_Whole("key"), qvini_TrimmedText(value), 1),
+                    &qvini_DisposeEntry);
   return {entry->value, entry->quote};
 }
 
-TEST(NewEntry, TrimsNameAndValue) {
-  const Entry entry(qvini_NewEntry(" my key\t", "\n a  b ", 39, 12), &qvini_DisposeEntry);
-  EXPECT_STREQ(entry->name, "my key");
-  EXPECT_STREQ(entry->value, "a  b");
+TEST(NewEntry, CopiesNameAndValue) {
+  const std::string text = "key=value";
+  const Entry entry(qvini_NewEntry({text.data(), 3}, {text.data() + 4, 5}, 39, 12),
+                    &qvini_DisposeEntry);
+  EXPECT_STREQ(entry->name, "key");
+  EXPECT_STREQ(entry->value, "value");
   EXPECT_EQ(entry->quote, 39);
   EXPECT_EQ(entry->line, 12);
 }
 
 TEST(NewEntry, MakesAnEmptyValueOfNull) {
-  const Entry entry(qvini_NewEntry("key", nullptr, 0, 1), &qvini_DisposeEntry);
+  const Entry entry(qvini_NewEntry(qvini_Whole("key"), {nullptr, 0}, 0, 1), &qvini_DisposeEntry);
   EXPECT_STREQ(entry->value, "");
+}
+
+TEST(SetValue, ReplacesValueAndQuoteAndNothingElse) {
+  const Entry entry(qvini_NewEntry(qvini_Whole("key"), qvini_Whole("value"), 39, 12),
+                    &qvini_DisposeEntry);
+  for (const char* value : {"a value that is longer", "short", ""}) {
+    EXPECT_EQ(qvini_SetValue(entry.get(), qvini_Whole(value), 34), 1);
+    EXPECT_STREQ(entry->name, "key");
+    EXPECT_STREQ(entry->value, value);
+    EXPECT_EQ(entry->quote, 34);
+    EXPECT_EQ(entry->line, 12);
+  }
+}
+
+TEST(SetValue, TakesPartOfTheValueThatItReplaces) {
+  const Entry entry(qvini_NewEntry(qvini_Whole("key"), qvini_Whole("value"), 0, 1),
+                    &qvini_DisposeEntry);
+  EXPECT_EQ(qvini_SetValue(entry.get(), qvini_Whole(entry->value + 1), 0), 1);
+  EXPECT_STREQ(entry->value, "alue");
+  EXPECT_EQ(qvini_SetValue(entry.get(), qvini_Whole(entry->value + 1), 0), 1);
+  EXPECT_STREQ(entry->value, "lue");
 }
 
 TEST(IniNewEntryHandleQuotes, TakesOffDoubleQuotesWithFlagTwo) {
@@ -95,8 +119,8 @@ TEST(SectionFlags, GoIntoSectionsThatAreReadAndThatArePut) {
   document->sectionFlags = 6;
   IniPut(document, "b", "k", "1", 0);
   IniPut(document, "a", "k", "2", 0);
-  EXPECT_EQ(qvini_FindSection(document, "a")->flags, 5);
-  EXPECT_EQ(qvini_FindSection(document, "b")->flags, 6);
+  EXPECT_EQ(qvini_FindSection(document, qvini_Whole("a"))->flags, 5);
+  EXPECT_EQ(qvini_FindSection(document, qvini_Whole("b"))->flags, 6);
 }
 
 }  // namespace

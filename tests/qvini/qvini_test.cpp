@@ -26,8 +26,8 @@ int Put(IniDocument* document, const std::string& section, const std::string& ke
 
 // The line and the quote of an entry as it is stored.
 std::pair<int, int> LineAndQuote(IniDocument* document, const char* section, const char* key) {
-  const qvini_Entry* const entry =
-      qvini_FindEntry(document, qvini_FindSection(document, section), key);
+  const qvini_Entry* const entry = qvini_FindEntry(
+      document, qvini_FindSection(document, qvini_Whole(section)), qvini_Whole(key));
   return {entry->line, entry->quote};
 }
 
@@ -100,7 +100,7 @@ TEST(IniPut, MakesSectionAndEntry) {
   EXPECT_EQ(Put(document, "Section", "Key", "value"), 1);
   EXPECT_EQ(document.value("Section", "Key"), "value");
   EXPECT_EQ(LineAndQuote(document, "Section", "Key"), std::make_pair(-1, 0));
-  EXPECT_EQ(qvini_FindSection(document, "Section")->line, -1);
+  EXPECT_EQ(qvini_FindSection(document, qvini_Whole("Section"))->line, -1);
   EXPECT_EQ(document.lines(), (Texts{"[Section]", "Key = value", ""}));
 }
 
@@ -369,7 +369,7 @@ TEST(IniNumberOfItems, CountsTheEntriesOfOneSection) {
 
 TEST(IniNumberOfItems, IsTheLargestIntWhereThereAreMore) {
   const TestDocument document({"[s]", "k = v"});
-  std::size_t& count = qvini_FindSection(document, "s")->entries.count;
+  std::size_t& count = qvini_FindSection(document, qvini_Whole("s"))->entries.count;
   for (const std::size_t entries : {std::size_t{INT_MAX}, std::size_t{INT_MAX} + 1}) {
     count = entries;
     EXPECT_EQ(IniNumberOfItems(document, "s"), INT_MAX);
