@@ -1,6 +1,5 @@
-#include <pthread.h>
-
 #include "bench/Bench.h"
+#include "bench/RecursiveMutex.h"
 #include "kit/osdep/AtomicInt.h"
 #include "kit/osdep/CriticalSection.h"
 
@@ -9,26 +8,6 @@ namespace {
 
 using kit::osdep::AtomicInt;
 using kit::osdep::CriticalSection;
-
-class RecursiveMutex {
- public:
-  RecursiveMutex() {
-    pthread_mutexattr_t attributes;
-    pthread_mutexattr_init(&attributes);
-    pthread_mutexattr_settype(&attributes, PTHREAD_MUTEX_RECURSIVE);
-    pthread_mutex_init(&mutex_, &attributes);
-    pthread_mutexattr_destroy(&attributes);
-  }
-  RecursiveMutex(const RecursiveMutex&) = delete;
-  RecursiveMutex& operator=(const RecursiveMutex&) = delete;
-  ~RecursiveMutex() { pthread_mutex_destroy(&mutex_); }
-
-  void lock() { pthread_mutex_lock(&mutex_); }
-  void unlock() { pthread_mutex_unlock(&mutex_); }
-
- private:
-  pthread_mutex_t mutex_;
-};
 
 void EnterAndLeave(benchmark::State& state) {
   const CriticalSection section;

@@ -43,6 +43,13 @@ ROWS = [
           clock="real_time", inverted=True),
     Ratio(5, "the machine's own limit: `vsnprintf` from two threads", "trace", "PrintingOfTwo",
           {"from one": "PrintingOfOne"}, 1.8, clock="real_time", inverted=True),
+    Ratio(6, "an Init and its Uninit while another handle is out", "init", "Init",
+          {"four locks of a recursive `pthread_mutex_t`, one `new` and `delete`": "Init/locks"}, 1.5,
+          instructions=True),
+    *(Growth(7, f"giving back all of 1,000 to 1,000,000 handles, {order}", "init", ours,
+             (1000, 10_000, 100_000, 1_000_000), 1.1)
+      for order, ours in (("the oldest first", "OldestFirst"), ("the newest first", "NewestFirst"),
+                          ("shuffled", "Shuffled"))),
     Ratio(11, "`CriticalSection`: enter and leave", "lock", "CriticalSection",
           {"a recursive `pthread_mutex_t`": "CriticalSection/pthread"}, 1.25, instructions=True),
     Ratio(11, "`AtomicInt`: increment", "lock", "AtomicInt",

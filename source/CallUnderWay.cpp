@@ -16,8 +16,6 @@ std::atomic<std::size_t> g_end{0};
 /// The calls that found no place.
 std::atomic<std::uint32_t> g_unlisted{0};
 
-std::atomic<bool> g_wasCutOff{false};
-
 std::atomic<pthread_t>* TakePlace() noexcept {
   for (std::size_t place = 0; place < kPlaces; ++place) {
     pthread_t nobody = kNobody;
@@ -33,35 +31,34 @@ std::atomic<pthread_t>* TakePlace() noexcept {
   return nullptr;
 }
 
-/// In a child: notes whether it was cut off, and strikes out the threads that it does not have. A
-/// thread of its own may be given the name of one of them.
-void LookForCalls() noexcept {
-  const pthread_t self = pthread_self();
-  if (g_unlisted != 0) g_wasCutOff = true;
-  // All places: whoever has just taken one may not have raised the end yet.
-  for (std::atomic<pthread_t>& thread : g_threads) {
-    if (thread == kNobody) continue;
-    g_wasCutOff = true;
-    if (pthread_equal(thread, self) == 0) thread = kNobody;
-  }
-}
-
 }  // namespace
 
 CallUnderWay::CallUnderWay() noexcept : place_(TakePlace()) {}
 
 CallUnderWay::~CallUnderWay() {
   if (place_ != nullptr) {
-    *place_ = kNobody;
+    // Who learns that the call is over, and forks then, finds it over.
+    place_->store(kNobody, std::memory_order_release);
   } else {
     --g_unlisted;
+  }
+}
+
+void CallUnderWay::lookForCalls() noexcept {
+  const pthread_t self = pthread_self();
+  if (g_unlisted != 0) wasCutOff_ = true;
+  // All places: whoever has just taken one may not have raised the end yet.
+  for (std::atomic<pthread_t>& thread : g_threads) {
+    if (thread == kNobody) continue;
+    wasCutOff_ = true;
+    if (pthread_equal(thread, self) == 0) thread = kNobody;
   }
 }
 
 // The parent's side needs nothing: no lock is held over a fork, so that no handler of the host can
 // meet one that the fork itself holds.
 bool CallUnderWay::watchForks() noexcept {
-  return pthread_atfork(nullptr, nullptr, &LookForCalls) == 0;
+  return pthread_atfork(nullptr, nullptr, &lookForCalls) == 0;
 }
 
 bool CallUnderWay::isInThisThread() noexcept {
@@ -70,10 +67,6 @@ bool CallUnderWay::isInThisThread() noexcept {
   for (std::size_t place = 0; place < end; ++place)
     if (pthread_equal(g_threads[place], self) != 0) return true;
   return false;
-}
-
-bool CallUnderWay::wasCutOff() noexcept {
-  return g_wasCutOff;
 }
 
 }  // namespace qvsslinit

@@ -28,9 +28,14 @@ class CallUnderWay {
 
   /// Whether this process was forked off while a thread was in a call. Its locks are then held for
   /// ever and what it had begun is half done.
-  static bool wasCutOff() noexcept;
+  static bool wasCutOff() noexcept { return wasCutOff_; }
 
  private:
+  /// In a child: notes whether it was cut off, and strikes out the threads that it does not have. A
+  /// thread of its own may be given the name of one of them.
+  static void lookForCalls() noexcept;
+
+  static inline std::atomic<bool> wasCutOff_{false};
   std::atomic<pthread_t>* place_;
 };
 

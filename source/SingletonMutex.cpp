@@ -14,9 +14,8 @@ SingletonMutex::~SingletonMutex() {
   delete section_.exchange(nullptr);
 }
 
-bool SingletonMutex::isThere() noexcept {
+bool SingletonMutex::make() noexcept {
   if (gone_) return false;
-  if (section_ != nullptr) return true;
   try {
     auto made = std::make_unique<CriticalSection>();
     // Another thread may have come first; its section is the one.

@@ -19,12 +19,14 @@ class SingletonMutex {
 
   /// Whether it can be entered: false when there is no memory for it, and once it is gone. Any
   /// thread may ask.
-  bool isThere() noexcept;
+  bool isThere() noexcept { return section_ != nullptr || make(); }
 
   /// The section itself, which must be there.
   operator const qv::kit::osdep::CriticalSection&() const noexcept { return *section_.load(); }
 
  private:
+  bool make() noexcept;
+
   // Outlives the object: it is asked about afterwards.
   static std::atomic<bool> gone_;
 

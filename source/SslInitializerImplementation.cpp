@@ -2,12 +2,12 @@
 
 #include <pthread.h>
 
-#include <algorithm>
 #include <cstdint>
 #include <limits>
 #include <new>
 
 #include "kit/StringBase.h"
+#include "kit/osdep/CancellationDeferral.h"
 #include "kit/osdep/GetModuleDirectory.h"
 #include "kit/osdep/path.h"
 #include "source/CRYPTO_dynlock_value.h"
@@ -24,6 +24,7 @@ namespace qvsslinit {
 
 using qv::kit::StatusChain;
 using qv::kit::WString;
+using qv::kit::osdep::CancellationDeferral;
 using qv::kit::osdep::CriticalSection;
 using qv::traceengine::MyTraceLogger;
 using qv::traceengine::TraceTagEE;
@@ -48,6 +49,7 @@ bool IsToLock(int mode) {
 void SslInitializerImplementation::CreateSingleton(StatusChain& status) {
   const CriticalSection::Guard guard(g_SingletonMutex);
   if (g_pInitializerSingleton != nullptr) return;
+  const CancellationDeferral deferral;
   try {
     g_pInitializerSingleton = new SslInitializerImplementation(status);
   } catch (...) {
@@ -104,7 +106,7 @@ std::int32_t SslInitializerImplementation::issueHandle(StatusChain& status) {
     return kNoHandle;
   }
   try {
-    handles_.push_back(nextHandle_);
+    handles_.add(nextHandle_);
   } catch (...) {
     FailWithCurrentException(status, "SslInitializerImplementation::LoadLibrary");
     return kNoHandle;
@@ -128,13 +130,11 @@ void SslInitializerImplementation::releaseHandle(std::int32_t handle, StatusChai
     status.set(kFailed);
     return;
   }
-  const auto found = std::lower_bound(handles_.begin(), handles_.end(), handle);
-  if (found == handles_.end() || *found != handle) {
+  if (!handles_.remove(handle)) {
     XTraceError(g_pGLogger, kFunctionName, "Release called with invalid handle '%d'", handle);
     status.set(kFailed);
     return;
   }
-  handles_.erase(found);
   if (--refCount_ == 0) {
     destroyObjects();
     XTraceLog(g_pGLogger, kTraceReferenceCount, kFunctionName,
@@ -144,6 +144,8 @@ void SslInitializerImplementation::releaseHandle(std::int32_t handle, StatusChai
 
 void SslInitializerImplementation::traceResult(const char* functionName, const StatusChain& status,
                                                std::int32_t handle) const {
+  // A function of variable arguments is never inlined.
+  if (!XTraceTagIsEnabled(g_pGLogger, kTraceReferenceCount)) return;
   XTraceLog(g_pGLogger, kTraceReferenceCount, functionName,
             "returning status=%s, handle=%d, refCount_=%d", Failed(status) ? "error" : "ok", handle,
             refCount_);
@@ -155,6 +157,7 @@ void SslInitializerImplementation::initialize(StatusChain& status) {
   if (Failed(status)) return;
   const CriticalSection::Guard guard(lock_);
   if (initialized_) return;
+  const CancellationDeferral deferral;
   try {
     openLibraries();
   } catch (...) {
@@ -248,6 +251,7 @@ bool SslInitializerImplementation::isResolved(OpensslRow row) const {
 }
 
 void SslInitializerImplementation::destroyObjects() {
+  const CancellationDeferral deferral;
   TraceTagEE scope(kTraceInitializerScopes, "SslInitializerImplementation::destroyObjects");
   cryptoLibrary_.reset();
   sslLibrary_.reset();

@@ -2,11 +2,11 @@
 
 #include <cstdint>
 #include <memory>
-#include <vector>
 
 #include "kit/StatusChain.h"
 #include "kit/osdep/CriticalSection.h"
 #include "kit/osdep/SharedLibrary.h"
+#include "source/HandleNumbers.h"
 #include "source/LockArray.h"
 #include "source/OpensslFunctionPointers.h"
 #include "source/OpensslObjects.h"
@@ -74,7 +74,7 @@ class SslInitializerImplementation {
   qv::kit::osdep::CriticalSection lock_;
   std::unique_ptr<qv::kit::osdep::SharedLibrary> cryptoLibrary_;
   std::unique_ptr<qv::kit::osdep::SharedLibrary> sslLibrary_;
-  std::vector<std::int32_t> handles_;  // rising, for numbers are issued in that order
+  HandleNumbers handles_;
   OpensslFunctionPointers functions_{};
   std::int32_t resolvedRows_ = 0;  // rows of functions_ that the libraries now open have filled
   OpensslObjects objects_;

@@ -2,19 +2,16 @@
 
 #include <memory>
 
-#include "kit/osdep/CancellationDeferral.h"
 #include "source/CallUnderWay.h"
 #include "source/ServiceStatus.h"
 #include "source/SingletonMutex.h"
 #include "source/SslInitializer.h"
 
-using qv::kit::osdep::CancellationDeferral;
 using qvsslinit::CallUnderWay;
 using qvsslinit::g_SingletonMutex;
 using qvsslinit::SslInitializer;
 
 QvSslInitHandle* QVSSLINIT_Init() {
-  const CancellationDeferral deferral;
   // A library that is being loaded for a call would begin it all over again, without end. A signal
   // handler may have interrupted the call anywhere: it may wait for no lock, and allocate nothing.
   if (CallUnderWay::wasCutOff() || CallUnderWay::isInThisThread()) return nullptr;
@@ -32,7 +29,6 @@ QvSslInitHandle* QVSSLINIT_Init() {
 
 void QVSSLINIT_Uninit(QvSslInitHandle* handle) {
   if (handle == nullptr) return;
-  const CancellationDeferral deferral;
   if (CallUnderWay::wasCutOff()) return;
   const CallUnderWay call;
   // At the end of the process there is nothing left to give back to.

@@ -20,8 +20,8 @@ struct SslInitializerImplementationProbe {
   static std::int32_t refCount(const SslInitializerImplementation& singleton) {
     return singleton.refCount_;
   }
-  static const std::vector<std::int32_t>& handles(const SslInitializerImplementation& singleton) {
-    return singleton.handles_;
+  static std::vector<std::int32_t> handles(const SslInitializerImplementation& singleton) {
+    return singleton.handles_.all();
   }
   static const qv::kit::osdep::CriticalSection& lock(
       const SslInitializerImplementation& singleton) {

@@ -55,5 +55,28 @@ TEST(Cancellation, WaitsUntilInitHasReturned) {
   host.installation.uninit(host.handle);
 }
 
+// Where OpenSSL is unloaded there is enough that a thread could be cancelled in.
+TEST(Cancellation, WaitsUntilTheLastUninitHasReturned) {
+  Host host;
+  ASSERT_NE(host.handle = host.installation.init(), nullptr);
+  Journal::instance().onCall("unload libeay32.dylib", [] {
+    pthread_cancel(pthread_self());
+    pthread_testcancel();
+  });
+  pthread_t thread{};
+  const auto uninit = [](void* argument) -> void* {
+    auto* host = static_cast<Host*>(argument);
+    host->installation.uninit(host->handle);
+    pthread_testcancel();
+    return nullptr;
+  };
+  ASSERT_EQ(pthread_create(&thread, nullptr, uninit, &host), 0);
+  void* result = nullptr;
+  pthread_join(thread, &result);
+  EXPECT_EQ(result, PTHREAD_CANCELED);
+  Journal::instance().onCall("unload libeay32.dylib", [] {});
+  EXPECT_NE(host.installation.init(), nullptr);
+}
+
 }  // namespace
 }  // namespace qv::tests
