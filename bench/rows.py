@@ -12,7 +12,7 @@ class Ratio:
     ours: str
     peers: dict          # the name of a benchmark by what stands for it in the table
     most: float
-    clock: str = "cpu_time"
+    clock: str = "cpu_time"     # or "real_time", or "instructions" where whole processes are measured
     inverted: bool = False      # the peer's over ours, which is to be at least `most`
     difference: bool = False    # ours less the peer's, which is to be at most `most` nanoseconds
     sizes: tuple = ()           # where there are several: appended to all names, "ours/1000"
@@ -50,6 +50,13 @@ ROWS = [
              (1000, 10_000, 100_000, 1_000_000), 1.1)
       for order, ours in (("the oldest first", "OldestFirst"), ("the newest first", "NewestFirst"),
                           ("shuffled", "Shuffled"))),
+    *(Ratio(8, f"a first Init that finds a certificate, {how}", "process", "init",
+            {"the same files, functions and calls, by hand": "init/hand"}, 1.05, clock=clock)
+      for how, clock in (("time", "real_time"), ("instructions", "instructions"))),
+    Ratio(9, "a first Init that makes key and certificate, without finding the key", "process", "create",
+          {"the same calls by hand": "create/hand"}, 1.05, clock="instructions"),
+    Ratio(10, "`dlopen` and `dlclose` of the library", "process", "load", {"of an empty one": "load/empty"}, 1.5,
+          clock="real_time"),
     Ratio(11, "`CriticalSection`: enter and leave", "lock", "CriticalSection",
           {"a recursive `pthread_mutex_t`": "CriticalSection/pthread"}, 1.25, instructions=True),
     Ratio(11, "`AtomicInt`: increment", "lock", "AtomicInt",

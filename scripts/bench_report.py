@@ -57,6 +57,10 @@ def time_text(nanoseconds):
     return f"{nanoseconds:.3g} ns"
 
 
+def instructions_text(count):
+    return f"{count / 1e6:.3g} million instructions"
+
+
 def sized(row, name):
     """The benchmarks that bear a name of a row: one for each size, if it has any."""
     return [f"{name}/{size}" for size in row.sizes] or [name]
@@ -80,7 +84,8 @@ def ratio_line(row, times, instructions=""):
         return [times[each][row.clock] for each in sized(row, name)]
 
     def medians(lists):
-        return "; ".join(time_text(statistics.median(each)) for each in lists)
+        text = instructions_text if row.clock == "instructions" else time_text
+        return "; ".join(text(statistics.median(each)) for each in lists)
 
     peer = fastest_peer(row, times)
     ours, theirs = values(row.ours), values(row.peers[peer])

@@ -11,6 +11,7 @@ ROOT = sys.argv.pop(1)
 sys.dont_write_bytecode = True
 sys.path[:0] = [f"{ROOT}/scripts", f"{ROOT}/bench"]
 
+import bench_process
 import bench_report
 from rows import Growth, Ratio
 
@@ -101,6 +102,26 @@ class GrowthLine(unittest.TestCase):
     def test_is_reached_up_to_the_limit_and_not_beyond(self):
         self.assertTrue(self.growth(1, 158).reached)
         self.assertFalse(self.growth(1, 160).reached)
+
+
+class Processes(unittest.TestCase):
+    SHOWN = """1,234,567 (100.0%)  PROGRAM TOTALS
+
+1,234,567 (100.0%)  ???:MeasuredInit [bin/bench_host]
+  234,500 (19.0%)  ???:RSA_generate_key [lib/libeay32.dylib]
+   34,500 ( 2.8%)  ???:RSA_generate_key_ex [libcrypto.so.3]
+"""
+
+    def test_are_counted_without_what_finds_a_key(self):
+        self.assertEqual(bench_process.without_keys(self.SHOWN), 1000067)
+
+    def test_are_counted_whole_where_there_is_no_key(self):
+        self.assertEqual(bench_process.without_keys("  17 (100.0%)  PROGRAM TOTALS\n"), 17)
+
+    def test_show_instructions_as_such(self):
+        row = Ratio(1, "work", "process", "work", {"one": "one"}, 1.05, clock="instructions")
+        times = {"work": {"instructions": [2e6] * 2}, "one": {"instructions": [1.5e6] * 2}}
+        self.assertEqual(bench_report.ratio_line(row, times).peers, "1.5 million instructions")
 
 
 class Page(unittest.TestCase):
