@@ -133,9 +133,9 @@ bool OutputFile::endHalfLine() noexcept {
   return !endsInHalfLine_;
 }
 
-/// Cuts these bytes off the end of the file, provided that they are what it ends in.
+/// Cuts these bytes off the end of the file, provided that they are what it ends in. Standard error
+/// has no path to be read under.
 bool OutputFile::takeBack(const char* bytes, std::size_t size) const noexcept {
-  if (path_.empty()) return false;
   const int reader = AboveStandardStreams(RepeatWhileInterrupted(
       [this] { return ::open(path_.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK); }));
   if (reader == -1) return false;

@@ -239,6 +239,23 @@ TEST(StandardError, MayHaveBeenClosedByTheHost) {
   ::close(former);
 }
 
+TEST(StandardError, KeepsTheNextLineApartFromHalfALine) {
+  const tests::TemporaryDirectory directory;
+  const int file = ::open(directory.path("log").c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
+  const int former = ::dup(STDERR_FILENO);
+  ::dup2(file, STDERR_FILENO);
+  OutputFile output("");
+  {
+    const tests::FileSizeLimit limit(3);
+    EXPECT_EQ(output.append("abcdef\n", 7), 0u);
+  }
+  EXPECT_EQ(output.append("ghi\n", 4), 4u);
+  ::dup2(former, STDERR_FILENO);
+  ::close(former);
+  ::close(file);
+  EXPECT_EQ(directory.read("log"), "abc\nghi\n");
+}
+
 TEST(StandardError, IsWaitedForWhereTheHostMadeItNonBlocking) {
   int pipe[2];
   ASSERT_EQ(::pipe2(pipe, O_NONBLOCK), 0);
