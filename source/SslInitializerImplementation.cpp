@@ -202,7 +202,6 @@ void SslInitializerImplementation::loadFunctionPointers(StatusChain& status) {
   static constexpr const char* kFunctionName = "SslInitializerImplementation::loadFunctionPointers";
   TraceTagEE scope(kTraceInitializerScopes, kFunctionName);
   if (Failed(status)) return;
-  resolvedRows_ = 0;
   objects_ = OpensslObjects(*cryptoLibrary_);
 #define QV_OPENSSL_FUNCTION(library, name, result, arguments)                                    \
   functions_.name =                                                                              \

@@ -244,7 +244,7 @@ std::int32_t BinaryFile::readByteVector(AutoBuffer& buffer, Endianness endiannes
   try {
     result = length > kLargestBlock ? Refuse(EOVERFLOW) : readExactSize(buffer, length);
   } catch (const std::bad_alloc&) {
-    result = Refuse(ENOMEM);
+    errno = ENOMEM;
   }
   if (result == -1) {
     moveBack(prefix.size());

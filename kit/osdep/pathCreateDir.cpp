@@ -5,7 +5,6 @@
 
 #include "kit/AddFileAndLineInfo.h"
 #include "kit/exception/AccessDenied.h"
-#include "kit/exception/InvalidArgument.h"
 #include "kit/exception/ObjectAlreadyExists.h"
 #include "kit/osdep/RepeatWhileInterrupted.h"
 #include "kit/osdep/SystemPath.h"
@@ -37,7 +36,6 @@ void CreateDir(const WString& path) {
 }
 
 void CreateDir(const wchar_t* path) {
-  if (path == nullptr) QV_THROW(exception::InvalidArgument());
   CreateDir(WString(path));
 }
 

@@ -77,7 +77,6 @@ MyTraceLogger::MyTraceLogger(const String& moduleName) : moduleName_(moduleName)
   const CancellationDeferral deferral;
   try {
     StatusChain status;
-    status.clear();
     LoadTraceEngine(engine_, status);
     // A library may call its work well done and have given nothing that is an engine.
     if (status.code() >= 0 && engine_.interface() != nullptr) Initialize();
