@@ -222,6 +222,15 @@ TEST(AutoBufferChange, LeavesAloneWhatIsNoLongerShared) {
   EXPECT_EQ(original.Data(), storage);
 }
 
+TEST(AutoBufferChange, LeavesAloneWhatASharerGaveUpForSomethingElse) {
+  AutoBuffer original = Holding("abc");
+  const unsigned char* const storage = original.Data();
+  AutoBuffer copy(original);
+  copy = Holding("other");
+  original.Append("d", 1);
+  EXPECT_EQ(original.Data(), storage);
+}
+
 // The operations.
 
 TEST(AutoBufferReserve, OfNothingDoesNothing) {

@@ -430,7 +430,7 @@ INSTANTIATE_TEST_SUITE_P(
         Merge{"NotSetIntoSuccess", 0, kNotSetCode, true},
         Merge{"NotSetIntoError", -1, kNotSetCode, true}, Merge{"SuccessIntoError", -1, 0, false},
         Merge{"WarningIntoError", -1, 5, false}, Merge{"WarningIntoSuccess", 0, 5, true},
-        Merge{"LaterWarningIntoWarning", 3, 5, true},
+        Merge{"LeastWarningIntoSuccess", 0, 1, true}, Merge{"LaterWarningIntoWarning", 3, 5, true},
         Merge{"LaterWarningIntoHigherWarning", 5, 3, true},
         Merge{"SuccessIntoWarning", 3, 0, false}),
     [](const auto& info) { return info.param.name; });

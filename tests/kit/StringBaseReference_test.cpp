@@ -106,7 +106,14 @@ TYPED_TEST(StringReference, SearchingTakesPointersAndStartsAtTheUsualEnd) {
   EXPECT_EQ(string.find_last_of(sought.c_str()), 14U);
   EXPECT_EQ(string.find_first_not_of(sought.c_str()), 1U);
   EXPECT_EQ(string.find_last_not_of(sought.c_str()), 11U);
-  EXPECT_EQ(string.find(static_cast<typename Fixture::Char>('x')), npos);
+  const auto letter = [](char ascii) { return static_cast<typename Fixture::Char>(ascii); };
+  EXPECT_EQ(string.find(letter('x')), npos);
+  EXPECT_EQ(string.find(letter('o')), 0U);
+  EXPECT_EQ(string.rfind(letter('o')), 14U);
+  EXPECT_EQ(string.find_first_of(letter('o')), 0U);
+  EXPECT_EQ(string.find_last_of(letter('o')), 14U);
+  EXPECT_EQ(string.find_first_not_of(letter('n')), 0U);
+  EXPECT_EQ(string.find_last_not_of(letter('w')), 14U);
 }
 
 TYPED_TEST(StringReference, SearchingDistinguishesCaseAndGoesBeyondZeros) {

@@ -206,6 +206,20 @@ TEST(CheckEncoding, WaitsForAPipeThatGivesBytesOneByOne) {
   ::close(ends[0]);
 }
 
+TEST(CheckEncoding, WaitsForNoMoreThanTheLongestMarkTakes) {
+  int ends[2];
+  ASSERT_EQ(::pipe2(ends, O_NONBLOCK | O_CLOEXEC), 0);
+  ASSERT_EQ(::write(ends[1], "[s]\n", 4), 4);
+  qvini_FileSource source;
+  qvini_InitFileSource(&source, ends[0]);
+  // To ask the pipe for more would fail, and the source with it.
+  EXPECT_EQ(qvini_CheckEncoding(&source), 0);
+  ASSERT_EQ(::write(ends[1], "k = v\n", 6), 6);
+  ::close(ends[1]);
+  EXPECT_EQ(LinesOf(source, 100), (Texts{"[s]", "k = v"}));
+  ::close(ends[0]);
+}
+
 TEST(FileSink, WritesAllBytesInOrder) {
   const TemporaryDirectory directory;
   const int descriptor =

@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <filesystem>
+#include <stdexcept>
 #include <string>
 
 #include "source/client/ModuleLogger.h"
@@ -207,6 +208,17 @@ TEST_F(DefaultCertCreatorTest, ASerialNumberThatALongCannotHoldFails) {
   const Outcome outcome = create(L"US", L"", 1, 0x80000000U);
   EXPECT_EQ(outcome.code, -1);
   EXPECT_EQ(outcome.detail, "Error setting serial number");
+}
+
+TEST_F(DefaultCertCreatorTest, AnExceptionOnTheWayFailsAndIsTracedWithWhatItSays) {
+  journal_.onCall("X509_new", [] { throw std::runtime_error("no luck"); });
+  const Outcome outcome = create(L"US", L"", 1, 0);
+  EXPECT_EQ(outcome.code, -1);
+  EXPECT_EQ(outcome.detail, "An exception was thrown");
+  EXPECT_THAT(records_.under("ERROR"),
+              ElementsAre("ERROR | DefaultCertCreator::createSelfSignedCertificate | "
+                          "Exception: 'no luck'"));
+  expectNothingLeftBehind();
 }
 
 TEST_F(DefaultCertCreatorTest, BuiltAfterAFailureDoesEverythingButMakeACertificate) {

@@ -421,6 +421,7 @@ TEST(CpDir, ThrowsNonexistentExceptionWhenTheSourceIsNoDirectory) {
 TEST(CpDir, RefusesRelativePaths) {
   EXPECT_THROW(CpDir(L"a", L"/b"), exception::InvalidArgument);
   EXPECT_THROW(CpDir(L"/", L"b"), exception::InvalidArgument);
+  EXPECT_THROW(CpDir(L"/missing", L"b"), exception::InvalidArgument);
 }
 
 TEST(CpDir, RefusesNamesWithANullCharacter) {
