@@ -610,6 +610,15 @@ class Openssl(Site):
         self.assertIn("ended with status 0 in Init",
                       self.report(status=1).everything("wrong", "trial"))
 
+    def test_that_ends_the_process_in_uninit(self):
+        self.compile(self.lib / SSL, "#include <unistd.h>\n"
+                     "int SSL_library_init(void) { return 1; }\nvoid SSL_load_error_strings(void) {}\n"
+                     "__attribute__((destructor)) static void f(void) { _exit(3); }\n")
+        report = self.report(status=1)
+        self.assertIn("The process ended with status 3 in Uninit", report.texts("wrong", "trial"))
+        self.assertIn("Init gave a handle: OpenSSL is ready", report.texts("ok", "trial"))
+        self.assertNotIn("Uninit took the handle back", report.texts("ok", "trial"))
+
     def test_that_hangs_in_init_is_ended_in_time(self):
         self.compile(self.lib / SSL, "#include <unistd.h>\n"
                      "int SSL_library_init(void) { pause(); return 1; }\n"

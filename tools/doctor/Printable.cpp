@@ -18,15 +18,16 @@ bool IsUtf8(const std::string& text) {
   }
 }
 
-/// How many bytes the character at position takes if it steers a terminal or an editor: U+0080 to
-/// U+009F, and those that separate lines or turn the direction of writing. Otherwise 0.
+/// How many bytes the character at position of UTF-8 takes if it steers a terminal or an editor:
+/// U+0080 to U+009F, and those that separate lines or turn the direction of writing. Otherwise 0.
 std::size_t SteeringLength(const std::string& text, std::size_t position) {
-  if (text.compare(position, 1, "\xC2") == 0 && position + 1 < text.size()) {
-    return static_cast<unsigned char>(text[position + 1]) < 0xA0 ? 2 : 0;
-  }
-  if (position + 2 >= text.size() || text.compare(position, 1, "\xE2") != 0) return 0;
-  const auto second = static_cast<unsigned char>(text[position + 1]);
-  const auto third = static_cast<unsigned char>(text[position + 2]);
+  const auto byte = [&](std::size_t offset) {
+    return static_cast<unsigned char>(text[position + offset]);
+  };
+  if (byte(0) == 0xC2) return byte(1) < 0xA0 ? 2 : 0;
+  if (byte(0) != 0xE2) return 0;
+  const unsigned char second = byte(1);
+  const unsigned char third = byte(2);
   const bool isSeparatorOrTurn = second == 0x80 && third >= 0xA8 && third <= 0xAE;
   const bool isIsolate = second == 0x81 && third >= 0xA6 && third <= 0xA9;
   return isSeparatorOrTurn || isIsolate ? 3 : 0;
@@ -42,7 +43,7 @@ std::string Printable(const std::string& text) {
   for (std::size_t i = 0; i < text.size(); ++i) {
     const auto byte = static_cast<unsigned char>(text[i]);
     if (hidden > 0) --hidden;
-    if (hidden == 0) hidden = SteeringLength(text, i);
+    if (keepHigh && hidden == 0) hidden = SteeringLength(text, i);
     const bool plain = byte >= 0x80 ? keepHigh && hidden == 0 : byte >= 0x20 && byte != 0x7F;
     if (plain) {
       printable += text[i];
