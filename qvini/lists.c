@@ -4,8 +4,6 @@
 
 enum {
   kFirstRoom = 4,
-  // Indexes number the places with 32 bits; and no computation of a size overflows.
-  kMostRoom = 1 << 29,
   // Up to here, comparing names costs less than hashing one.
   kShortList = 8,
 };
@@ -33,7 +31,7 @@ void qvini_ClearList(qvini_List* list) {
 }
 
 static int Grow(qvini_List* list) {
-  if (list->room >= kMostRoom) return 0;
+  if (list->room > SIZE_MAX / 2 / sizeof(void*)) return 0;
   const size_t room = list->room == 0 ? kFirstRoom : list->room * 2;
   void** const items = realloc(list->items, room * sizeof(void*));
   if (items == NULL) return 0;
@@ -66,9 +64,10 @@ void* qvini_Find(qvini_List* list, qvini_Range name, qvini_Comparison comparison
   qvini_NameIndex** const index = &list->indexes[comparison];
   if (*index == NULL) *index = qvini_NewNameIndex(&list->key, inAnyCase);
   // Without memory for the index the answer takes longer, but is the same.
-  if (*index == NULL || !qvini_LearnItems(*index, list->items, list->count))
+  void* found = NULL;
+  if (*index == NULL || !qvini_IndexFind(*index, list->items, list->count, name, &found))
     return FindByComparing(list, name, inAnyCase);
-  return qvini_IndexFind(*index, list->items, name);
+  return found;
 }
 
 void qvini_Rearranged(qvini_List* list, size_t count) {

@@ -10,7 +10,7 @@
 extern "C" {
 #endif
 
-/// A hash table of the names in a list.
+/// A hash table of the names in a list. It learns of new items when it is next asked.
 typedef struct qvini_NameIndex qvini_NameIndex;
 
 // Inline, for every look-up ends here.
@@ -33,13 +33,12 @@ qvini_NameIndex* qvini_NewNameIndex(const qvini_HashKey* key, int inAnyCase);
 /// Frees an index. Null is allowed.
 void qvini_DisposeNameIndex(qvini_NameIndex* index);
 
-/// Takes those of the count items into the index that it does not know: 1, or 0 when there was no
-/// memory for all of them. The items of earlier calls must be there, in the same places and with
+/// Finds the first of the count items that has this name: 1 and the item, or null when there is
+/// none. 0 when there was no memory to take new items into the index, which has to be searched for
+/// them by other means then. The items of earlier calls must be there, in the same places and with
 /// the same names.
-int qvini_LearnItems(qvini_NameIndex* index, void* const* items, size_t count);
-
-/// The first of the items learned that has this name, or null.
-void* qvini_IndexFind(const qvini_NameIndex* index, void* const* items, qvini_Range name);
+int qvini_IndexFind(qvini_NameIndex* index, void* const* items, size_t count, qvini_Range name,
+                    void** found);
 
 #ifdef __cplusplus
 }

@@ -56,13 +56,6 @@ TEST_F(List, KeepsTheOrderOfManyItems) {
     EXPECT_EQ(qvini_ItemAt(&list_, i + 1), added[i]);
 }
 
-TEST_F(List, DoesNotGrowBeyondWhatAnIndexCanNumber) {
-  Item item{"name"};
-  list_.count = list_.room = std::size_t{1} << 29U;
-  EXPECT_EQ(qvini_Append(&list_, &item), 0);
-  list_.count = list_.room = 0;
-}
-
 TEST_F(List, FindsNothingWhenEmpty) {
   EXPECT_EQ(find("a"), nullptr);
   EXPECT_EQ(find("a", kExactly), nullptr);
