@@ -61,6 +61,22 @@ TEST(HashName, IsTheSameInAnyCaseWhenAskedForThat) {
   EXPECT_NE(Hash(kKey, "\xc4", true), Hash(kKey, "\xe4", true));
 }
 
+TEST(HashName, InAnyCaseIsThatOfTheNameInSmallLetters) {
+  // In whole words and behind them, where there is one and where there is none.
+  for (const std::size_t length : {7U, 8U, 9U, 23U}) {
+    for (std::size_t place = 0; place < length; ++place) {
+      for (int byte = 0; byte < 256; ++byte) {
+        std::string name(length, '-');
+        name[place] = static_cast<char>(byte);
+        std::string small = name;
+        small[place] = qvini_LowerCase(name[place]);
+        ASSERT_EQ(Hash(kKey, name, true), Hash(kKey, small))
+            << length << ' ' << place << ' ' << byte;
+      }
+    }
+  }
+}
+
 TEST(NewHashKey, IsAnotherOneEachTime) {
   std::set<std::pair<std::uint64_t, std::uint64_t>> seen;
   for (int i = 0; i < 100; ++i) {
