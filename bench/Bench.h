@@ -22,6 +22,10 @@ void Add(const char* name, Function function, std::initializer_list<long> sizes)
 /// did.
 void AddThreads(const char* name, Function function, int threads);
 
+/// Bytes of memory that the process holds. A benchmark that measures memory gives its figure, in
+/// bytes, as the counter "bytes".
+long ResidentBytes();
+
 /// Ends the program unless what was measured did its work.
 void Require(bool holds);
 

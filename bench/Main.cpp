@@ -1,9 +1,12 @@
 // Takes, beside Google Benchmark's own arguments, --iterations=N: each benchmark goes round its
 // loop N times, however long that takes. One round is a test that it works; the instructions of
 // 2000 rounds less those of 1000 are those of 1000 rounds, without all that happens once.
+#include <unistd.h>
+
 #include <charconv>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <string_view>
 #include <vector>
 
@@ -47,6 +50,15 @@ void Add(const char* name, Function function, std::initializer_list<long> sizes)
 void AddThreads(const char* name, Function function, int threads) {
   Add(name, function);
   g_added.back()->Threads(threads)->UseRealTime();
+}
+
+long ResidentBytes() {
+  std::ifstream status("/proc/self/statm");
+  long all = 0;
+  long resident = 0;
+  status >> all >> resident;
+  Require(resident > 0);
+  return resident * sysconf(_SC_PAGESIZE);
 }
 
 void Require(bool holds) {

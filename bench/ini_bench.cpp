@@ -198,7 +198,7 @@ const Library& TheDocument() {
 template <class Library, class Source>
 void ReadFrom(benchmark::State& state, const Source& source) {
   const Place& place = TheSample().places.front();
-  if (Library(source).get(place) != ValueOf(place)) return state.SkipWithError("a value is wrong");
+  Require(Library(source).get(place) == ValueOf(place));
   for (auto _ : state) {
     const Library library(source);
     benchmark::DoNotOptimize(&library);
@@ -220,9 +220,8 @@ template <class Library>
 void Get(benchmark::State& state) {
   const Library& document = TheDocument<Library>();
   const std::vector<Place>& places = TheSample().places;
-  for (const Place& place : places) {
-    if (document.get(place) != ValueOf(place)) return state.SkipWithError("a value is wrong");
-  }
+  for (const Place& place : places)
+    Require(document.get(place) == ValueOf(place));
   size_t i = 0;
   for (auto _ : state) {
     benchmark::DoNotOptimize(document.get(places[i]));
@@ -233,10 +232,34 @@ void Get(benchmark::State& state) {
 template <class Library>
 void Write(benchmark::State& state) {
   const Library& document = TheDocument<Library>();
-  if (document.written().size() < TheSample().text.size() / 10 * 9)
-    return state.SkipWithError("something is missing");
+  Require(document.written().size() > TheSample().text.size() / 10 * 9);
   for (auto _ : state)
     benchmark::DoNotOptimize(document.written());
+}
+
+template <class Library>
+void Memory(benchmark::State& state) {
+  const Sample& sample = TheSample();
+  constexpr int kDocuments = 10;
+  std::vector<std::unique_ptr<Library>> documents;
+  for (auto _ : state) {
+    const long before = ResidentBytes();
+    for (int i = 0; i < kDocuments; ++i)
+      documents.push_back(std::make_unique<Library>(sample.text));
+    state.counters["bytes"] = static_cast<double>(ResidentBytes() - before) / kDocuments /
+                              static_cast<double>(sample.places.size());
+  }
+}
+
+void MemoryOfData(benchmark::State& state) {
+  const std::vector<Place>& places = TheSample().places;
+  std::size_t bytes = 0;
+  for (auto _ : state) {
+    for (const Place& place : places)
+      bytes += place.key.size() + ValueOf(place).size();
+  }
+  state.counters["bytes"] = static_cast<double>(bytes) / static_cast<double>(places.size()) /
+                            static_cast<double>(state.iterations());
 }
 
 std::string KeysInOneSection(long count) {
@@ -282,6 +305,9 @@ void AddBenchmarks() {
   Add("IniWrite", Write<Qvini>);
   Add("IniWrite/SimpleIni", Write<SimpleIni>);
   Add("IniWrite/PropertyTree", Write<PropertyTree>);
+  Add("IniMemory", Memory<Qvini>);
+  Add("IniMemory/SimpleIni", Memory<SimpleIni>);
+  Add("IniMemory/data", MemoryOfData);
   Add("IniReadKeys", ReadMany<KeysInOneSection>, {1000, 10000, 100000, 1000000});
   Add("IniReadSections", ReadMany<SectionsOfOneKey>, {1000, 10000, 100000, 1000000});
 }

@@ -1,6 +1,7 @@
 """What is measured against what, and how far apart they may be: the rows of docs/performance.md."""
 
 import dataclasses
+import math
 
 
 @dataclasses.dataclass(frozen=True)
@@ -29,6 +30,18 @@ class Growth:
     ours: str            # sizes are appended to it: "ours/1000"
     sizes: tuple
     most: float
+
+
+@dataclasses.dataclass(frozen=True)
+class Memory:
+    """Our bytes over those of a peer, each in a process of its own."""
+    number: int
+    work: str
+    program: str
+    ours: str            # gives a counter "bytes", as the peer does
+    peer: str            # what stands for it in the table, and its name
+    theirs: str
+    most: float = math.inf
 
 
 ROWS = [
@@ -108,4 +121,6 @@ ROWS = [
       for base, ours in ((10, "Decimal"), (16, "Hexadecimal"))),
     Ratio(25, "`CurrentSystemTime`", "clock", "TimeStamp", {"`gettimeofday`": "TimeStamp/gettimeofday"}, 1.5,
           instructions=True),
+    Memory(26, "memory of an INI entry", "ini", "IniMemory", "its name and value", "IniMemory/data"),
+    Memory(26, "the same", "ini", "IniMemory", "SimpleIni", "IniMemory/SimpleIni", 1.5),
 ]

@@ -112,6 +112,19 @@ def growth_line(row, times):
                 f"at most {row.most:g}", spread.median <= row.most)
 
 
+def read_bytes(text):
+    """What the only benchmark counted."""
+    run, = json.loads(text)["benchmarks"]
+    return run["bytes"]
+
+
+def memory_line(row, ours, theirs):
+    ratio = ours / theirs
+    wanted = "" if math.isinf(row.most) else f"at most {row.most:g}"
+    return Line(row.number, row.work, f"{ours:.0f} bytes", row.peer, f"{theirs:.0f} bytes", f"{ratio:.2f}",
+                wanted, ratio <= row.most)
+
+
 def table(lines):
     rows = ["| # | Work | Ours | Against | Theirs | Ratio, and half of all | Wanted | Instructions |",
             "|---|---|---|---|---|---|---|---|"]

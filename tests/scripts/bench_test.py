@@ -13,10 +13,11 @@ sys.path[:0] = [f"{ROOT}/scripts", f"{ROOT}/bench"]
 
 import bench_process
 import bench_report
-from rows import Growth, Ratio
+from rows import Growth, Memory, Ratio
 
 RATIO = Ratio(1, "work", "program", "work", {"one": "work/one", "other": "work/other"}, 1.25)
 GROWTH = Growth(2, "work", "program", "work", (10, 1000), 1.1)
+MEMORY = Memory(3, "work", "program", "work", "peer", "work/peer", 1.5)
 
 
 def written(runs, **more):
@@ -122,6 +123,21 @@ class Processes(unittest.TestCase):
         row = Ratio(1, "work", "process", "work", {"one": "one"}, 1.05, clock="instructions")
         times = {"work": {"instructions": [2e6] * 2}, "one": {"instructions": [1.5e6] * 2}}
         self.assertEqual(bench_report.ratio_line(row, times).peers, "1.5 million instructions")
+
+
+class MemoryLine(unittest.TestCase):
+    def test_compares_what_two_processes_counted(self):
+        ours, theirs = (bench_report.read_bytes(written([("a", [1])], bytes=count)) for count in (150.2, 99.9))
+        line = bench_report.memory_line(MEMORY, ours, theirs)
+        self.assertEqual((line.ours, line.peers, line.ratio), ("150 bytes", "100 bytes", "1.50"))
+
+    def test_is_reached_up_to_the_limit_and_not_beyond(self):
+        self.assertTrue(bench_report.memory_line(MEMORY, 150, 100).reached)
+        self.assertFalse(bench_report.memory_line(MEMORY, 151, 100).reached)
+
+    def test_may_have_no_limit(self):
+        line = bench_report.memory_line(Memory(3, "work", "program", "work", "peer", "work/peer"), 900, 1)
+        self.assertEqual((line.wanted, line.reached), ("", True))
 
 
 class Page(unittest.TestCase):
