@@ -2,8 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <ctime>
 
+#include "kit/TimeAbsolute.h"
 #include "tests/doubles/StagedSystemCalls.h"
 
 namespace {
@@ -20,6 +22,29 @@ AbsTime TimeOfClock(std::time_t seconds, suseconds_t microseconds) {
   reading.tv_usec = microseconds;
   staged.giveTime(reading);
   return CurrentSystemTime();
+}
+
+/// The same by the conversions between units and epochs.
+AbsTime ConvertedTime(std::time_t seconds, suseconds_t microseconds) {
+  using namespace nQVSS100;
+  const std::int64_t count = std::int64_t{seconds} * 1000000 + microseconds;
+  const auto bits = static_cast<std::uint64_t>(count);
+  tSSTimeValue time(
+      {static_cast<std::uint32_t>(bits >> 32U), static_cast<std::uint32_t>(bits), 0, 0});
+  long status = 0;
+  tSSTimeValue::_CorrectUnits(kUnitToSeconds, kMicroseconds, time.seconds(), &status);
+  tSSTimeAbsolute::_CorrectEpoch(kEpochTo1904, kEpoch1970, time, &status);
+  EXPECT_EQ(status, 0);
+  return {time.seconds().integer(), time.seconds().fraction()};
+}
+
+TEST(CurrentSystemTimeStaged, IsWhatUnitsAndEpochsConvertTo) {
+  for (const std::time_t seconds : {-2147483647 - 1, -2082844801, -2, -1, 0, 1, 2147483647}) {
+    for (suseconds_t microseconds = 0; microseconds < 1000000; microseconds += 487) {
+      ASSERT_EQ(TimeOfClock(seconds, microseconds), ConvertedTime(seconds, microseconds))
+          << seconds << ' ' << microseconds;
+    }
+  }
 }
 
 TEST(CurrentSystemTimeStaged, CountsTheBeginningOf1970From1904) {
