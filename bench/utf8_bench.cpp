@@ -61,25 +61,30 @@ struct Utfcpp {
   }
 };
 
+// Pointers of their own spare the loops below the fear that what they write is the vector itself.
+
 struct Icu {
   std::size_t toWide(const Utf8& utf8, Wide& wide) const {
-    std::size_t read = 0;
+    const unsigned char* const in = utf8.data();
+    wchar_t* const out = wide.data();
+    const std::size_t length = utf8.size();
     std::size_t written = 0;
-    while (read < utf8.size()) {
+    for (std::size_t read = 0; read < length;) {
       UChar32 character = 0;
-      U8_NEXT(utf8.data(), read, utf8.size(), character);
-      wide[written++] = character;
+      U8_NEXT(in, read, length, character);
+      out[written++] = character;
     }
     return written;
   }
   std::size_t toUtf8(const Wide& wide, std::size_t length, Utf8& utf8) const {
+    const wchar_t* const in = wide.data();
+    unsigned char* const out = utf8.data();
+    const std::size_t room = utf8.size();
     std::size_t written = 0;
-    for (std::size_t read = 0; read < length; ++read) {
-      UBool failed = false;
-      U8_APPEND(utf8.data(), written, utf8.size(), wide[read], failed);
-      if (failed) return 0;
-    }
-    return written;
+    UBool failed = false;
+    for (std::size_t read = 0; read < length; ++read)
+      U8_APPEND(out, written, room, in[read], failed);
+    return failed ? 0 : written;
   }
 };
 
@@ -117,16 +122,18 @@ struct Iconv {
 
 /// No conversion at all: as fast as ASCII can be.
 struct Copying {
-  std::size_t toWide(const Utf8& utf8, Wide& wide) const { return Copy(utf8, utf8.size(), wide); }
+  std::size_t toWide(const Utf8& utf8, Wide& wide) const {
+    return Copy(utf8.data(), utf8.size(), wide.data());
+  }
   std::size_t toUtf8(const Wide& wide, std::size_t length, Utf8& utf8) const {
-    return Copy(wide, length, utf8);
+    return Copy(wide.data(), length, utf8.data());
   }
 
  private:
   template <typename From, typename To>
-  static std::size_t Copy(const From& from, std::size_t length, To& to) {
+  static std::size_t Copy(const From* from, std::size_t length, To* to) {
     for (std::size_t i = 0; i < length; ++i)
-      to[i] = static_cast<typename To::value_type>(from[i]);
+      to[i] = static_cast<To>(from[i]);
     return length;
   }
 };

@@ -10,7 +10,10 @@
 namespace qv::kit {
 namespace {
 
-constexpr std::ptrdiff_t kRun = 8;
+// Text is ASCII mostly: as many characters as this are looked at, and written, together.
+constexpr std::ptrdiff_t kRun = 32;
+
+constexpr std::ptrdiff_t kLongest = 6;  // bytes of a character
 
 // Whether the kRun characters at p are ASCII.
 bool IsAsciiRun(const wchar_t* p) {
@@ -44,14 +47,35 @@ std::ptrdiff_t EncodedLength(std::uint32_t value) {
   return value <= 0x3FFFFFF ? 5 : 6;
 }
 
-// Writes the length bytes of value, the last one first.
-void EncodeValue(std::uint32_t value, std::ptrdiff_t length, unsigned char* out) {
+// Writes the length bytes of value, the last one first, and returns their end. The length is known
+// to the compiler, for this is the inner loop of all text that is not ASCII.
+template <std::ptrdiff_t length>
+unsigned char* EncodeAs(std::uint32_t value, unsigned char* out) {
   constexpr unsigned char kLead[] = {0, 0x00, 0xC0, 0xE0, 0xF0, 0xF8, 0xFC};
   for (std::ptrdiff_t i = length - 1; i > 0; --i) {
     out[i] = static_cast<unsigned char>(0x80U | (value & 0x3FU));
     value >>= 6;
   }
   out[0] = static_cast<unsigned char>(kLead[length] | value);
+  return out + length;
+}
+
+// Writes the bytes of character, for which there must be room, and returns their end.
+unsigned char* Encode(wchar_t character, unsigned char* out) {
+  const std::uint32_t value = EncodableValue(character);
+  if (value <= 0x7F) {
+    return EncodeAs<1>(value, out);
+  }
+  if (value <= 0x7FF) {
+    return EncodeAs<2>(value, out);
+  }
+  if (value <= 0xFFFF) {
+    return EncodeAs<3>(value, out);
+  }
+  if (value <= 0x1FFFFF) {
+    return EncodeAs<4>(value, out);
+  }
+  return value <= 0x3FFFFFF ? EncodeAs<5>(value, out) : EncodeAs<kLongest>(value, out);
 }
 
 // Bytes of the first characters that stay within limit together.
@@ -78,23 +102,26 @@ std::uint64_t CountBytes(const wchar_t* p, const wchar_t* end, std::uint64_t lim
 std::uint32_t WideToUtf8(const wchar_t* begin, const wchar_t* end, unsigned char* out,
                          const unsigned char* outEnd) {
   unsigned char* written = out;
-  while (begin < end) {
-    if (end - begin >= kRun && outEnd - written >= kRun && IsAsciiRun(begin)) {
+  while (end - begin >= kRun && outEnd - written >= kRun) {
+    if (IsAsciiRun(begin)) {
       for (std::ptrdiff_t i = 0; i < kRun; ++i) {
         written[i] = static_cast<unsigned char>(begin[i]);
       }
-      begin += kRun;
       written += kRun;
-      continue;
-    }
-    const std::uint32_t value = EncodableValue(*begin);
-    const std::ptrdiff_t length = EncodedLength(value);
-    if (outEnd - written < length) {
+    } else if (outEnd - written >= kRun * kLongest) {
+      for (std::ptrdiff_t i = 0; i < kRun; ++i) {
+        written = Encode(begin[i], written);
+      }
+    } else {
       break;
     }
-    EncodeValue(value, length, written);
-    written += length;
-    ++begin;
+    begin += kRun;
+  }
+  for (; begin < end; ++begin) {
+    if (outEnd - written < EncodedLength(EncodableValue(*begin))) {
+      break;
+    }
+    written = Encode(*begin, written);
   }
   return RangeLength(out, written);
 }

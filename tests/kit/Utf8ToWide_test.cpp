@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <random>
 #include <string>
@@ -44,8 +45,7 @@ void ExpectInvalid(const Buffer& bytes) {
 }
 
 // All of Utf8ToWide.h on one input against the reference.
-void ExpectAgreement(const Bytes& input) {
-  SCOPED_TRACE(testing::PrintToString(input));
+void ExpectAgreementWithoutTrace(const Bytes& input) {
   const Buffer bytes(input);
   const auto expected = reference::Decode(input);
   if (!expected) {
@@ -61,6 +61,11 @@ void ExpectAgreement(const Bytes& input) {
   ASSERT_TRUE(std::equal(out.begin(), out.end(), expected->begin(), [](wchar_t a, std::uint32_t b) {
     return static_cast<std::uint32_t>(a) == b;
   }));
+}
+
+void ExpectAgreement(const Bytes& input) {
+  SCOPED_TRACE(testing::PrintToString(input));
+  ExpectAgreementWithoutTrace(input);
 }
 
 void ExpectAgreementOnFirstCharacter(const Bytes& input, const Buffer& bytes) {
@@ -301,7 +306,7 @@ TEST(Utf8ToWide, ARunOfAsciiOverflowsAtEverySize) {
 }
 
 TEST(Utf8ToWide, AgreesWithTheReferenceWithOneOddByteAnywhereInARunOfAscii) {
-  for (std::size_t length = 1; length < 35; ++length) {
+  for (std::size_t length = 1; length < 67; length += 3) {
     for (std::size_t place = 0; place < length; ++place) {
       for (const int odd : {0x00, 0x7F, 0x80, 0xBF, 0xC3, 0xFF}) {
         Bytes input(length, 'q');
@@ -335,9 +340,9 @@ TEST(Utf8ToWide, AgreesWithTheReferenceOnEveryBoundaryCodePointAndASweep) {
 }
 
 // Bytes drawn so that well-formed and slightly broken sequences are both common.
-Bytes RandomInput(std::mt19937& random) {
+Bytes RandomInput(std::mt19937& random, std::size_t mostPieces) {
   Bytes input;
-  for (std::size_t pieces = random() % 12; pieces > 0; --pieces) {
+  for (std::size_t pieces = random() % mostPieces; pieces > 0; --pieces) {
     switch (random() % 8) {
       case 0:
         input.insert(input.end(), random() % 20, static_cast<unsigned char>(random() % 128));
@@ -361,8 +366,55 @@ Bytes RandomInput(std::mt19937& random) {
 TEST(Utf8ToWide, AgreesWithTheReferenceOnALargeSample) {
   std::mt19937 random(20110401);
   for (int i = 0; i < 60000; ++i) {
-    ExpectAgreement(RandomInput(random));
+    ExpectAgreement(RandomInput(random, i % 256 == 0 ? 150 : 12));
   }
+}
+
+// Where text goes on, characters are decoded without looking for its end.
+TEST(Utf8ToWide, AgreesWithTheReferenceOnBoundaryBytesBeforeALotOfText) {
+  Bytes input(200, 'x');
+  for (unsigned lead = 0x80; lead < 256; ++lead) {
+    input[0] = static_cast<unsigned char>(lead);
+    for (const unsigned char second : Bytes{0x7F, 0x80, 0x8F, 0x90, 0x9F, 0xA0, 0xBF, 0xC0}) {
+      for (const unsigned char third : Bytes{0x7F, 0xBF, 0xC0}) {
+        for (const unsigned char later : Bytes{0x7F, 0x80, 0xC0}) {
+          input[1] = second;
+          input[2] = third;
+          std::fill_n(input.begin() + 3, 3, later);
+          ASSERT_NO_FATAL_FAILURE(ExpectAgreementWithoutTrace(input)) << lead << ' ' << +second;
+        }
+      }
+    }
+  }
+}
+
+TEST(Utf8ToWide, FillsAnyRoomWithAsMuchOfALongTextAsFits) {
+  Bytes input;
+  std::vector<std::uint32_t> values;
+  for (std::uint32_t i = 0; i < 120; ++i) {
+    for (const std::uint32_t value : {0x20U + i, 0xC0U + i, 0x4E00U + i, 0x1F600U + i})
+      values.push_back(i < 60 ? value : 0x20 + i % 64);
+  }
+  for (const std::uint32_t value : values) {
+    const Bytes character = reference::EncodeOne(value);
+    input.insert(input.end(), character.begin(), character.end());
+  }
+  const Buffer bytes(input);
+  for (std::size_t room = 0; room <= values.size(); ++room) {
+    WideBuffer out(room);
+    ASSERT_EQ(Utf8ToWideNoOverflow(bytes.begin(), bytes.end(), out.begin(), out.end()), room);
+    EXPECT_TRUE(std::equal(out.begin(), out.end(), values.begin(), [](wchar_t a, std::uint32_t b) {
+      return static_cast<std::uint32_t>(a) == b;
+    }));
+  }
+}
+
+TEST(Utf8ToWide, TakesARangeThatEndsBeforeItBeginsForAnEmptyOne) {
+  const Buffer bytes(Bytes(64, 'x'));
+  WideBuffer out(64);
+  EXPECT_EQ(Utf8ToWide(bytes.end(), bytes.begin(), out.begin(), out.end()), 0U);
+  EXPECT_EQ(Utf8ToWideNoOverflow(bytes.begin(), bytes.end(), out.end(), out.begin()), 0U);
+  EXPECT_EQ(GetUtf8StringLength(bytes.end(), bytes.begin()), 0U);
 }
 
 TEST(Utf8ToWide, AllocatesTerminatedTextFromBytesAndALength) {

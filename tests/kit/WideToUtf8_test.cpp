@@ -108,8 +108,13 @@ TEST(WideToUtf8, StopsBeforeTheFirstCharacterThatDoesNotFitWhole) {
 }
 
 TEST(WideToUtf8, ACutIsTheReferencesAtEveryRoom) {
+  std::vector<wchar_t> longText(40, L'x');
+  for (wchar_t i = 0; i < 60; ++i)
+    longText.insert(longText.end(), {0x20 + i, 0xC0 + i, 0x4E00 + i, 0x1F600 + i});
+  longText.insert(longText.end(), 70, L'y');
   const std::vector<wchar_t> texts[] = {
-      std::vector<wchar_t>(30, L'x'),
+      std::vector<wchar_t>(70, L'x'),
+      longText,
       {0x7FFFFFFF, L'a', 0x3FFFFFF, L'b', 0x10000, L'c', 0x800, L'd', 0x80, L'e'},
       {L'1', L'2', L'3', L'4', L'5', L'6', L'7', 0x20AC, L'8', L'9', L'0', L'a', L'b', L'c', L'd',
        L'e', L'f', 0xE9, L'g'},
@@ -146,7 +151,7 @@ TEST(WideToUtf8, AgreesWithTheReferenceAroundEveryBoundaryAndOnASweep) {
 }
 
 TEST(WideToUtf8, AgreesWithTheReferenceWithOneOddCharacterAnywhereInARunOfAscii) {
-  for (std::size_t length = 1; length < 35; ++length) {
+  for (std::size_t length = 1; length < 67; length += 3) {
     for (std::size_t place = 0; place < length; ++place) {
       for (const std::uint32_t odd : {0x0U, 0x7FU, 0x80U, 0x100U, 0x10041U, 0x80000041U}) {
         std::vector<wchar_t> text(length, L'q');
@@ -202,10 +207,10 @@ TEST(GetUtf8EncodingBytesWithBufferLimit, GivesTheCountBeforeTheCharacterThatWou
 }
 
 TEST(GetUtf8EncodingBytesWithBufferLimit, CountsRunsOfAsciiToTheByte) {
-  const WideBuffer text(std::vector<wchar_t>(40, L'x'));
-  for (std::uint32_t limit = 0; limit < 45; ++limit) {
+  const WideBuffer text(std::vector<wchar_t>(70, L'x'));
+  for (std::uint32_t limit = 0; limit < 75; ++limit) {
     EXPECT_EQ(GetUtf8EncodingBytesWithBufferLimit(text.begin(), text.end(), limit),
-              std::min(limit, 40U));
+              std::min(limit, 70U));
   }
 }
 
