@@ -139,6 +139,8 @@ void CheckOrder(const std::vector<CharT>& a, const std::vector<CharT>& b, Compar
   const ExactBuffer<CharT> second(b);
   EXPECT_EQ(compare(first.begin(), first.end(), second.begin(), second.end()),
             reference::Order(a, b, ignoresCase));
+  EXPECT_EQ(StringCaseEqual(first.begin(), first.end(), second.begin(), second.end()),
+            reference::Order(a, b, true) == 0);
 }
 
 template <typename Compare>

@@ -355,10 +355,14 @@ StringBase<C, O, T>& StringBase<C, O, T>::append(const O* text) {
 template <typename C, typename O, typename T>
 StringBase<C, O, T>& StringBase<C, O, T>::append(const C* text, std::uint32_t count) {
   const std::uint32_t added = CountAt(text, count);
-  const bool own = Owns(text);
-  const std::ptrdiff_t offset = own ? text - begin_ : 0;
-  MakeRoomAtEnd(added);
-  MoveCharacters(end_, own ? begin_ + offset : text, added);
+  // Only where the storage moves may the text move with it.
+  if (added > capacity() - length()) {
+    const bool own = Owns(text);
+    const std::ptrdiff_t offset = own ? text - begin_ : 0;
+    MakeRoomAtEnd(added);
+    if (own) text = begin_ + offset;
+  }
+  MoveCharacters(end_, text, added);
   SetEnd(end_ + added);
   return *this;
 }
@@ -514,14 +518,13 @@ void StringBase<C, O, T>::deserialize(const unsigned char*& cursor, const unsign
 }
 
 template <typename C, typename O, typename T>
-std::int32_t StringBase<C, O, T>::Order(Text a, Text b) {
-  return StringForm<C, O, T>::Compare(a.begin, a.end, b.begin, b.end);
+bool StringBase<C, O, T>::AreEqual(Text a, Text b) {
+  return StringForm<C, O, T>::Equal(a.begin, a.end, b.begin, b.end);
 }
 
 template <typename C, typename O, typename T>
-void StringBase<C, O, T>::SetEnd(C* end) noexcept {
-  end_ = end;
-  *end_ = C();
+std::int32_t StringBase<C, O, T>::Order(Text a, Text b) {
+  return StringForm<C, O, T>::Compare(a.begin, a.end, b.begin, b.end);
 }
 
 template <typename C, typename O, typename T>

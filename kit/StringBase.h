@@ -142,7 +142,13 @@ class StringBase {
   StringBase& append(const StringBase& other, std::uint32_t position, std::uint32_t count);
   StringBase& operator+=(Text text) { return append(text); }
   StringBase& operator+=(const OtherT* text) { return append(text); }
-  StringBase& operator+=(CharT character) { return append(1, character); }
+  /// Inlined as long as there is room: text is often put together by single characters.
+  StringBase& operator+=(CharT character) {
+    if (end_ == capacityEnd_) return append(1, character);
+    *end_ = character;
+    SetEnd(end_ + 1);
+    return *this;
+  }
   friend StringBase operator+(StringBase left, Text right) {
     left += right;
     return left;
@@ -193,8 +199,8 @@ class StringBase {
 
   // Text of the other width does not compare on either side: converting it is for the caller to
   // say.
-  friend bool operator==(Text a, Text b) { return Order(a, b) == 0; }
-  friend bool operator!=(Text a, Text b) { return Order(a, b) != 0; }
+  friend bool operator==(Text a, Text b) { return AreEqual(a, b); }
+  friend bool operator!=(Text a, Text b) { return !AreEqual(a, b); }
   friend bool operator<(Text a, Text b) { return Order(a, b) < 0; }
   friend bool operator>(Text a, Text b) { return Order(a, b) > 0; }
   friend bool operator<=(Text a, Text b) { return Order(a, b) <= 0; }
@@ -218,9 +224,13 @@ class StringBase {
   };
   explicit StringBase(Room room);
 
+  static bool AreEqual(Text a, Text b);
   static std::int32_t Order(Text a, Text b);
 
-  void SetEnd(CharT* end) noexcept;
+  void SetEnd(CharT* end) noexcept {
+    end_ = end;
+    *end_ = CharT();
+  }
   bool Owns(const CharT* text) const noexcept;
   bool OwnsBytes(const unsigned char* bytes) const noexcept;
   bool TryResizeStorage(std::uint32_t capacity) noexcept;

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <cwchar>
 #include <limits>
+#include <type_traits>
 
 #include "kit/Utf8ToWide.h"
 
@@ -42,6 +43,43 @@ std::int32_t LengthDifference(std::ptrdiff_t first, std::ptrdiff_t second) {
   const std::int64_t difference = std::int64_t{first} - std::int64_t{second};
   return static_cast<std::int32_t>(
       std::clamp<std::int64_t>(difference, Limits::min(), Limits::max()));
+}
+
+constexpr std::ptrdiff_t kRun = 32;
+
+/// Whether kRun characters are equal but for the bit of a letter's case. All of them are looked at,
+/// in a loop without an early end, which the compiler makes one of vectors.
+template <typename CharT>
+bool AreEqualRuns(const CharT* first, const CharT* second) {
+  using Bits = std::conditional_t<sizeof(CharT) == 1, std::uint8_t, std::uint32_t>;
+  constexpr Bits kCase = 'a' ^ 'A';
+  Bits differences = 0;
+  for (std::ptrdiff_t i = 0; i < kRun; ++i) {
+    const auto character = static_cast<Bits>(first[i]);
+    const auto difference = static_cast<Bits>(character ^ static_cast<Bits>(second[i]));
+    const bool isLetter = static_cast<Bits>((character | kCase) - 'a') <= 'z' - 'a';
+    differences |= isLetter ? static_cast<Bits>(difference & ~kCase) : difference;
+  }
+  return differences == 0;
+}
+
+template <typename CharT>
+bool AreEqualRanges(const CharT* first, const CharT* firstEnd, const CharT* second,
+                    const CharT* secondEnd) {
+  if (firstEnd - first != secondEnd - second) {
+    return false;
+  }
+  for (; firstEnd - first >= kRun; first += kRun, second += kRun) {
+    if (!AreEqualRuns(first, second)) {
+      return false;
+    }
+  }
+  for (; first < firstEnd; ++first, ++second) {
+    if (ToUpper(*first) != ToUpper(*second)) {
+      return false;
+    }
+  }
+  return true;
 }
 
 template <auto map, typename CharT>
@@ -84,6 +122,16 @@ std::int32_t StringCaseCompare(const char* first, const char* second) {
 std::int32_t StringCaseCompare(const char* firstBegin, const char* firstEnd,
                                const char* secondBegin, const char* secondEnd) {
   return CompareRanges<ToUpper<char>>(firstBegin, firstEnd, secondBegin, secondEnd);
+}
+
+bool StringCaseEqual(const wchar_t* firstBegin, const wchar_t* firstEnd, const wchar_t* secondBegin,
+                     const wchar_t* secondEnd) {
+  return AreEqualRanges(firstBegin, firstEnd, secondBegin, secondEnd);
+}
+
+bool StringCaseEqual(const char* firstBegin, const char* firstEnd, const char* secondBegin,
+                     const char* secondEnd) {
+  return AreEqualRanges(firstBegin, firstEnd, secondBegin, secondEnd);
 }
 
 std::int32_t StringExactCompare(const wchar_t* first, const wchar_t* second) {

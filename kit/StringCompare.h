@@ -20,6 +20,12 @@ std::int32_t StringCaseCompare(const char* first, const char* second);
 std::int32_t StringCaseCompare(const char* firstBegin, const char* firstEnd,
                                const char* secondBegin, const char* secondEnd);
 
+/// Whether StringCaseCompare gives 0, which takes less time to find than an order does.
+bool StringCaseEqual(const wchar_t* firstBegin, const wchar_t* firstEnd, const wchar_t* secondBegin,
+                     const wchar_t* secondEnd);
+bool StringCaseEqual(const char* firstBegin, const char* firstEnd, const char* secondBegin,
+                     const char* secondEnd);
+
 /// Compares with regard to case.
 std::int32_t StringExactCompare(const wchar_t* first, const wchar_t* second);
 std::int32_t StringExactCompare(const wchar_t* firstBegin, const wchar_t* firstEnd,

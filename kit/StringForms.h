@@ -20,6 +20,7 @@ namespace qv::kit {
 //     ConvertedBound  most characters that text of the other width converts to
 //     Convert         converts it into that much room, and says how many characters it produced
 //     Compare         order without regard to case
+//     Equal           whether that order is 0
 //     ExactCompare    order with regard to case
 //     SerializedBytes bytes of the serialized form, without their count
 //     Write           writes them
@@ -94,6 +95,10 @@ struct LocaleText {
                               const char* otherEnd) {
     return osdep::StringCaseCompare(begin, end, otherBegin, otherEnd);
   }
+  static bool Equal(const char* begin, const char* end, const char* otherBegin,
+                    const char* otherEnd) {
+    return osdep::StringCaseEqual(begin, end, otherBegin, otherEnd);
+  }
   static std::int32_t ExactCompare(const char* begin, const char* end, const char* otherBegin,
                                    const char* otherEnd) {
     return osdep::StringExactCompare(begin, end, otherBegin, otherEnd);
@@ -114,6 +119,10 @@ struct StringForm<wchar_t, char, wchar_t> : WideAsUtf8 {
   static std::int32_t Compare(const wchar_t* begin, const wchar_t* end, const wchar_t* otherBegin,
                               const wchar_t* otherEnd) {
     return osdep::StringCaseCompare(begin, end, otherBegin, otherEnd);
+  }
+  static bool Equal(const wchar_t* begin, const wchar_t* end, const wchar_t* otherBegin,
+                    const wchar_t* otherEnd) {
+    return osdep::StringCaseEqual(begin, end, otherBegin, otherEnd);
   }
   static std::int32_t ExactCompare(const wchar_t* begin, const wchar_t* end,
                                    const wchar_t* otherBegin, const wchar_t* otherEnd) {
@@ -139,6 +148,10 @@ struct StringForm<unsigned char, wchar_t, wchar_t> : PlainBytes<unsigned char> {
   static std::int32_t Compare(const unsigned char* begin, const unsigned char* end,
                               const unsigned char* otherBegin, const unsigned char* otherEnd) {
     return osdep::Utf8StringCaseInsensitiveCompare(begin, end, otherBegin, otherEnd);
+  }
+  static bool Equal(const unsigned char* begin, const unsigned char* end,
+                    const unsigned char* otherBegin, const unsigned char* otherEnd) {
+    return Compare(begin, end, otherBegin, otherEnd) == 0;
   }
   static std::int32_t ExactCompare(const unsigned char* begin, const unsigned char* end,
                                    const unsigned char* otherBegin, const unsigned char* otherEnd) {

@@ -54,6 +54,51 @@ TEST(StringCaseCompare, OrdersWideTextWithoutRegardToCase) {
   EXPECT_EQ(CaseCompare<wchar_t>(L"abc", L"ABC"), 0);
 }
 
+template <typename CharT>
+bool CaseEqual(const std::basic_string<CharT>& a, const std::basic_string<CharT>& b) {
+  return StringCaseEqual(a.data(), a.data() + a.size(), b.data(), b.data() + b.size());
+}
+
+/// In short and in long texts, at their beginning and at their end.
+template <typename CharT>
+void ExpectEqualWhereTheOrderIsZero(CharT one, CharT other) {
+  for (const std::size_t length : {1U, 40U}) {
+    for (const std::size_t place : {std::size_t{0}, length - 1}) {
+      std::basic_string<CharT> a(length, CharT{'m'});
+      std::basic_string<CharT> b(length, CharT{'M'});
+      a[place] = one;
+      b[place] = other;
+      ASSERT_EQ(CaseEqual(a, b), CaseCompare(a, b) == 0) << one << ' ' << other << ' ' << length;
+    }
+  }
+}
+
+TEST(StringCaseEqual, HoldsForAnyTwoBytesWhoseOrderIsZero) {
+  for (int one = 0; one < 256; ++one) {
+    for (int other = 0; other < 256; ++other)
+      ExpectEqualWhereTheOrderIsZero(static_cast<char>(one), static_cast<char>(other));
+  }
+}
+
+TEST(StringCaseEqual, HoldsForWideCharactersWhoseOrderIsZero) {
+  for (std::uint32_t base : {0x0U, 0x100U, 0x10000U, 0x80000000U, 0xFFFFFF00U}) {
+    for (std::uint32_t offset = 0; offset < 0x100; ++offset) {
+      const std::uint32_t one = base + offset;
+      for (const std::uint32_t other :
+           {one, one ^ 0x20U, one ^ 0x20000000U, offset, offset ^ 0x20U})
+        ExpectEqualWhereTheOrderIsZero(static_cast<wchar_t>(one), static_cast<wchar_t>(other));
+    }
+  }
+}
+
+TEST(StringCaseEqual, NeverHoldsForTextsOfDifferentLengths) {
+  for (const std::size_t length : {0U, 1U, 31U, 32U, 64U}) {
+    EXPECT_FALSE(CaseEqual(std::string(length, 'a'), std::string(length + 1, 'a')));
+    EXPECT_FALSE(CaseEqual(std::wstring(length + 1, L'a'), std::wstring(length, L'a')));
+    EXPECT_TRUE(CaseEqual(std::string(length, 'a'), std::string(length, 'A')));
+  }
+}
+
 TEST(StringCaseCompare, OrdersNarrowTextWithoutRegardToCase) {
   EXPECT_LT(StringCaseCompare("abc", "ABD"), 0);
   EXPECT_GT(StringCaseCompare("ABD", "abc"), 0);
