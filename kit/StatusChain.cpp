@@ -89,18 +89,6 @@ const Vector<StatusChain::Element>* StatusChain::history() const noexcept {
   return history_ == nullptr ? nullptr : &history_->elements;
 }
 
-void StatusChain::clear() noexcept {
-  cleanupHistory();
-  current_.setCode(0);
-  current_.clearMessage();
-}
-
-void StatusChain::reset() noexcept {
-  cleanupHistory();
-  current_.setCode(kNotSet);
-  current_.clearMessage();
-}
-
 void StatusChain::set(long code) {
   const std::int32_t stored =
       code < 0 ? LongToInt32(code)
@@ -120,9 +108,8 @@ void StatusChain::createHistoryIfNeeded() {
   if (history_ == nullptr) history_ = MakeDLLObject<History>().release();
 }
 
-void StatusChain::cleanupHistory() noexcept {
+void StatusChain::releaseHistory() noexcept {
   History* const history = std::exchange(history_, nullptr);
-  if (history == nullptr) return;
   if (history->references.fetch_sub(1, std::memory_order_acq_rel) == 1) {
     DLLDeleter<History>()(history);
   }

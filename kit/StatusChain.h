@@ -85,10 +85,10 @@ class StatusChain {
   const Vector<Element>* history() const noexcept;
 
   /// Success, without message and history.
-  void clear() noexcept;
+  void clear() noexcept { startOver(0); }
 
   /// As new.
-  void reset() noexcept;
+  void reset() noexcept { startOver(kNotSet); }
 
   /// Stores code, whatever was there, and drops the message; the history stays. Codes that are
   /// written as unsigned 32-bit values are taken as the negative values that they stand for. Throws
@@ -103,8 +103,11 @@ class StatusChain {
 
   void createHistoryIfNeeded();
 
-  /// Lets go of the history; chains that share it keep it.
-  void cleanupHistory() noexcept;
+  /// Lets go of the history; chains that share it keep it. Inlined up to there: most chains never
+  /// have one.
+  void cleanupHistory() noexcept {
+    if (history_ != nullptr) releaseHistory();
+  }
 
   /// Takes over code and message, and shares the history: what either chain adds to it, both have.
   /// When there is no memory for the message nothing changes; so it is with assignment and merge().
@@ -130,6 +133,14 @@ class StatusChain {
 
  private:
   struct History;
+
+  void startOver(std::int32_t code) noexcept {
+    cleanupHistory();
+    current_.setCode(code);
+    current_.clearMessage();
+  }
+
+  void releaseHistory() noexcept;
 
   template <typename Change>
   void changeHistory(Change change);
