@@ -1,5 +1,6 @@
 #include "kit/osdep/IntegerToString.h"
 
+#include <iterator>
 #include <limits>
 #include <type_traits>
 
@@ -11,29 +12,46 @@ namespace {
 
 constexpr wchar_t kDigits[] = L"0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ";
 
+/// Writes the digits of value in front of end, and returns the first.
+template <typename UnsignedT, typename BaseT>
+wchar_t* WriteDigits(UnsignedT value, BaseT base, wchar_t* end) {
+  do {
+    *--end = kDigits[value % base];
+    value = static_cast<UnsignedT>(value / base);
+  } while (value != 0);
+  return end;
+}
+
+template <std::uint32_t base>
+using Base = std::integral_constant<std::uint32_t, base>;
+
+/// With a sign in front of the digits if it is to have one.
+template <typename UnsignedT>
+WString ToString(UnsignedT value, std::uint32_t base, bool hasSign) {
+  if (base < 2 || base > 36) QV_THROW(exception::UnableToConvert());
+  // The sign, and one digit a bit: what base 2 needs.
+  wchar_t buffer[1 + std::numeric_limits<UnsignedT>::digits];
+  wchar_t* const end = std::end(buffer);
+  // The usual bases are told to the compiler, which divides by a constant in a tenth of the time.
+  wchar_t* begin = base == 10   ? WriteDigits(value, Base<10>(), end)
+                   : base == 16 ? WriteDigits(value, Base<16>(), end)
+                                : WriteDigits(value, base, end);
+  if (hasSign) *--begin = L'-';
+  return WString(begin, end);
+}
+
 template <typename UnsignedT>
 WString UnsignedToString(UnsignedT value, std::uint32_t base) {
-  if (base < 2 || base > 36) QV_THROW(exception::UnableToConvert());
-  // One digit a bit and the terminator: what base 2 needs.
-  wchar_t buffer[std::numeric_limits<UnsignedT>::digits + 1] = {};
-  wchar_t* digit = buffer + std::numeric_limits<UnsignedT>::digits;
-  std::uint64_t rest = value;
-  do {
-    *--digit = kDigits[rest % base];
-    rest /= base;
-  } while (rest != 0);
-  return digit;
+  return ToString(value, base, false);
 }
 
 template <typename SignedT>
 WString SignedToString(SignedT value, std::uint32_t base) {
   using UnsignedT = std::make_unsigned_t<SignedT>;
   const auto bits = static_cast<UnsignedT>(value);
-  if (value < 0 && base == 10) {
-    // Negated as unsigned: the smallest value has no positive counterpart.
-    return L"-" + UnsignedToString(static_cast<UnsignedT>(UnsignedT{0} - bits), base);
-  }
-  return UnsignedToString(bits, base);
+  const bool hasSign = value < 0 && base == 10;
+  // Negated as unsigned: the smallest value has no positive counterpart.
+  return ToString(hasSign ? static_cast<UnsignedT>(UnsignedT{0} - bits) : bits, base, hasSign);
 }
 
 }  // namespace
