@@ -8,7 +8,6 @@
 #include <utility>
 
 #include "kit/AddFileAndLineInfo.h"
-#include "kit/AutoBufferGuts.h"
 #include "kit/CompareBuffers.h"
 #include "kit/big_endian.h"
 #include "kit/exception/BufferOverflow.h"
@@ -93,10 +92,6 @@ const unsigned char* AutoBuffer::Data() const noexcept {
   return guts_ == nullptr ? nullptr : guts_->begin();
 }
 
-std::uint32_t AutoBuffer::Len() const noexcept {
-  return guts_ == nullptr ? 0 : guts_->length();
-}
-
 std::uint32_t AutoBuffer::Capacity() const noexcept {
   return guts_ == nullptr ? 0 : guts_->capacity();
 }
@@ -109,7 +104,8 @@ void AutoBuffer::Reserve(SafeInteger<unsigned long> capacity) {
   if (capacity.value() > Capacity()) MakePrivate(capacity.value());
 }
 
-void AutoBuffer::Append(const void* data, SafeInteger<unsigned long> length) {
+/// Append, whatever the storage.
+void AutoBuffer::AppendAnew(const void* data, SafeInteger<unsigned long> length) {
   if (length.value() == 0) return;
   const std::uint32_t newLength = SafeInteger<unsigned long>::Add(Len(), length).value();
   if (Owns(data)) return Append(AutoBuffer(BufferWrapper(data, length)).Data(), length);

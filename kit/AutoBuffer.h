@@ -2,12 +2,11 @@
 
 #include <cstdint>
 
+#include "kit/AutoBufferGuts.h"
 #include "kit/BufferWrapper.h"
 #include "kit/SafeInteger.h"
 
 namespace qv::kit {
-
-class AutoBufferGuts;
 
 /// A growable run of bytes. Copies share one storage until one of them changes, which then gets
 /// storage of its own. Copies may live on different threads; each belongs to one thread at a time.
@@ -36,7 +35,7 @@ class AutoBuffer {
   unsigned char* Data() noexcept;
   const unsigned char* Data() const noexcept;
 
-  std::uint32_t Len() const noexcept;
+  std::uint32_t Len() const noexcept { return guts_ == nullptr ? 0 : guts_->length(); }
 
   /// Bytes that the storage can hold.
   std::uint32_t Capacity() const noexcept;
@@ -49,7 +48,14 @@ class AutoBuffer {
 
   /// Adds length bytes at the end. Storage that is too small gets a tenth more than is needed, at
   /// least 128 bytes.
-  void Append(const void* data, SafeInteger<unsigned long> length);
+  void Append(const void* data, SafeInteger<unsigned long> length) {
+    // Buffers are mostly put together by pieces for which there is room: that much is inlined.
+    if (guts_ != nullptr && guts_->hasRoomFor(length.value()) && !guts_->isShared()) {
+      guts_->append(data, length.value());
+    } else {
+      AppendAnew(data, length);
+    }
+  }
 
   /// As Append, with the bytes in reversed order.
   void appendReverseByteOrder(const void* data, SafeInteger<unsigned long> length);
@@ -102,6 +108,7 @@ class AutoBuffer {
                                                       const unsigned char*& cursor);
 
  private:
+  void AppendAnew(const void* data, SafeInteger<unsigned long> length);
   bool Owns(const void* data) const noexcept;
   std::uint32_t CapacityFor(std::uint32_t length) const noexcept;
   void MakePrivate(std::uint32_t capacity);

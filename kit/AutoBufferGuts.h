@@ -1,8 +1,8 @@
 #pragma once
 
 #include <cstdint>
+#include <cstring>
 
-#include "kit/BufferWrapper.h"
 #include "kit/osdep/AtomicInt.h"
 
 namespace qv::kit {
@@ -19,7 +19,9 @@ class AutoBufferGuts {
   void addReference() { references_.increment(); }
   /// Gives a reference back; the last one takes the object with it.
   void release();
-  bool isShared() const { return references_ > 1; }
+  /// Every change of a buffer asks, so it is not to wait for the count's lock: whoever has the only
+  /// reference is the one who could make another.
+  bool isShared() const noexcept { return references_.peek() > 1; }
 
   /// Null when the capacity is 0.
   unsigned char* begin() const noexcept { return begin_; }
@@ -28,6 +30,15 @@ class AutoBufferGuts {
 
   /// length must be within the capacity; bytes that it adds have whatever value they have.
   void setLength(std::uint32_t length) noexcept { end_ = begin_ + length; }
+
+  /// Whether so many bytes, at least one, can be added to the storage as it is.
+  bool hasRoomFor(std::uint32_t count) const noexcept { return count - 1U < capacity_ - length(); }
+
+  /// There must be room for count bytes. They may lie in this storage.
+  void append(const void* data, std::uint32_t count) noexcept {
+    std::memmove(end_, data, count);
+    end_ += count;
+  }
 
   /// Moves to storage of exactly capacity bytes, no less than before. Throws std::bad_alloc and
   /// changes nothing when they cannot be had.

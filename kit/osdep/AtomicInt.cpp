@@ -1,7 +1,5 @@
 #include "kit/osdep/AtomicInt.h"
 
-#include <utility>
-
 #include "kit/NumericCast.h"
 
 namespace qv::kit::osdep {
@@ -12,15 +10,17 @@ std::int32_t AtomicInt::compareExchange(long comparand, long exchange) {
   const std::int32_t expected = LongToInt32(comparand);
   const std::int32_t replacement = LongToInt32(exchange);
   const CriticalSection::Guard guard(section_);
-  const std::int32_t previous = value_;
-  if (previous == expected) value_ = replacement;
+  const std::int32_t previous = peek();
+  if (previous == expected) set(replacement);
   return previous;
 }
 
 std::int32_t AtomicInt::replaceAndReturn(long value) {
   const std::int32_t replacement = LongToInt32(value);
   const CriticalSection::Guard guard(section_);
-  return std::exchange(value_, replacement);
+  const std::int32_t previous = peek();
+  set(replacement);
+  return previous;
 }
 
 void AtomicInt::replace(long value) {
@@ -29,7 +29,7 @@ void AtomicInt::replace(long value) {
 
 std::int32_t AtomicInt::getCount() const {
   const CriticalSection::Guard guard(section_);
-  return value_;
+  return peek();
 }
 
 }  // namespace qv::kit::osdep

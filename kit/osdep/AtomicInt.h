@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 
 #include "kit/osdep/CriticalSection.h"
@@ -24,6 +25,10 @@ class AtomicInt {
 
   std::int32_t getCount() const;
 
+  /// The value without waiting for the lock, for callers to whom that of a moment ago is as good.
+  /// What the thread that set it did before is seen.
+  std::int32_t peek() const noexcept { return value_.load(std::memory_order_acquire); }
+
   /// Adds 1 and returns the new value. The largest value is followed by the smallest.
   std::int32_t increment() { return add(1); }
 
@@ -39,11 +44,15 @@ class AtomicInt {
   // In unsigned arithmetic, which is defined to wrap.
   std::int32_t add(std::uint32_t difference) {
     const CriticalSection::Guard guard(section_);
-    value_ = static_cast<std::int32_t>(static_cast<std::uint32_t>(value_) + difference);
-    return value_;
+    const auto sum = static_cast<std::int32_t>(static_cast<std::uint32_t>(peek()) + difference);
+    set(sum);
+    return sum;
   }
 
-  std::int32_t value_;
+  // Only under the lock.
+  void set(std::int32_t value) noexcept { value_.store(value, std::memory_order_release); }
+
+  std::atomic<std::int32_t> value_;
   CriticalSection section_;
 };
 

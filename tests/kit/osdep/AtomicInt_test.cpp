@@ -91,6 +91,17 @@ TEST(AtomicInt, IncrementAndDecrementReturnTheNewValue) {
   EXPECT_EQ(value.getCount(), -1);
 }
 
+TEST(AtomicInt, PeekGivesTheValueThatEachOperationLeft) {
+  AtomicInt value(-7);
+  EXPECT_EQ(value.peek(), -7);
+  value.increment();
+  EXPECT_EQ(value.peek(), -6);
+  value.replace(3);
+  EXPECT_EQ(value.peek(), 3);
+  value.compareExchange(3, 9);
+  EXPECT_EQ(value.peek(), 9);
+}
+
 TEST(AtomicInt, CountingPastALimitGoesOnAtTheOther) {
   AtomicInt value(kLargest);
   EXPECT_EQ(value.increment(), kSmallest);
