@@ -15,6 +15,7 @@
 #include "kit/osdep/AnsiToWide.h"
 #include "kit/osdep/WideToAnsi.h"
 #include "tests/ExactBuffer.h"
+#include "tests/ScopedLocale.h"
 #include "tests/kit/osdep/Converted.h"
 #include "tests/reference/EncodingReference.h"
 
@@ -39,6 +40,8 @@ struct Named {
   /// Whether every byte, and every character, converts without regard to its neighbours.
   bool bytesStandAlone;
   bool charactersStandAlone;
+  /// Of the process meanwhile.
+  const char* locale = "C";
 };
 
 constexpr Named kEncodings[] = {
@@ -81,6 +84,8 @@ constexpr Named kEncodings[] = {
     {"ANSI_X3.110", std::nullopt, false, false},
     {"UNICODE", std::nullopt, false, false},
     {"no-such-encoding", std::nullopt, false, false},
+    {"", Encoding::utf8, false, true, "C.UTF-8"},
+    {"carbon", Encoding::utf8, false, true, "C.UTF-8"},
 };
 
 /// One of the list, or any text as its name.
@@ -99,8 +104,7 @@ bool IsKnown(const char* to, const char* from) {
   return isOpen;
 }
 
-/// The reserved name is that of no encoding; its own is ASCII's here, in the locale that a program
-/// starts with.
+/// The reserved name is that of no encoding; here it stands for the one of the process's locale.
 const char* IconvName(const Named& encoding) {
   return std::string("carbon") == encoding.name ? "" : encoding.name;
 }
@@ -199,6 +203,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   Input input(data, size);
   std::string name;
   const Named encoding = AnyEncoding(input, name);
+  const ScopedLocale locale(encoding.locale);
   const std::size_t room = input.byte();
   const std::string bytes = input.rest();
   const std::vector<wchar_t> characters = qv::fuzz::CharactersOf(bytes);

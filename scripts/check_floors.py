@@ -15,6 +15,7 @@ FLOORS = {
           kit/osdep/CurrentSystemTime""",
     2: """kit/Vector kit/Utf8ToWide kit/WideToUtf8 kit/StringCompare kit/osdep/IConv
           kit/osdep/AnsiToWide kit/osdep/WideToAnsi kit/osdep/AllocateConverted
+          kit/osdep/ProcessLocaleAscii
           kit/osdep/platform/SystemEncoding kit/osdep/platform/CFOwner""",
     3: "kit/StringBase kit/StringForms kit/BufferStrategy",
     4: """kit/exception/InvalidArgument2 kit/exception/OutOfRange2 kit/exception/BoundExceeded2

@@ -3,6 +3,7 @@
 #include "kit/RangeLength.h"
 #include "kit/osdep/AllocateConverted.h"
 #include "kit/osdep/IConv.h"
+#include "kit/osdep/ProcessLocaleAscii.h"
 #include "kit/osdep/platform/SystemEncoding.h"
 
 namespace qv::kit::osdep {
@@ -17,7 +18,12 @@ std::uint32_t AnsiToWideNoAlloc(const char* begin, const char* end, const char* 
   if (IsSystemEncoding(locale)) {
     return CarbonAnsiToWide(begin, end, outBegin, outEnd);
   }
-  IConv(begin, end, locale, outBegin, outEnd, kWideEncoding);
+  wchar_t* out = outBegin;
+  if (IsProcessLocaleOverAscii(locale) && CopyAscii(begin, end, out, outEnd)) {
+    outEnd = out;
+  } else {
+    IConv(begin, end, locale, out, outEnd, kWideEncoding);
+  }
   return RangeLength(outBegin, outEnd);
 }
 

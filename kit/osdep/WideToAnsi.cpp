@@ -6,6 +6,7 @@
 #include "kit/SafeInteger.h"
 #include "kit/osdep/AllocateConverted.h"
 #include "kit/osdep/IConv.h"
+#include "kit/osdep/ProcessLocaleAscii.h"
 #include "kit/osdep/platform/SystemEncoding.h"
 
 namespace qv::kit::osdep {
@@ -23,7 +24,12 @@ std::uint32_t WideToAnsiNoAlloc(const wchar_t* begin, const wchar_t* end, const 
   if (IsSystemEncoding(locale)) {
     return CarbonWideToAnsi(begin, end, outBegin, outEnd);
   }
-  IConv(begin, end, kWideEncoding, outBegin, outEnd, locale);
+  char* out = outBegin;
+  if (IsProcessLocaleOverAscii(locale) && CopyAscii(begin, end, out, outEnd)) {
+    outEnd = out;
+  } else {
+    IConv(begin, end, kWideEncoding, out, outEnd, locale);
+  }
   return RangeLength(outBegin, outEnd);
 }
 

@@ -12,7 +12,7 @@
 
 #include "qvini/qvini.h"
 #include "tests/ScopedLocale.h"
-#include "tests/qvini/TestLocale.h"
+#include "tests/TestLocale.h"
 
 namespace {
 

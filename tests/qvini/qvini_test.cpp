@@ -10,8 +10,8 @@
 
 #include "qvini/items.h"
 #include "tests/ScopedLocale.h"
+#include "tests/TestLocale.h"
 #include "tests/qvini/TestDocument.h"
-#include "tests/qvini/TestLocale.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "tests/ScopedLocale.h"
-#include "tests/qvini/TestLocale.h"
+#include "tests/TestLocale.h"
 
 namespace {
 

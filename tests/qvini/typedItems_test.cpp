@@ -9,8 +9,8 @@
 
 #include "qvini/qvini.h"
 #include "tests/ScopedLocale.h"
+#include "tests/TestLocale.h"
 #include "tests/qvini/TestDocument.h"
-#include "tests/qvini/TestLocale.h"
 
 namespace {
 

@@ -8,6 +8,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "tests/ScopedLocale.h"
+#include "tests/TestLocale.h"
 #include "tests/doubles/InChild.h"
 
 #if defined(QV_SANITIZED)
@@ -108,6 +110,8 @@ TEST_F(LookUpSweep, AnyLookUpOfAFunctionMayFail) {
 }
 
 TEST_F(LookUpSweep, AnyTextConversionMayFailToBegin) {
+  UseTestLocales();
+  const ScopedLocale german("de_DE.ISO-8859-1");
   const Result result = sweep({ProcessCall::kIconvOpen, EINVAL}, 1);
   EXPECT_GT(result.calls, 50u);
   EXPECT_GT(result.nulls, 0);

@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -19,6 +20,8 @@
 #include "kit/osdep/GetCommonAppDataDirectory.h"
 #include "kit/osdep/GetHostName.h"
 #include "kit/osdep/WideToAnsi.h"
+#include "tests/ScopedLocale.h"
+#include "tests/TestLocale.h"
 #include "tests/doubles/Text.h"
 #include "tests/kit/AsciiText.h"
 
@@ -102,9 +105,26 @@ std::wstring WideInto(std::size_t room, const std::string& text, const std::vect
   return {out.data(), end};
 }
 
+class GermanLocale {
+ public:
+  GermanLocale() {
+    qv::tests::UseTestLocales();
+    locale_.emplace("de_DE.ISO-8859-1");
+  }
+
+ private:
+  std::optional<ScopedLocale> locale_;
+};
+
 class IConvCalls : public testing::Test {
  protected:
-  void SetUp() override { g_iconv = {}; }
+  IConvCalls() { g_iconv = {}; }
+};
+
+/// The process has a locale whose encoding only iconv knows.
+class IConvOfTheLocale : public IConvCalls {
+ private:
+  const GermanLocale locale_;
 };
 
 TEST_F(IConvCalls, EachConversionOpensAndClosesADescriptorOfItsOwn) {
@@ -125,19 +145,42 @@ TEST_F(IConvCalls, WhateverIconvOpenFailsForIsInvalidLocaleAndNothingIsClosed) {
   EXPECT_TRUE(g_iconv.calls.empty());
 }
 
-TEST_F(IConvCalls, ThatFailLeaveTheHostNameLocalhost) {
+TEST_F(IConvOfTheLocale, WhenItFailsLeavesTheHostNameLocalhost) {
   g_iconv.openError = EINVAL;
   EXPECT_EQ(qv::tests::Exactly(GetHostName(false)), L"localhost");
   EXPECT_EQ(qv::tests::Exactly(GetHostName(true)), L"localhost");
   EXPECT_EQ(g_iconv.opened.size(), 2U);
 }
 
-TEST_F(IConvCalls, ThatFailLeaveTheDataDirectoryWhereItIsWithoutTheEnvironment) {
+TEST_F(IConvOfTheLocale, WhenItFailsLeavesTheDataDirectoryWhereItIsWithoutTheEnvironment) {
   ::setenv("QVPUBAPPDATADIR", "/srv/data", 1);
   g_iconv.openError = EINVAL;
   EXPECT_EQ(qv::tests::Exactly(GetCommonAppDataDirectory()), L"/var/lib/kestrix");
   EXPECT_EQ(g_iconv.opened.size(), 1U);
   ::unsetenv("QVPUBAPPDATADIR");
+}
+
+TEST_F(IConvCalls, AreNotMadeForAsciiInALocaleOfAsciiOrUtf8) {
+  for (const char* const name : {"C", "C.UTF-8"}) {
+    const ScopedLocale locale(name);
+    EXPECT_EQ(qv::tests::ToAscii(String(L"/var/lib/a")), "/var/lib/a");
+    EXPECT_EQ(qv::tests::ToAscii(WString("/var/lib/a")), "/var/lib/a");
+    EXPECT_THAT(g_iconv.opened, testing::IsEmpty());
+  }
+}
+
+TEST_F(IConvCalls, AreMadeFromTheFirstCharacterOnThatIsNotAscii) {
+  const ScopedLocale utf8("C.UTF-8");
+  EXPECT_STREQ(String(L"/var/\u00E9t\u00E9").c_str(), "/var/\xC3\xA9t\xC3\xA9");
+  EXPECT_STREQ(WString("/var/\xC3\xA9t\xC3\xA9").c_str(), L"/var/\u00E9t\u00E9");
+  EXPECT_THAT(g_iconv.opened, ElementsAre("UTF-32LE > ", " > UTF-32LE"));
+  EXPECT_THAT(g_iconv.calls, ElementsAre(std::pair(12, 27), std::pair(5, 20)));
+}
+
+TEST_F(IConvOfTheLocale, IsAskedForAsciiWhereAnotherEncodingIsTheLocales) {
+  EXPECT_EQ(qv::tests::ToAscii(String(L"a")), "a");
+  EXPECT_EQ(qv::tests::ToAscii(WString("a")), "a");
+  EXPECT_EQ(g_iconv.opened.size(), 2U);
 }
 
 TEST_F(IConvCalls, StopsAtTheFirstSuccess) {
@@ -209,6 +252,7 @@ class StringOverIConv : public testing::Test {
 
   void SetUp() override { g_iconv = {}; }
 
+  const GermanLocale locale_;
   const Other text_[2] = {Other{'a'}, Other{}};
   const OtherString string_{text_, 1};
 };
