@@ -178,7 +178,6 @@ void SslInitializerImplementation::openLibraries() {
   // has been replaced on disk would be the old one again.
   cryptoLibrary_.reset();
   sslLibrary_.reset();
-  resolvedRows_ = 0;
 
   const WString directory = qv::kit::osdep::GetModuleDirectory(kThisLibrary);
   const bool isInSight = IsOpensslInSight();
@@ -202,6 +201,7 @@ void SslInitializerImplementation::loadFunctionPointers(StatusChain& status) {
   static constexpr const char* kFunctionName = "SslInitializerImplementation::loadFunctionPointers";
   TraceTagEE scope(kTraceInitializerScopes, kFunctionName);
   if (Failed(status)) return;
+  resolvedRows_ = 0;
   objects_ = OpensslObjects(*cryptoLibrary_);
 #define QV_OPENSSL_FUNCTION(library, name, result, arguments)                                    \
   functions_.name =                                                                              \
