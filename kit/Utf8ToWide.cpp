@@ -177,6 +177,8 @@ std::uint32_t GetUtf8StringLength(const unsigned char* begin, const unsigned cha
   std::uint64_t count = 0;
   const unsigned char* p = begin;
   wchar_t character = 0;
+  // An empty text may be two null pointers, whose difference is 0.
+  // cppcheck-suppress nullPointerArithmetic
   for (; end - p >= kRun; count += kRun) {
     if (IsAsciiRun(p)) {
       p += kRun;

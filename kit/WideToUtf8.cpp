@@ -102,6 +102,8 @@ std::uint64_t CountBytes(const wchar_t* p, const wchar_t* end, std::uint64_t lim
 std::uint32_t WideToUtf8(const wchar_t* begin, const wchar_t* end, unsigned char* out,
                          const unsigned char* outEnd) {
   unsigned char* written = out;
+  // An empty text may be two null pointers, whose difference is 0.
+  // cppcheck-suppress nullPointerArithmetic
   while (end - begin >= kRun && outEnd - written >= kRun) {
     if (IsAsciiRun(begin)) {
       for (std::ptrdiff_t i = 0; i < kRun; ++i) {
