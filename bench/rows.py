@@ -87,7 +87,7 @@ ROWS = [
     Ratio(14, "INI: one look-up of a random key in the document of row 12", "ini", "IniGet",
           {"SimpleIni": "IniGet/SimpleIni", "inih's `INIReader`": "IniGet/inih",
            "Boost.PropertyTree": "IniGet/PropertyTree", "iniparser": "IniGet/iniparser"}, 0.33,
-          instructions=True),
+          instructions=True, rounds=20000),
     Ratio(15, "INI: writing that document to memory", "ini", "IniWrite",
           {"Boost.PropertyTree": "IniWrite/PropertyTree", "SimpleIni": "IniWrite/SimpleIni"}, 0.6,
           instructions=True, rounds=5),
