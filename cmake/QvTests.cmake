@@ -35,6 +35,10 @@ function(qv_add_tests name)
   add_executable(${name} ${sources} ${ARG_EXTRA_SOURCES})
   target_link_libraries(${name} PRIVATE ${ARG_LIBRARIES} qv_test_main)
   target_precompile_headers(${name} REUSE_FROM qv_test_main)
+  # Templates that many sources of one program use are compiled once for eight of them. To the
+  # compiler they are then included files, where it has more to say of classes without linkage.
+  set_target_properties(${name} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 8)
+  target_compile_options(${name} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>)
   if(ARG_TOGETHER AND (QV_SANITIZE OR NOT CMAKE_SIZEOF_VOID_P EQUAL 8))
     add_test(NAME ${name} COMMAND ${name})
     # The longest first, so that nobody waits for them at the end.

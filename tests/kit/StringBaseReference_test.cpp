@@ -19,7 +19,7 @@ using qv::kit::String;
 using qv::kit::Utf8String;
 using qv::kit::WString;
 
-constexpr std::uint32_t npos = 0xFFFFFFFFU;
+constexpr std::uint32_t kNoPosition = 0xFFFFFFFFU;
 
 template <typename S>
 class StringReference : public testing::Test {
@@ -32,10 +32,10 @@ class StringReference : public testing::Test {
     return S(text.data(), static_cast<std::uint32_t>(text.size()));
   }
   static std::uint32_t Position(std::size_t position) {
-    return position == Standard::npos ? npos : static_cast<std::uint32_t>(position);
+    return position == Standard::npos ? kNoPosition : static_cast<std::uint32_t>(position);
   }
   static std::size_t StandardPosition(std::uint32_t position) {
-    return position == npos ? Standard::npos : position;
+    return position == kNoPosition ? Standard::npos : position;
   }
 
   /// Every text of up to length letters a and b.
@@ -58,7 +58,7 @@ TYPED_TEST(StringReference, SearchingAgreesForAllShortTextsAndPositions) {
     const TypeParam string = Fixture::Of(text);
     for (const auto& sought : Fixture::TextsUpTo(3)) {
       const TypeParam other = Fixture::Of(sought);
-      for (const std::uint32_t position : {0U, 1U, 2U, 3U, 4U, 5U, 0xFFFFFFFEU, npos}) {
+      for (const std::uint32_t position : {0U, 1U, 2U, 3U, 4U, 5U, 0xFFFFFFFEU, kNoPosition}) {
         const std::size_t from = Fixture::StandardPosition(position);
         const auto expected = [](std::size_t found) { return Fixture::Position(found); };
         ASSERT_EQ(string.find(other, position), expected(text.find(sought, from)));
@@ -80,7 +80,7 @@ TYPED_TEST(StringReference, SearchingForACharacterAgreesForAllShortTextsAndPosit
   const auto letter = static_cast<typename Fixture::Char>('b');
   for (const auto& text : Fixture::TextsUpTo(4)) {
     const TypeParam string = Fixture::Of(text);
-    for (const std::uint32_t position : {0U, 1U, 2U, 3U, 4U, 5U, 0xFFFFFFFEU, npos}) {
+    for (const std::uint32_t position : {0U, 1U, 2U, 3U, 4U, 5U, 0xFFFFFFFEU, kNoPosition}) {
       const std::size_t from = Fixture::StandardPosition(position);
       const auto expected = [](std::size_t found) { return Fixture::Position(found); };
       ASSERT_EQ(string.find(letter, position), expected(text.find(letter, from)));
@@ -107,7 +107,7 @@ TYPED_TEST(StringReference, SearchingTakesPointersAndStartsAtTheUsualEnd) {
   EXPECT_EQ(string.find_first_not_of(sought.c_str()), 1U);
   EXPECT_EQ(string.find_last_not_of(sought.c_str()), 11U);
   const auto letter = [](char ascii) { return static_cast<typename Fixture::Char>(ascii); };
-  EXPECT_EQ(string.find(letter('x')), npos);
+  EXPECT_EQ(string.find(letter('x')), kNoPosition);
   EXPECT_EQ(string.find(letter('o')), 0U);
   EXPECT_EQ(string.rfind(letter('o')), 14U);
   EXPECT_EQ(string.find_first_of(letter('o')), 0U);

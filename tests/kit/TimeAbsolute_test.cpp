@@ -11,7 +11,7 @@ using qv::tests::FixedPointRow;
 using qv::tests::FixedPointRows;
 using Seconds = tSSTimeValue::Seconds;
 
-const Seconds kGreatest(0x7FFFFFFFU, 0xFFFFFFFFU, 0xFFFFFFFFU, 0xFFFFFFFFU);
+const Seconds kLastSeconds(0x7FFFFFFFU, 0xFFFFFFFFU, 0xFFFFFFFFU, 0xFFFFFFFFU);
 const Seconds kMostNegative(0x80000000U, 0, 0, 0);
 
 TEST(TimeAbsolute, CopiesASpanAndLeavesTheStatusAlone) {
@@ -70,7 +70,7 @@ TEST(CorrectEpoch, ReplacesAWarningButNeverAnError) {
 }
 
 TEST(CorrectEpoch, ReportsASumThatDoesNotFitAndKeepsItsLowBits) {
-  tSSTimeValue late(kGreatest);
+  tSSTimeValue late(kLastSeconds);
   long status = 0;
   tSSTimeAbsolute::_CorrectEpoch(kEpochTo1904, kEpoch1970, late, &status);
   EXPECT_EQ(status, -50175);
@@ -95,7 +95,7 @@ TEST(CorrectEpoch, ConvertsAlthoughTheStatusHoldsAnErrorAndLeavesThatError) {
   long status = -5;
   tSSTimeAbsolute::_CorrectEpoch(kEpochTo1904, kEpoch1970, value, &status);
   EXPECT_EQ(value.seconds(), Seconds(2082844800));
-  value = tSSTimeValue(kGreatest);
+  value = tSSTimeValue(kLastSeconds);
   tSSTimeAbsolute::_CorrectEpoch(kEpochTo1904, kEpoch1970, value, &status);
   EXPECT_TRUE(value.seconds().IsNegative());
   EXPECT_EQ(status, -5);

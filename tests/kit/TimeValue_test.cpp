@@ -12,7 +12,7 @@ using qv::tests::FixedPointRow;
 using qv::tests::FixedPointRows;
 using Seconds = tSSTimeValue::Seconds;
 
-const Seconds kGreatest(0x7FFFFFFFU, 0xFFFFFFFFU, 0xFFFFFFFFU, 0xFFFFFFFFU);
+const Seconds kGreatestValue(0x7FFFFFFFU, 0xFFFFFFFFU, 0xFFFFFFFFU, 0xFFFFFFFFU);
 
 /// The value after the conversion, for a status that is ignored.
 Seconds Converted(tUnitConversion direction, tTimeUnit unit, Seconds value) {
@@ -75,11 +75,11 @@ TEST(CorrectUnits, CutsAMicrosecondToAMultipleOfTheLastPlace) {
 
 TEST(CorrectUnits, LeavesSecondsAndTheirStatusAlone) {
   for (const long before : {0L, 3L, -7L}) {
-    Seconds value = kGreatest;
+    Seconds value = kGreatestValue;
     long status = before;
     tSSTimeValue::_CorrectUnits(kUnitToSeconds, kSeconds, value, &status);
     tSSTimeValue::_CorrectUnits(kSecondsToUnit, kSeconds, value, &status);
-    EXPECT_EQ(value, kGreatest);
+    EXPECT_EQ(value, kGreatestValue);
     EXPECT_EQ(status, before);
   }
 }
@@ -120,11 +120,11 @@ TEST(CorrectUnits, SeesAnErrorInALiteralWithTheHighBit) {
 }
 
 TEST(CorrectUnits, ReportsAProductThatChangedItsSignAndKeepsWhatIsLeft) {
-  Seconds value = kGreatest;
+  Seconds value = kGreatestValue;
   long status = 0;
   tSSTimeValue::_CorrectUnits(kSecondsToUnit, kMilliseconds, value, &status);
   EXPECT_EQ(status, -50175);
-  EXPECT_EQ(value, kGreatest * Seconds(1000));
+  EXPECT_EQ(value, kGreatestValue * Seconds(1000));
   EXPECT_TRUE(value.IsNegative());
 }
 
@@ -142,9 +142,9 @@ TEST(CorrectUnits, ConvertsAlthoughTheStatusHoldsAnErrorAndLeavesThatError) {
   long status = -5;
   tSSTimeValue::_CorrectUnits(kSecondsToUnit, kMinutes, value, &status);
   EXPECT_EQ(value, Seconds(2));
-  value = kGreatest;
+  value = kGreatestValue;
   tSSTimeValue::_CorrectUnits(kSecondsToUnit, kMilliseconds, value, &status);
-  EXPECT_EQ(value, kGreatest * Seconds(1000));
+  EXPECT_EQ(value, kGreatestValue * Seconds(1000));
   EXPECT_EQ(status, -5);
 }
 

@@ -254,7 +254,7 @@ TEST_P(FailingCall, GivesEveryObjectBackOnce) {
 INSTANTIATE_TEST_SUITE_P(OfTheCreation, FailingCall, testing::ValuesIn(kFailures),
                          [](const auto& info) { return info.param.name; });
 
-class CleanUp : public testing::Test {
+class CleanUpOfObjects : public testing::Test {
  protected:
   /// The calls from the failing one on.
   Strings after(const std::string& function) {
@@ -271,20 +271,20 @@ class CleanUp : public testing::Test {
   Journal& journal_ = Journal::instance();
 };
 
-TEST_F(CleanUp, FreesAKeyThatDoesNotCheck) {
+TEST_F(CleanUpOfObjects, FreesAKeyThatDoesNotCheck) {
   EXPECT_THAT(after("RSA_check_key"), ElementsAre("RSA_check_key(rsa-1)", "RSA_free(rsa-1)"));
 }
 
-TEST_F(CleanUp, FreesTheKeyWhereThereIsNoObjectForIt) {
+TEST_F(CleanUpOfObjects, FreesTheKeyWhereThereIsNoObjectForIt) {
   EXPECT_THAT(after("EVP_PKEY_new"), ElementsAre("EVP_PKEY_new()", "RSA_free(rsa-1)"));
 }
 
-TEST_F(CleanUp, FreesTheKeyAndThenTheObjectThatDidNotTakeIt) {
+TEST_F(CleanUpOfObjects, FreesTheKeyAndThenTheObjectThatDidNotTakeIt) {
   EXPECT_THAT(after("EVP_PKEY_assign"), ElementsAre("EVP_PKEY_assign(key-1, 6, rsa-1)",
                                                     "RSA_free(rsa-1)", "EVP_PKEY_free(key-1)"));
 }
 
-TEST_F(CleanUp, ClosesTheKeyFileAfterTheErrorWasRead) {
+TEST_F(CleanUpOfObjects, ClosesTheKeyFileAfterTheErrorWasRead) {
   Strings lines = after("PEM_ASN1_write_bio");
   ASSERT_FALSE(lines.empty());
   lines.erase(lines.begin());
@@ -292,24 +292,24 @@ TEST_F(CleanUp, ClosesTheKeyFileAfterTheErrorWasRead) {
                                  "BIO_free(bio-1)", "EVP_PKEY_free(key-1)"));
 }
 
-TEST_F(CleanUp, FreesAnExtensionThatWasNotAdded) {
+TEST_F(CleanUpOfObjects, FreesAnExtensionThatWasNotAdded) {
   EXPECT_THAT(after("X509_add_ext"), ElementsAre("X509_add_ext(x509-1, extension-1, -1)",
                                                  "X509_EXTENSION_free(extension-1)",
                                                  "EVP_PKEY_free(key-1)", "X509_free(x509-1)"));
 }
 
-TEST_F(CleanUp, NeverPassesANullDigestOn) {
+TEST_F(CleanUpOfObjects, NeverPassesANullDigestOn) {
   EXPECT_THAT(after("EVP_sha1"),
               ElementsAre("EVP_sha1()", "EVP_PKEY_free(key-1)", "X509_free(x509-1)"));
 }
 
-TEST_F(CleanUp, NeverPassesANullSerialNumberOn) {
+TEST_F(CleanUpOfObjects, NeverPassesANullSerialNumberOn) {
   EXPECT_THAT(
       after("X509_get_serialNumber"),
       ElementsAre("X509_get_serialNumber(x509-1)", "EVP_PKEY_free(key-1)", "X509_free(x509-1)"));
 }
 
-TEST_F(CleanUp, FreesTheKeyAndThenTheCertificate) {
+TEST_F(CleanUpOfObjects, FreesTheKeyAndThenTheCertificate) {
   EXPECT_THAT(after("PEM_write_bio_X509"),
               ElementsAre("PEM_write_bio_X509(bio-2, x509-1)", "BIO_free(bio-2)",
                           "EVP_PKEY_free(key-1)", "X509_free(x509-1)"));

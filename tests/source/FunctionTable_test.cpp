@@ -27,7 +27,7 @@ using testing::ElementsAre;
 using Probe = SslInitializerImplementationProbe;
 using Addresses = std::array<void*, static_cast<std::size_t>(kOpensslFunctionCount)>;
 
-constexpr auto kMissing = static_cast<std::size_t>(OpensslRow::CRYPTO_set_id_callback);
+constexpr auto kMissingRow = static_cast<std::size_t>(OpensslRow::CRYPTO_set_id_callback);
 
 /// The two doubles in a directory of their own, and in memory as long as this lives: two of these
 /// never share an address.
@@ -97,8 +97,8 @@ class FunctionTable : public testing::Test {
   /// The table that holds these before the missing row, null there, and the others behind it.
   static Addresses joined(const Addresses& before, const Addresses& behind) {
     Addresses expected = behind;
-    std::copy_n(before.begin(), kMissing, expected.begin());
-    expected[kMissing] = nullptr;
+    std::copy_n(before.begin(), kMissingRow, expected.begin());
+    expected[kMissingRow] = nullptr;
     return expected;
   }
 

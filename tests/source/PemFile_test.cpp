@@ -17,7 +17,7 @@ namespace qvsslinit {
 namespace {
 
 constexpr unsigned kNobody = 65534;
-const std::string kWhole = std::string(kPemRsaKey.firstLine) + "AAAA\n" + kPemRsaKey.lastLine;
+const std::string kWholeKey = std::string(kPemRsaKey.firstLine) + "AAAA\n" + kPemRsaKey.lastLine;
 
 class PemFileTest : public testing::Test {
  protected:
@@ -36,9 +36,9 @@ class PemFileTest : public testing::Test {
 };
 
 TEST_F(PemFileTest, IsLostWithoutItsEnd) {
-  directory_.write("key", kWhole);
+  directory_.write("key", kWholeKey);
   EXPECT_FALSE(isLost());
-  for (const std::string& cut : {std::string(), kWhole.substr(0, kWhole.size() - 1),
+  for (const std::string& cut : {std::string(), kWholeKey.substr(0, kWholeKey.size() - 1),
                                  std::string(kPemRsaKey.firstLine), std::string(20000, 'A')}) {
     directory_.write("key", cut);
     EXPECT_TRUE(isLost()) << cut;
@@ -60,7 +60,7 @@ TEST_F(PemFileTest, IsNeitherLostNorWaitedForWhereItIsAPipe) {
 }
 
 TEST_F(PemFileTest, IsNotLostWhereItsOwnerMayNotReadIt) {
-  directory_.write("key", kWhole.substr(0, 5));
+  directory_.write("key", kWholeKey.substr(0, 5));
   ASSERT_EQ(::chmod(file_.c_str(), 0200), 0);
   std::filesystem::permissions(directory_.path(), std::filesystem::perms::all);
   EXPECT_EQ(qv::tests::InChild([this] {
@@ -78,13 +78,13 @@ TEST_F(PemFileTest, IsNotLostWhereItIsGone) {
 }
 
 TEST_F(PemFileTest, IsLostWhenItDoesNotReachTheDisk) {
-  directory_.write("key", kWhole);
+  directory_.write("key", kWholeKey);
   for (const int error : {EIO, ENOSPC})
     EXPECT_TRUE(isLostWithout(SYS_fsync, error)) << error;
 }
 
 TEST_F(PemFileTest, IsNotLostWhereItsFileSystemCannotBeWaitedFor) {
-  directory_.write("key", kWhole);
+  directory_.write("key", kWholeKey);
   for (const int error : {EINVAL, ENOTSUP})
     EXPECT_FALSE(isLostWithout(SYS_fsync, error)) << error;
 }

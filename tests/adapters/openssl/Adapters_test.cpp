@@ -88,29 +88,29 @@ TEST(Adapters, LeaveMemoryWhereOpensslStays) {
   EXPECT_NE(::dlopen(QV_LIBSSL, RTLD_NOW | RTLD_NOLOAD), nullptr);
 }
 
-int g_calls = 0;
+int g_callbackCalls = 0;
 
 void CountLock(int /*mode*/, int /*n*/, const char* /*file*/, int /*line*/) {
-  ++g_calls;
+  ++g_callbackCalls;
 }
 
 unsigned long CountId() {
-  ++g_calls;
+  ++g_callbackCalls;
   return 1;
 }
 
 CRYPTO_dynlock_value* CountCreate(const char* /*file*/, int /*line*/) {
-  ++g_calls;
+  ++g_callbackCalls;
   return nullptr;
 }
 
 void CountDynlock(int /*mode*/, CRYPTO_dynlock_value* /*lock*/, const char* /*file*/,
                   int /*line*/) {
-  ++g_calls;
+  ++g_callbackCalls;
 }
 
 void CountDestroy(CRYPTO_dynlock_value* /*lock*/, const char* /*file*/, int /*line*/) {
-  ++g_calls;
+  ++g_callbackCalls;
 }
 
 TEST(Adapters, NeverCallTheCallbacks) {
@@ -123,7 +123,7 @@ TEST(Adapters, NeverCallTheCallbacks) {
   auto* rsa = QV_FIND(crypto, RSA_generate_key)(1024, 65537, nullptr, nullptr);
   ASSERT_NE(rsa, nullptr);
   QV_FIND(crypto, RSA_free)(rsa);
-  EXPECT_EQ(g_calls, 0);
+  EXPECT_EQ(g_callbackCalls, 0);
 }
 
 // An adapter as it is made for an OpenSSL without the old key generator. The one at hand may have

@@ -13,6 +13,7 @@
 #include "kit/exception/PosixError.h"
 #include "kit/osdep/path.h"
 #include "tests/doubles/TemporaryDirectory.h"
+#include "tests/kit/osdep/WithNull.h"
 
 namespace {
 
@@ -20,12 +21,7 @@ using namespace qv::kit;
 using namespace qv::kit::osdep;
 using namespace qv::kit::osdep::path;
 using qv::tests::TemporaryDirectory;
-
-WString WithNull(const WString& path) {
-  WString cut = path;
-  cut += L'\0';
-  return cut;
-}
+using qv::tests::WithNull;
 
 /// The code of the PosixError that action throws; 0 when it throws none.
 template <typename ActionT>

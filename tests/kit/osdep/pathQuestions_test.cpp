@@ -10,6 +10,7 @@
 #include "kit/exception/PosixError.h"
 #include "kit/osdep/path.h"
 #include "tests/doubles/TemporaryDirectory.h"
+#include "tests/kit/osdep/WithNull.h"
 
 namespace {
 
@@ -17,13 +18,7 @@ using namespace qv::kit;
 using namespace qv::kit::osdep;
 using namespace qv::kit::osdep::path;
 using qv::tests::TemporaryDirectory;
-
-WString WithNull(const WString& path) {
-  WString cut = path;
-  cut += L'\0';
-  cut += L"rest";
-  return cut;
-}
+using qv::tests::WithNull;
 
 TEST(IsDirectory, IsTrueForADirectoryHoweverItIsReached) {
   const TemporaryDirectory directory;

@@ -17,6 +17,9 @@
 
 using qv::tests::DenySystemCall;
 using qv::tests::InChild;
+using qv::tests::kFixedName;
+using qv::tests::kOld;
+using qv::tests::kUniqueName;
 using qv::tests::NamesBeside;
 using qv::tests::TemporaryDirectory;
 using qv::tests::TracedChild;
@@ -28,9 +31,6 @@ using testing::StartsWith;
 
 namespace {
 
-constexpr unsigned kFixedName = kIniWriteSafely;
-constexpr unsigned kUniqueName = kIniWriteSafely | kIniWriteUniqueName;
-const std::string kOld = "[Section]\nKey = old\n";
 constexpr mode_t kOldMode = 0604;
 
 struct Case {

@@ -15,6 +15,9 @@
 #include "tests/qvini/safewrite/Writer.h"
 
 using qv::tests::InChild;
+using qv::tests::kFixedName;
+using qv::tests::kOld;
+using qv::tests::kUniqueName;
 using qv::tests::NamesBeside;
 using qv::tests::ScopedUmask;
 using qv::tests::TemporaryDirectory;
@@ -22,10 +25,6 @@ using qv::tests::Writer;
 using testing::IsEmpty;
 
 namespace {
-
-constexpr unsigned kFixedName = kIniWriteSafely;
-constexpr unsigned kUniqueName = kIniWriteSafely | kIniWriteUniqueName;
-const std::string kOld = "[Section]\nKey = old\n";
 
 /// Writing as a user whom permissions bind.
 int WriteAsNobody(const Writer& writer, const std::string& path) {

@@ -13,6 +13,13 @@
 
 namespace qv::tests {
 
+/// The two ways of naming the file that takes the target's place.
+inline constexpr unsigned kFixedName = kIniWriteSafely;
+inline constexpr unsigned kUniqueName = kIniWriteSafely | kIniWriteUniqueName;
+
+/// What a target holds before it is written.
+inline const std::string kOld = "[Section]\nKey = old\n";
+
 /// A document with settings for writing, large enough that its text takes several calls to write.
 class Writer {
  public:

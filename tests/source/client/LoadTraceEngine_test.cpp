@@ -20,7 +20,7 @@ using traceengine::ITraceEngine;
 using traceengine::LoadTraceEngine;
 using traceengine::LoadTraceEngineImpl;
 
-constexpr auto kMissing = static_cast<std::int32_t>(0x8ABC7021U);
+constexpr auto kNoEngine = static_cast<std::int32_t>(0x8ABC7021U);
 
 struct LoadTraceEngineTest : testing::Test {
   EngineJournal& journal = EngineJournal::instance();
@@ -99,7 +99,7 @@ TEST_F(LoadTraceEngineTest, WhatTheFirstPlaceWasLackingIsForgottenAtTheSecond) {
 TEST_F(LoadTraceEngineTest, TheStatusIsThatOfTheSecondPlace) {
   loader.put(kBarePlace, EngineFile(kEntrylessEngine));
   LoadTraceEngine(engine, status);
-  EXPECT_EQ(status.code(), kMissing);
+  EXPECT_EQ(status.code(), kNoEngine);
   EXPECT_EQ(engine.interface(), nullptr);
 }
 
@@ -149,7 +149,7 @@ TEST_F(LoadTraceEngineTest, AnAbsoluteNameIsLoadedFromWhereItSays) {
 TEST_F(LoadTraceEngineTest, AnAbsoluteNameWithoutTheEntryPointIsNotLookedForElsewhere) {
   loader.put("/opt/trace/myengine.so", EngineFile(kEntrylessEngine));
   LoadTraceEngineImpl<ITraceEngine>(L"/opt/trace/myengine.so", 0, engine, status);
-  EXPECT_EQ(status.code(), kMissing);
+  EXPECT_EQ(status.code(), kNoEngine);
   EXPECT_THAT(loader.requests(), ElementsAre("/opt/trace/myengine.so"));
 }
 
