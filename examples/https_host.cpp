@@ -22,7 +22,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "include/qvsslinit.h"
+#include "qvsslinit.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 #include <locale.h>
 #include <stdio.h>
 
-#include "include/qvsslinit.h"
+#include "qvsslinit.h"
 
 int main(int argc, char** argv) {
   struct QvSslInitHandle* (*init)(void);
@@ -11,7 +11,7 @@ int main(int argc, char** argv) {
   struct QvSslInitHandle* handle;
   void* library;
   setlocale(LC_ALL, ""); /* names of directories are read in the encoding of the locale */
-  library = dlopen(argc > 1 ? argv[1] : "libqvsslinit.so", RTLD_NOW);
+  library = dlopen(argc > 1 ? argv[1] : "libqvsslinit.so.1", RTLD_NOW);
   if (library == NULL) {
     fprintf(stderr, "minimal_host: %s\n", dlerror());
     return 1;

@@ -421,7 +421,7 @@ class Library(Site):
     def test_is_missing(self):
         self.library.unlink()
         report = self.report(status=1)
-        self.assertIn(f"There is no library at '{self.library}'", report.texts("wrong"))
+        self.assertIn(f"There is no library at '{self.library}.1'", report.texts("wrong"))
         self.assertFalse(report.facts("library")["exists"])
         self.assertIn("Not called", report.everything("note", "trial"))
 

@@ -76,10 +76,15 @@ std::string FindLibrary(const Options& options) {
   std::error_code ignored;
   if (!options.library.empty()) return fs::absolute(options.library, ignored).string();
   const fs::path here = fs::read_symlink("/proc/self/exe", ignored).parent_path();
-  const fs::path installed = here.parent_path() / "lib" / "libqvsslinit.so";
-  const fs::path beside = here / "libqvsslinit.so";
-  return (!fs::exists(installed, ignored) && fs::exists(beside, ignored) ? beside : installed)
-      .string();
+  // As installed, as built, and in one directory with this program; by the name that is there for
+  // compilers, and by the one that is there for programs.
+  for (const char* directory : {QV_LIBRARY_DIRECTORY, "../lib", "."}) {
+    for (const char* name : {"libqvsslinit.so", QV_LIBRARY_SONAME}) {
+      const fs::path library = (here / directory / name).lexically_normal();
+      if (fs::exists(library, ignored)) return library.string();
+    }
+  }
+  return (here / QV_LIBRARY_DIRECTORY / QV_LIBRARY_SONAME).lexically_normal().string();
 }
 
 LibraryExamination::LibraryExamination(const std::string& library, int timeLimit)
