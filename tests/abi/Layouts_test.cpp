@@ -1,4 +1,4 @@
-#include "tests/abi/layout.h"
+#include "abi/layout.h"
 
 #include <dlfcn.h>
 #include <fcntl.h>

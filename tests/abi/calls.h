@@ -3,7 +3,7 @@
 // The virtual operations of our objects, each called by plain C that knows no more than layout.h:
 // it fetches the table from the object and calls what stands in the slot.
 
-#include "tests/abi/layout.h"
+#include "abi/layout.h"
 
 #ifdef __cplusplus
 extern "C" {

@@ -3,7 +3,7 @@
 #include <cstring>
 #include <string>
 
-#include "tests/abi/layout.h"
+#include "abi/layout.h"
 
 namespace qv::tests {
 

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/abi/layout.h"
+#include "abi/layout.h"
 
 namespace qv::tests {
 

@@ -7,7 +7,7 @@
 #include <stdlib.h>
 #include <string.h>
 
-#include "tests/abi/layout.h"
+#include "abi/layout.h"
 #include "tests/doubles/engine/journal.h"
 
 // What types without a base and with one are described by, in the C++ runtime.

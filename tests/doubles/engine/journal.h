@@ -5,7 +5,7 @@
 #include <stdbool.h>
 #include <wchar.h>
 
-#include "tests/abi/layout.h"
+#include "abi/layout.h"
 
 #ifdef __cplusplus
 extern "C" {

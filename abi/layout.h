@@ -4,7 +4,7 @@
 // in its place and every virtual operation in its slot. The numbers behind each structure are its
 // offsets and its size where pointers have 32 bits and where they have 64; whoever compiles this
 // file, as C or as C++, has them checked. That the classes are laid out like the structures is what
-// the tests of this folder find out.
+// the tests in tests/abi find out.
 
 #include <pthread.h>
 #include <stdbool.h>
