@@ -2,7 +2,9 @@
 
 import pathlib
 import re
+import subprocess
 import sys
+import tempfile
 import unittest
 
 import tool
@@ -30,6 +32,16 @@ class Library(unittest.TestCase):
         initializers = sorted(name for name in re.findall(r"_GLOBAL__sub_I_(\S+)", symbols)
                               if not name.endswith(".cold"))
         self.assertEqual(initializers, (HERE / "static_initializers.txt").read_text().split())
+
+    def test_has_no_code_that_nothing_reaches(self):
+        # Making the name of a temporary file is offered to programs that link the support library.
+        self.assertNotIn(" tempnam@", tool.output("nm", "-D", "--undefined-only", LIBRARY))
+
+    def test_takes_at_most_256_kibibytes(self):
+        with tempfile.TemporaryDirectory() as folder:
+            stripped = pathlib.Path(folder) / "stripped"
+            subprocess.run(["strip", "-o", stripped, LIBRARY], check=True)
+            self.assertLessEqual(stripped.stat().st_size, 256 * 1024)
 
     def test_names_no_path_of_the_machine_that_built_it(self):
         texts = tool.output("strings", "-a", LIBRARY)
