@@ -26,9 +26,7 @@ class HandleNumbers {
 
   /// Takes number away; false when it is not there.
   bool remove(std::int32_t number) noexcept {
-    const auto found = std::lower_bound(
-        places_.begin(), places_.end(), number,
-        [](std::int32_t place, std::int32_t wanted) { return std::abs(place) < wanted; });
+    const auto found = find(number);
     if (number <= 0 || found == places_.end() || *found != number) return false;
     if (found + 1 == places_.end()) {
       places_.pop_back();
@@ -44,6 +42,17 @@ class HandleNumbers {
   }
 
  private:
+  using Place = std::vector<std::int32_t>::iterator;
+
+  /// The place of number, or that of the next one. Looks at the last place first: who came last
+  /// often goes first.
+  Place find(std::int32_t number) noexcept {
+    if (!places_.empty() && places_.back() == number) return places_.end() - 1;
+    return std::lower_bound(
+        places_.begin(), places_.end(), number,
+        [](std::int32_t place, std::int32_t wanted) { return std::abs(place) < wanted; });
+  }
+
   static bool isGone(std::int32_t place) noexcept { return place < 0; }
 
   /// Rising but for the sign, which is that of a number that is gone.
