@@ -33,7 +33,7 @@ FILES = {
     "share/doc/qvsslinit/examples/https_host.cpp",
     "include/qvsslinit-engine/source/client/ITraceEngine.h",
 }
-LINES_OF_BUILDS = "cmake_minimum_required(VERSION 3.25)\nproject(elsewhere LANGUAGES NONE)\n"
+LINES_OF_BUILDS = "cmake_minimum_required(VERSION 3.25)\nproject(elsewhere LANGUAGES C)\n"
 
 
 def block(text, kind):
@@ -142,10 +142,11 @@ class Installation(unittest.TestCase):
         self.assertTrue(engine["found"])
 
     def test_refuses_who_wants_another_major_version(self):
-        self.write("CMakeLists.txt", LINES_OF_BUILDS + "find_package(qvsslinit 2 CONFIG QUIET)\n"
-                   "file(WRITE found ${qvsslinit_FOUND})\n")
+        self.write("CMakeLists.txt", LINES_OF_BUILDS + "foreach(version IN ITEMS 0.9 1.0 2)\n"
+                   "find_package(qvsslinit ${version} CONFIG QUIET)\n"
+                   "file(APPEND found ${qvsslinit_FOUND})\nendforeach()\n")
         self.sh("cmake -S . -B build -G Ninja")
-        self.assertEqual((self.host / "found").read_text(), "0")
+        self.assertEqual((self.host / "found").read_text(), "010")
 
 
 if __name__ == "__main__":

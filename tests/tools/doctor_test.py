@@ -206,6 +206,8 @@ class Healthy(Site):
         for path in self.lib.iterdir():
             path.rename(self.bin / path.name)
         self.assertEqual(self.look(0).json["library"], str(self.bin / "libqvsslinit.so"))
+        (self.bin / "libqvsslinit.so").rename(self.bin / "libqvsslinit.so.1")
+        self.assertEqual(self.look(0).json["library"], str(self.bin / "libqvsslinit.so.1"))
 
     def test_takes_a_relative_path_as_seen_from_the_current_directory(self):
         report = self.report("--no-init", "--library", "../lib/libqvsslinit.so", status=0)
