@@ -37,12 +37,13 @@ TEST(Escape, KeepsEverythingElse) {
   EXPECT_EQ(Escape(""), "");
 }
 
+#if SIZE_MAX == UINT32_MAX
+// With addresses of 64 bits, no address space holds such a text.
 TEST(Escape, OfATextWhoseEscapesCouldTakeMoreThanThereAreAddressesGivesNull) {
-  constexpr std::size_t kLength = SIZE_MAX / 4 + 1;
-  if (kLength > std::uint64_t{1} << 32U) GTEST_SKIP() << "no address space holds such a text";
-  const RepeatedText<char> text(kLength, '\x01');
+  const RepeatedText<char> text(SIZE_MAX / 4 + 1, '\x01');
   EXPECT_EQ(qvini_Escape(text.begin()), nullptr);
 }
+#endif
 
 TEST(Unescape, UndoesWhatEscapeDidToAnyByte) {
   std::string all;
