@@ -79,9 +79,9 @@ void Append(benchmark::State& state) {
 void AddBenchmarks() {
   Add("StatusChain", Chain);
   Add("StatusChain/int", PlainStatus);
-  Add("Vector", Append<kit::Vector<int>>, {1, 1000, 1'000'000});
+  Add("Vector", Append<kit::Vector<int>>, {1, 1000, 10'000, 100'000, 1'000'000});
   Add("Vector/std", Append<Grown<int, DoubleAndOne>>, {1, 1000, 1'000'000});
-  Add("AutoBuffer", Append<Bytes>, {1, 1000, 1'000'000});
+  Add("AutoBuffer", Append<Bytes>, {1, 1000, 10'000, 100'000, 1'000'000});
   Add("AutoBuffer/std", Append<Grown<unsigned char, WithATenthMore>>, {1, 1000, 1'000'000});
 }
 

@@ -24,10 +24,10 @@ using kit::osdep::kWideEncoding;
 
 const std::wstring kPath = L"/usr/local/share/certificates/server.pem";
 
-/// 1 MB as EUC-JP has it.
-std::wstring Japanese() {
+/// So many characters, or a few more.
+std::wstring Japanese(std::size_t length) {
   std::wstring text;
-  while (text.size() < 600'000)
+  while (text.size() < length)
     text += L"証明書 certificate, 秘密鍵 private key: 一度だけ作られます。\n";
   return text;
 }
@@ -81,9 +81,9 @@ void PathByIconv(benchmark::State& state) {
 constexpr char kC[] = "C";
 constexpr char kUtf8[] = "C.UTF-8";
 constexpr char kLegacy[] = "EUC-JP";
+constexpr std::size_t kLegacyMegabyte = 600'000;  // characters, on the average
 
-void Legacy(benchmark::State& state) {
-  const std::wstring text = Japanese();
+void ConvertLegacy(benchmark::State& state, const std::wstring& text) {
   std::string narrow(4 * text.size(), '\0');
   std::wstring back(text.size(), L'\0');
   for (auto _ : state) {
@@ -97,8 +97,16 @@ void Legacy(benchmark::State& state) {
   Require(back == text);
 }
 
+void Legacy(benchmark::State& state) {
+  ConvertLegacy(state, Japanese(kLegacyMegabyte));
+}
+
+void LegacyCharacters(benchmark::State& state) {
+  ConvertLegacy(state, Japanese(static_cast<std::size_t>(state.range(0))));
+}
+
 void LegacyByIconv(benchmark::State& state) {
-  BareIconv(state, Japanese(), kLegacy);
+  BareIconv(state, Japanese(kLegacyMegabyte), kLegacy);
 }
 
 struct Decimal {
@@ -159,6 +167,7 @@ void AddBenchmarks() {
   Add("PathC/iconv", PathByIconv<kC>);
   Add("Legacy", Legacy);
   Add("Legacy/iconv", LegacyByIconv);
+  Add("LegacyCharacters", LegacyCharacters, {1000, 10'000, 100'000, 1'000'000});
   Add("Decimal", kSigned<Decimal>, {8, 16, 32, 64});
   Add("Decimal/to_chars", kSigned<ToChars<10>>, {8, 16, 32, 64});
   Add("Hexadecimal", kUnsigned<Hexadecimal>, {8, 16, 32, 64});

@@ -285,6 +285,26 @@ void ReadMany(benchmark::State& state) {
   }
 }
 
+void GetOfMany(benchmark::State& state) {
+  const long count = state.range(0);
+  const Qvini library(KeysInOneSection(count));
+  std::vector<Place> places;
+  for (long i = 0; i < 10'000; ++i)
+    places.push_back({"Section", "Key " + std::to_string(i * 7919 % count), ""});
+  Require(library.get(places.back()) != nullptr);
+  std::size_t i = 0;
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(library.get(places[i]));
+    if (++i == places.size()) i = 0;
+  }
+}
+
+void WriteMany(benchmark::State& state) {
+  const Qvini library(KeysInOneSection(state.range(0)));
+  for (auto _ : state)
+    benchmark::DoNotOptimize(library.written());
+}
+
 }  // namespace
 
 void AddBenchmarks() {
@@ -308,8 +328,13 @@ void AddBenchmarks() {
   Add("IniMemory", Memory<Qvini>);
   Add("IniMemory/SimpleIni", Memory<SimpleIni>);
   Add("IniMemory/data", MemoryOfData);
-  Add("IniReadKeys", ReadMany<KeysInOneSection>, {1000, 10000, 100000, 1000000});
-  Add("IniReadSections", ReadMany<SectionsOfOneKey>, {1000, 10000, 100000, 1000000});
+  const auto addSizes = [](const char* name, Function function) {
+    Add(name, function, {1000, 10'000, 100'000, 1'000'000});
+  };
+  addSizes("IniReadKeys", ReadMany<KeysInOneSection>);
+  addSizes("IniReadSections", ReadMany<SectionsOfOneKey>);
+  addSizes("IniGetKeys", GetOfMany);
+  addSizes("IniWriteKeys", WriteMany);
 }
 
 }  // namespace qv::bench

@@ -2,12 +2,12 @@
 #include <pthread.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <random>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "bench/Bench.h"
@@ -65,35 +65,64 @@ void FourLocksAndAnObject(benchmark::State& state) {
   }
 }
 
-using Handles = std::vector<QvSslInitHandle*>;
+/// Handles, and how they come and go.
+struct Handle {
+  static void* take() { return TheLibrary().init(); }
+  static void giveBack(void* handle) { TheLibrary().uninit(static_cast<QvSslInitHandle*>(handle)); }
+};
 
-/// Gives back as many handles as the benchmark's size, in the order that arrange makes.
-template <typename Arrange>
-void ReleaseAll(benchmark::State& state, Arrange arrange) {
-  const Library& library = TheLibrary();
-  Handles handles(static_cast<std::size_t>(state.range(0)));
+/// Objects of the same size, as the heap has them.
+struct Object {
+  static void* take() { return ::operator new(sizeof(qvsslinit::SslInitializer)); }
+  static void giveBack(void* object) { ::operator delete(object); }
+};
+
+using Things = std::vector<void*>;
+
+void AsTaken(Things& /*things*/) {}
+void Reverse(Things& things) {
+  std::reverse(things.begin(), things.end());
+}
+void Shuffle(Things& things) {
+  std::shuffle(things.begin(), things.end(), std::mt19937(1));
+}
+
+void TakeAll(benchmark::State& state) {
+  Things things(static_cast<std::size_t>(state.range(0)));
   for (auto _ : state) {
+    std::generate(things.begin(), things.end(), Handle::take);
     state.PauseTiming();
-    std::generate(handles.begin(), handles.end(), library.init);
-    arrange(handles);
+    std::for_each(things.begin(), things.end(), Handle::giveBack);
     state.ResumeTiming();
-    for (QvSslInitHandle* const handle : handles)
-      library.uninit(handle);
   }
 }
 
-void ReleaseOldestFirst(benchmark::State& state) {
-  ReleaseAll(state, [](Handles&) {});
+template <typename Thing, void (*arrange)(Things&)>
+void GiveAllBack(benchmark::State& state) {
+  Things things(static_cast<std::size_t>(state.range(0)));
+  for (auto _ : state) {
+    state.PauseTiming();
+    std::generate(things.begin(), things.end(), Thing::take);
+    arrange(things);
+    state.ResumeTiming();
+    std::for_each(things.begin(), things.end(), Thing::giveBack);
+  }
 }
 
-void ReleaseNewestFirst(benchmark::State& state) {
-  ReleaseAll(state, [](Handles& handles) { std::reverse(handles.begin(), handles.end()); });
+void HandleMemory(benchmark::State& state) {
+  constexpr long kHandles = 1'000'000;
+  const Library& library = TheLibrary();
+  for (auto _ : state) {
+    const long before = ResidentBytes();
+    for (long i = 0; i < kHandles; ++i)
+      library.init();
+    state.counters["bytes"] = static_cast<double>(ResidentBytes() - before) / kHandles;
+  }
 }
 
-void ReleaseShuffled(benchmark::State& state) {
-  ReleaseAll(state, [](Handles& handles) {
-    std::shuffle(handles.begin(), handles.end(), std::mt19937(1));
-  });
+void MemoryOfNumber(benchmark::State& state) {
+  for (auto _ : state)
+    state.counters["bytes"] = sizeof(std::int32_t);
 }
 
 }  // namespace
@@ -101,10 +130,18 @@ void ReleaseShuffled(benchmark::State& state) {
 void AddBenchmarks() {
   Add("Init", InitAndUninit);
   Add("Init/locks", FourLocksAndAnObject);
-  for (const auto& [name, function] : {std::pair{"OldestFirst", ReleaseOldestFirst},
-                                       {"NewestFirst", ReleaseNewestFirst},
-                                       {"Shuffled", ReleaseShuffled}})
-    Add(name, function, {1000, 10000, 100000, 1000000});
+  const auto addSizes = [](const char* name, Function function) {
+    Add(name, function, {1000, 10'000, 100'000, 1'000'000});
+  };
+  addSizes("Take", TakeAll);
+  addSizes("OldestFirst", GiveAllBack<Handle, AsTaken>);
+  addSizes("OldestFirst/delete", GiveAllBack<Object, AsTaken>);
+  addSizes("NewestFirst", GiveAllBack<Handle, Reverse>);
+  addSizes("NewestFirst/delete", GiveAllBack<Object, Reverse>);
+  addSizes("Shuffled", GiveAllBack<Handle, Shuffle>);
+  addSizes("Shuffled/delete", GiveAllBack<Object, Shuffle>);
+  Add("HandleMemory", HandleMemory);
+  Add("HandleMemory/data", MemoryOfNumber);
 }
 
 }  // namespace qv::bench

@@ -23,13 +23,17 @@ class Ratio:
 
 @dataclasses.dataclass(frozen=True)
 class Growth:
-    """The exponent with which the time of all the work grows with its size, over all sizes."""
-    number: int
+    """The exponent with which the time of some work grows with its size n, over all sizes. Each is a line
+    of the section on how cost grows; those with a number and a limit are lines of the table too."""
     work: str
+    order: str           # what the time is of the order of, as is known from how it is done
     program: str
     ours: str            # sizes are appended to it: "ours/1000"
-    sizes: tuple
-    most: float
+    sizes: tuple = (1000, 10_000, 100_000, 1_000_000)
+    number: int = 0
+    most: float = math.inf
+    peer: str = "itself"
+    theirs: str = ""     # what grows beside it, in the same sizes
 
 
 @dataclasses.dataclass(frozen=True)
@@ -42,6 +46,16 @@ class Memory:
     peer: str            # what stands for it in the table, and its name
     theirs: str
     most: float = math.inf
+
+
+@dataclasses.dataclass(frozen=True)
+class File:
+    """What is in the library as a file: its size without symbols, in bytes, its relocations and its
+    initializers, beside those of an empty one."""
+    number: int
+    ours: str            # in the build tree
+    theirs: str
+    most: int
 
 
 ROWS = [
@@ -59,17 +73,18 @@ ROWS = [
     Ratio(6, "an Init and its Uninit while another handle is out", "init", "Init",
           {"four locks of a recursive `pthread_mutex_t`, one `new` and `delete`": "Init/locks"}, 1.5,
           instructions=True),
-    *(Growth(7, f"giving back all of 1,000 to 1,000,000 handles, {order}", "init", ours,
-             (1000, 10_000, 100_000, 1_000_000), 1.1)
-      for order, ours in (("the oldest first", "OldestFirst"), ("the newest first", "NewestFirst"),
-                          ("shuffled", "Shuffled"))),
+    *(Growth(f"giving back n handles, {arranged}", order, "init", ours, number=7, most=1.1,
+             peer="a bare `delete` of as many objects", theirs=f"{ours}/delete")
+      for arranged, order, ours in (("the oldest first", "n log n", "OldestFirst"),
+                                    ("the newest first", "n", "NewestFirst"),
+                                    ("shuffled", "n log n", "Shuffled"))),
     *(Ratio(8, f"a first Init that finds a certificate, {how}", "process", "init",
             {"the same files, functions and calls, by hand": "init/hand"}, 1.05, clock=clock)
-      for how, clock in (("time", "real_time"), ("instructions", "instructions"))),
+      for how, clock in (("time", "cpu_time"), ("instructions", "instructions"))),
     Ratio(9, "a first Init that makes key and certificate, without finding the key", "process", "create",
           {"the same calls by hand": "create/hand"}, 1.05, clock="instructions"),
-    Ratio(10, "`dlopen` and `dlclose` of the library", "process", "load", {"of an empty one": "load/empty"}, 1.5,
-          clock="real_time"),
+    Ratio(10, "`dlopen` and `dlclose` of the library", "process", "load", {"of an empty one": "load/empty"}, 1.5),
+    File(10, "lib/libqvsslinit.so", "lib/libbench_empty.so", 256 * 1024),
     Ratio(11, "`CriticalSection`: enter and leave", "lock", "CriticalSection",
           {"a recursive `pthread_mutex_t`": "CriticalSection/pthread"}, 1.25, instructions=True),
     Ratio(11, "`AtomicInt`: increment", "lock", "AtomicInt",
@@ -80,10 +95,8 @@ ROWS = [
     Ratio(12, "INI: reading the same from a file", "ini", "IniReadFile",
           {"SimpleIni": "IniReadFile/SimpleIni", "inih's `INIReader`": "IniReadFile/inih",
            "Boost.PropertyTree": "IniReadFile/PropertyTree", "iniparser": "IniReadFile/iniparser"}, 0.5),
-    Growth(13, "INI: reading 1,000 to 1,000,000 keys of one section", "ini", "IniReadKeys",
-           (1000, 10000, 100000, 1000000), 1.1),
-    Growth(13, "INI: reading 1,000 to 1,000,000 sections", "ini", "IniReadSections",
-           (1000, 10000, 100000, 1000000), 1.1),
+    Growth("INI: reading n keys of one section", "n", "ini", "IniReadKeys", number=13, most=1.1),
+    Growth("INI: reading n sections of one key", "n", "ini", "IniReadSections", number=13, most=1.1),
     Ratio(14, "INI: one look-up of a random key in the document of row 12", "ini", "IniGet",
           {"SimpleIni": "IniGet/SimpleIni", "inih's `INIReader`": "IniGet/inih",
            "Boost.PropertyTree": "IniGet/PropertyTree", "iniparser": "IniGet/iniparser"}, 0.33,
@@ -121,6 +134,16 @@ ROWS = [
       for base, ours in ((10, "Decimal"), (16, "Hexadecimal"))),
     Ratio(25, "`CurrentSystemTime`", "clock", "TimeStamp", {"`gettimeofday`": "TimeStamp/gettimeofday"}, 1.5,
           instructions=True),
+    Memory(26, "memory of a live handle", "init", "HandleMemory", "its number", "HandleMemory/data"),
+    Memory(26, "memory of a trace tag", "trace", "TagMemory", "its name and number", "TagMemory/data"),
     Memory(26, "memory of an INI entry", "ini", "IniMemory", "its name and value", "IniMemory/data"),
     Memory(26, "the same", "ini", "IniMemory", "SimpleIni", "IniMemory/SimpleIni", 1.5),
+    Growth("taking n handles", "n", "init", "Take"),
+    Growth("INI: one look-up among n keys", "1", "ini", "IniGetKeys"),
+    Growth("INI: writing n keys", "n", "ini", "IniWriteKeys"),
+    Growth("appending n characters to a text", "n", "string", "Characters"),
+    Growth("appending n numbers to a `Vector`", "n", "container", "Vector"),
+    Growth("appending n bytes to an `AutoBuffer`", "n", "container", "AutoBuffer"),
+    Growth("UTF-8 of n bytes to wide and back", "n", "utf8", "MixedBytes"),
+    Growth("EUC-JP of n characters to wide and back", "n", "conversion", "LegacyCharacters"),
 ]

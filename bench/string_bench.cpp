@@ -85,7 +85,7 @@ void EqualByLibrary(benchmark::State& state) {
 }  // namespace
 
 void AddBenchmarks() {
-  Add("Characters", Characters<String, char>, {1, 100, 1'000'000});
+  Add("Characters", Characters<String, char>, {1, 100, 1000, 10'000, 100'000, 1'000'000});
   Add("Characters/std", Characters<std::string, char>, {1, 100, 1'000'000});
   Add("WideCharacters", Characters<WString, wchar_t>, {1, 100, 1'000'000});
   Add("WideCharacters/std", Characters<std::wstring, wchar_t>, {1, 100, 1'000'000});

@@ -4,10 +4,17 @@
 #include <sys/time.h>
 
 #include <cstdarg>
+#include <cstddef>
+#include <cstdint>
 #include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <memory>
 #include <mutex>
 #include <stdexcept>
+#include <string>
+#include <vector>
 
 #include "bench/Bench.h"
 #include "source/client/ModuleLogger.h"
@@ -126,6 +133,45 @@ void PrintAndLookAtClock(benchmark::State& state) {
   }
 }
 
+// The names and numbers of as many tags as a logger can have.
+std::string TagName(int id) {
+  return "Component" + std::to_string(id);
+}
+constexpr int kTags = MyTraceLogger::kTagCount;
+
+void TagMemory(benchmark::State& state) {
+  char directory[] = "/tmp/qvsslinit-bench-XXXXXX";
+  Require(::mkdtemp(directory) != nullptr);
+  const std::string file = std::string(directory) + "/tags.cfg";
+  {
+    std::ofstream tags(file);
+    for (int id = 0; id < kTags; ++id)
+      tags << TagName(id) << " : " << id << " : yes\n";
+  }
+  ::setenv("QV_BENCH_TAGS", directory, 1);
+  constexpr int kLoggers = 100;
+  std::vector<std::unique_ptr<MyTraceLogger>> loggers;
+  for (auto _ : state) {
+    const long before = ResidentBytes();
+    for (int i = 0; i < kLoggers; ++i)
+      loggers.push_back(std::make_unique<MyTraceLogger>("tags"));
+    state.counters["bytes"] = static_cast<double>(ResidentBytes() - before) / kLoggers / kTags;
+  }
+  Require(loggers.back()->XTraceTagIsEnabled(kTags - 1));
+  ::unsetenv("QV_BENCH_TAGS");
+  std::filesystem::remove_all(directory);
+}
+
+void MemoryOfTagData(benchmark::State& state) {
+  std::size_t bytes = 0;
+  for (auto _ : state) {
+    bytes = 0;
+    for (int id = 0; id < kTags; ++id)
+      bytes += TagName(id).size() + sizeof(std::int32_t);
+  }
+  state.counters["bytes"] = static_cast<double>(bytes) / kTags;
+}
+
 }  // namespace
 
 void AddBenchmarks() {
@@ -139,6 +185,8 @@ void AddBenchmarks() {
   AddThreads("RecordsOfTwo", Record, 2);
   AddThreads("PrintingOfOne", PrintAndLookAtClock, 1);
   AddThreads("PrintingOfTwo", PrintAndLookAtClock, 2);
+  Add("TagMemory", TagMemory);
+  Add("TagMemory/data", MemoryOfTagData);
 }
 
 }  // namespace qv::bench

@@ -17,20 +17,22 @@ namespace {
 using Utf8 = std::vector<unsigned char>;
 using Wide = std::vector<wchar_t>;
 
-/// About 1 MB.
-Utf8 Repeated(std::string_view text) {
+constexpr std::size_t kMegabyte = 1'000'000;
+
+/// As often as it takes for so many bytes.
+Utf8 Repeated(std::string_view text, std::size_t size) {
   Utf8 repeated;
-  while (repeated.size() < 1'000'000)
+  while (repeated.size() < size)
     repeated.insert(repeated.end(), text.begin(), text.end());
   return repeated;
 }
 
-Utf8 Ascii() {
-  return Repeated("The certificate store lies in /var/lib/QVSSLInit, and is made once.\n");
+Utf8 Ascii(std::size_t size) {
+  return Repeated("The certificate store lies in /var/lib/QVSSLInit, and is made once.\n", size);
 }
 
-Utf8 Mixed() {
-  return Repeated("Größe, façade, žluťoučký kůň; 証明書は一度だけ作られます。 인증서 😀🔐🎉\n");
+Utf8 Mixed(std::size_t size) {
+  return Repeated("Größe, façade, žluťoučký kůň; 証明書は一度だけ作られます。 인증서 😀🔐🎉\n", size);
 }
 
 // Each kind of conversion writes into room that is large enough, and says how much it wrote.
@@ -138,10 +140,9 @@ struct Copying {
   }
 };
 
-template <typename Conversion, Utf8 (*text)()>
-void ThereAndBack(benchmark::State& state) {
+template <typename Conversion>
+void Convert(benchmark::State& state, const Utf8& utf8) {
   const Conversion conversion;
-  const Utf8 utf8 = text();
   Wide wide(utf8.size());
   Utf8 back(utf8.size());
   for (auto _ : state) {
@@ -150,6 +151,16 @@ void ThereAndBack(benchmark::State& state) {
     benchmark::ClobberMemory();
   }
   Require(back == utf8);
+}
+
+template <typename Conversion, Utf8 (*text)(std::size_t)>
+void ThereAndBack(benchmark::State& state) {
+  Convert<Conversion>(state, text(kMegabyte));
+}
+
+template <typename Conversion, Utf8 (*text)(std::size_t)>
+void AnySizeThereAndBack(benchmark::State& state) {
+  Convert<Conversion>(state, text(static_cast<std::size_t>(state.range(0))));
 }
 
 }  // namespace
@@ -163,6 +174,7 @@ void AddBenchmarks() {
   Add("Mixed/utfcpp", ThereAndBack<Utfcpp, Mixed>);
   Add("Mixed/icu", ThereAndBack<Icu, Mixed>);
   Add("Mixed/iconv", ThereAndBack<Iconv, Mixed>);
+  Add("MixedBytes", AnySizeThereAndBack<Ours, Mixed>, {1000, 10'000, 100'000, 1'000'000});
 }
 
 }  // namespace qv::bench

@@ -51,6 +51,7 @@ class Line:
 
 
 def time_text(nanoseconds):
+    nanoseconds = float(f"{nanoseconds:.3g}")
     for unit, scale in (("s", 1e9), ("ms", 1e6), ("µs", 1e3)):
         if nanoseconds >= scale:
             return f"{nanoseconds / scale:.3g} {unit}"
@@ -102,14 +103,62 @@ def exponent(sizes, times):
     return statistics.linear_regression(list(map(math.log, sizes)), list(map(math.log, times))).slope
 
 
+@dataclasses.dataclass(frozen=True)
+class Curve:
+    """How some work grows: the median times, in nanoseconds, of its sizes, and the exponent."""
+    work: str
+    order: str
+    sizes: tuple
+    times: tuple
+    exponent: Spread
+
+
+def curve(row, name, times):
+    by_size = [times[f"{name}/{size}"]["cpu_time"] for size in row.sizes]
+    return Curve(row.work, row.order, row.sizes, tuple(map(statistics.median, by_size)),
+                 Spread.of([exponent(row.sizes, repetition) for repetition in zip(*by_size)]))
+
+
 def growth_line(row, times):
-    by_size = [times[f"{row.ours}/{size}"]["cpu_time"] for size in row.sizes]
-    spread = Spread.of([exponent(row.sizes, repetition) for repetition in zip(*by_size)])
-    shown = [time_text(statistics.median(values)) for values in by_size]
-    return Line(row.number, row.work, f"{shown[0]} to {shown[-1]}", "itself",
-                f"{row.sizes[0]:,} to {row.sizes[-1]:,}",
+    def shown(grown):
+        return f"{time_text(grown.times[0])} to {time_text(grown.times[-1])}"
+
+    ours = curve(row, row.ours, times)
+    sizes = f"n from {row.sizes[0]:,} to {row.sizes[-1]:,}"
+    peers = ""
+    if row.theirs:
+        theirs = curve(row, row.theirs, times)
+        peers = f"{shown(theirs)}, exponent {theirs.exponent.median:.2f}"
+    spread = ours.exponent
+    return Line(row.number, f"{row.work}: exponent, {sizes}", shown(ours), row.peer, peers,
                 f"{spread.median:.2f} ({spread.low:.2f} to {spread.high:.2f})",
                 f"at most {row.most:g}", spread.median <= row.most)
+
+
+def plot(curves, output):
+    """What gnuplot is told: the curves with both axes as logarithms, as an SVG file."""
+    colours = ("#1b6ca8", "#c0392b", "#1e8449", "#8e44ad", "#b9770e", "#34495e", "#d81b60")
+    blocks, drawn = [], []
+    for number, each in enumerate(curves):
+        blocks += [f"$curve{number} << END", *(f"{size} {time}" for size, time in zip(each.sizes, each.times)),
+                   "END"]
+        title = each.work.replace("`", "")
+        drawn.append(f"$curve{number} with linespoints title '{title}' linewidth 2 "
+                     f"linecolor '{colours[number % len(colours)]}' pointtype {number + 1}")
+    return "\n".join([
+        "set terminal svg size 1100,600 noenhanced background 'white' font 'sans-serif,13'",
+        f"set output '{output}'",
+        "set logscale xy",
+        f"set xrange [{curves[0].sizes[0]}:{curves[0].sizes[-1]}]",
+        "set xlabel 'n'",
+        "set ylabel 'time'",
+        "set ytics ('100 ns' 1e2, '1 µs' 1e3, '10 µs' 1e4, '100 µs' 1e5, '1 ms' 1e6, '10 ms' 1e7, '100 ms' 1e8, "
+        "'1 s' 1e9)",
+        "set xtics ('1,000' 1e3, '10,000' 1e4, '100,000' 1e5, '1,000,000' 1e6)",
+        "set grid",
+        "set key outside right center reverse Left spacing 1.3",
+        *blocks,
+        "plot " + ", \\\n     ".join(drawn)]) + "\n"
 
 
 def read_bytes(text):
@@ -125,14 +174,50 @@ def memory_line(row, ours, theirs):
                 wanted, ratio <= row.most)
 
 
+def relocations(shown):
+    """What readelf -r shows, counted by kind."""
+    counts = collections.Counter(re.findall(r" (R_\w+)", shown))
+    return ", ".join(f"{count} `{kind}`" for kind, count in sorted(counts.items())) or "none"
+
+
+def initializers(symbols):
+    """The sources that something of is run when the library is loaded, of what nm shows."""
+    names = re.findall(r"_GLOBAL__sub_I_(\S+)", symbols)
+    return ", ".join(sorted(f"`{name}`" for name in names if not name.endswith(".cold"))) or "none"
+
+
+def file_lines(row, ours, theirs):
+    """Of two files, each as (bytes, what readelf -r shows, what nm shows)."""
+    peer = "an empty one"
+    return [
+        Line(row.number, "size of the library without symbols", f"{ours[0]:,} bytes", peer, f"{theirs[0]:,} bytes",
+             "", f"at most {row.most:,} bytes", ours[0] <= row.most),
+        Line(row.number, "its relocations", relocations(ours[1]), peer, relocations(theirs[1]), "", "", True),
+        Line(row.number, "its initializers", initializers(ours[2]), peer, initializers(theirs[2]), "", "", True)]
+
+
+def row(*cells):
+    return "| " + " | ".join(map(str, cells)) + " |\n"
+
+
+def body(lines):
+    return "".join(row(line.number, line.work, line.ours, line.peer, line.peers, line.ratio,
+                       line.wanted if line.reached else f"**{line.wanted}**", line.instructions) for line in lines)
+
+
 def table(lines):
-    rows = ["| # | Work | Ours | Against | Theirs | Ratio, and half of all | Wanted | Instructions |",
-            "|---|---|---|---|---|---|---|---|"]
-    for line in lines:
-        wanted = line.wanted if line.reached else f"**{line.wanted}**"
-        rows.append(f"| {line.number} | {line.work} | {line.ours} | {line.peer} | {line.peers} | "
-                    f"{line.ratio} | {wanted} | {line.instructions} |")
-    return "\n".join(rows) + "\n"
+    return (row("#", "Work", "Ours", "Against", "Theirs", "Ratio, and half of all", "Wanted", "Instructions") +
+            "|---" * 8 + "|\n" + body(lines))
+
+
+def growth_body(curves):
+    return "".join(row(each.work, each.order, *(time_text(each.times[index]) for index in (0, -1)),
+                       f"{each.exponent.median:.2f}") for each in curves)
+
+
+def growth_table(curves):
+    return (row("Work", "Of the order of", "n = 1,000", "n = 1,000,000", "Exponent measured") +
+            "|---" * 5 + "|\n" + growth_body(curves))
 
 
 def replace_between(text, begin, end, new):

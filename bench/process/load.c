@@ -1,5 +1,5 @@
-/* Opens the library that it is told, closes it, and prints how many nanoseconds that took. In C:
- * the libraries of C++ are then for the one that is opened to bring along. */
+/* Opens the library that it is told, closes it, and prints how many nanoseconds of the processor
+ * that took. In C: the libraries of C++ are then for the one that is opened to bring along. */
 #define _POSIX_C_SOURCE 200809L /* for the clock */
 
 #include <dlfcn.h>
@@ -8,7 +8,7 @@
 
 static long long nanoseconds(void) {
   struct timespec now;
-  clock_gettime(CLOCK_MONOTONIC, &now);
+  clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
   return now.tv_sec * 1000000000LL + now.tv_nsec;
 }
 

@@ -13,10 +13,10 @@ sys.path[:0] = [f"{ROOT}/scripts", f"{ROOT}/bench"]
 
 import bench_process
 import bench_report
-from rows import Growth, Memory, Ratio
+from rows import File, Growth, Memory, Ratio
 
 RATIO = Ratio(1, "work", "program", "work", {"one": "work/one", "other": "work/other"}, 1.25)
-GROWTH = Growth(2, "work", "program", "work", (10, 1000), 1.1)
+GROWTH = Growth("`work`", "n", "program", "work", (10, 1000), number=2, most=1.1)
 MEMORY = Memory(3, "work", "program", "work", "peer", "work/peer", 1.5)
 
 
@@ -48,8 +48,8 @@ class Times(unittest.TestCase):
             bench_report.read_times(written([("a", [1])], error_occurred=True, error_message="it failed"))
 
     def test_are_shown_with_three_digits(self):
-        self.assertEqual([bench_report.time_text(time) for time in (1.234, 56.78, 1234, 5.678e6, 9e9)],
-                         ["1.23 ns", "56.8 ns", "1.23 µs", "5.68 ms", "9 s"])
+        self.assertEqual([bench_report.time_text(time) for time in (1.234, 56.78, 1234, 999999, 5.678e6, 9e9)],
+                         ["1.23 ns", "56.8 ns", "1.23 µs", "1 ms", "5.68 ms", "9 s"])
 
 
 class RatioLine(unittest.TestCase):
@@ -103,6 +103,63 @@ class GrowthLine(unittest.TestCase):
     def test_is_reached_up_to_the_limit_and_not_beyond(self):
         self.assertTrue(self.growth(1, 158).reached)
         self.assertFalse(self.growth(1, 160).reached)
+
+    def test_may_show_what_grows_beside_it(self):
+        row = Growth("work", "n", "program", "work", (10, 1000), number=2, most=1.1, peer="other", theirs="other")
+        runs = [("work/10", [1] * 2), ("work/1000", [100] * 2), ("other/10", [2] * 2), ("other/1000", [2000] * 2)]
+        line = bench_report.growth_line(row, bench_report.read_times(written(runs)))
+        self.assertEqual((line.ours, line.peer, line.peers),
+                         ("1 ns to 100 ns", "other", "2 ns to 2 µs, exponent 1.50"))
+        self.assertTrue(line.reached)
+
+
+class HowCostGrows(unittest.TestCase):
+    def setUp(self):
+        runs = [("work/10", [1, 2, 3]), ("work/1000", [50, 200, 400])]
+        self.curve = bench_report.curve(GROWTH, "work", bench_report.read_times(written(runs)))
+
+    def test_is_a_line_for_each_work(self):
+        self.assertEqual(bench_report.growth_table([self.curve]).splitlines()[2],
+                         "| `work` | n | 2 ns | 200 ns | 1.00 |")
+
+    def test_is_drawn_through_the_medians(self):
+        self.assertIn("$curve0 << END\n10 2.0\n1000 200.0\nEND\n", bench_report.plot([self.curve], "file"))
+
+    def test_is_drawn_as_a_curve_for_each_work(self):
+        lines = bench_report.plot([self.curve] * 2, "file").splitlines()
+        self.assertIn("set output 'file'", lines)
+        self.assertIn("set logscale xy", lines)
+        self.assertEqual([line.split(" linewidth")[0] for line in lines[-2:]],
+                         [f"{begin}$curve{number} with linespoints title 'work'"
+                          for number, begin in enumerate(("plot ", "     "))])
+
+
+class FileLines(unittest.TestCase):
+    FILE = File(4, "ours", "theirs", 100)
+    RELOCATIONS = """Relocation section '.rela.dyn' at offset 0x1 contains 3 entries:
+    Offset             Info             Type               Symbol's Value  Symbol's Name + Addend
+0000000000003df8  0000000000000008 R_X86_64_RELATIVE                         1100
+0000000000003e00  0000000000000008 R_X86_64_RELATIVE                         10c0
+0000000000003fd8  0000000100000006 R_X86_64_GLOB_DAT      0000000000000000 f + 0
+"""
+    SYMBOLS = "001 t _GLOBAL__sub_I_b.cpp\n002 t _GLOBAL__sub_I_a.cpp.cold\n003 t _GLOBAL__sub_I_a.cpp\n004 T f\n"
+
+    def lines(self, size):
+        return bench_report.file_lines(self.FILE, (size, self.RELOCATIONS, self.SYMBOLS), (20000, "", ""))
+
+    def test_count_the_bytes(self):
+        for size, reached in ((100, True), (101, False)):
+            line = self.lines(size)[0]
+            self.assertEqual((line.ours, line.peers, line.wanted, line.reached),
+                             (f"{size} bytes", "20,000 bytes", "at most 100 bytes", reached))
+
+    def test_count_the_relocations_of_each_kind(self):
+        line = self.lines(1)[1]
+        self.assertEqual((line.ours, line.peers), ("1 `R_X86_64_GLOB_DAT`, 2 `R_X86_64_RELATIVE`", "none"))
+
+    def test_name_the_initializers(self):
+        line = self.lines(1)[2]
+        self.assertEqual((line.ours, line.peers), ("`a.cpp`, `b.cpp`", "none"))
 
 
 class Processes(unittest.TestCase):

@@ -45,6 +45,16 @@ TEST(HandleNumbers, AreNotRemovedWhenTheyWereNeverThere) {
   EXPECT_THAT(numbers.all(), ElementsAre(2, 6, 8));
 }
 
+TEST(HandleNumbers, AreNotRemovedByTheNegativeOfOneThatIsGone) {
+  HandleNumbers numbers;
+  for (std::int32_t number = 1; number <= 6; ++number)
+    numbers.add(number);
+  numbers.remove(5);
+  numbers.remove(6);
+  EXPECT_FALSE(numbers.remove(-5));
+  EXPECT_THAT(numbers.all(), ElementsAre(1, 2, 3, 4));
+}
+
 TEST(HandleNumbers, AreThoseOfAPlainSetWhateverTheOrder) {
   std::mt19937 chance(1);
   HandleNumbers numbers;
