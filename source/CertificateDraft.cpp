@@ -48,12 +48,11 @@ bool IsLink(const String& name) noexcept {
   return LookAt(name.c_str(), entry) && S_ISLNK(entry.st_mode);
 }
 
-/// Whether name does not bear what was made, or not any more: others may have put something of
-/// theirs in its place.
+/// Whether it is known that name does not bear what was made, or not any more: others may have put
+/// something of theirs in its place.
 bool RemoveMade(const char* name, const struct stat& made) noexcept {
   struct stat entry {};
-  if (!LookAt(name, entry)) return errno == ENOENT;
-  return !IsSame(entry, made) || Remove(name);
+  return LookAt(name, entry) && (!IsSame(entry, made) || Remove(name));
 }
 
 /// The same for what is at the end of all links: those are somebody's.

@@ -22,7 +22,6 @@ template <typename EngineT>
 void LoadTraceEngineImpl(const kit::WString& name, unsigned long version,
                          kit::LibraryInterface<EngineT>& engine, kit::StatusChain& status) {
   namespace path = kit::osdep::path;
-  status.reset();
   kit::GetInterfaceFuncNoThrow getInterface(version, status, L"GetInterface");
   if (!path::IsPathAbsolute(name.c_str())) {
     kit::LoadSharedLibrary(path::Join(L"/Library/Frameworks/", name), getInterface, engine);
