@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <limits>
 #include <new>
+#include <type_traits>
 #include <utility>
 
 #include "kit/AddFileAndLineInfo.h"
@@ -53,8 +54,11 @@ class Vector {
   }
 
   ~Vector() {
-    while (end_ != begin_)
-      (--end_)->~T();
+    // Compilers count the elements down even where there is nothing to be done with them.
+    if constexpr (!std::is_trivially_destructible_v<T>) {
+      while (end_ != begin_)
+        (--end_)->~T();
+    }
     DLLFree(begin_);
   }
 
