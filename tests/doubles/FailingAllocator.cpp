@@ -3,6 +3,7 @@
 #include <array>
 #include <cerrno>
 #include <cstdlib>
+#include <functional>
 #include <limits>
 #include <new>
 #include <utility>
@@ -26,9 +27,11 @@ struct State {
 };
 
 State g_state;
+std::function<void()> g_interruption;
 
 bool Refuses(std::size_t size) {
   if (!g_state.watching) return false;
+  if (g_interruption) std::exchange(g_interruption, nullptr)();
   if (g_state.calls == g_state.sizes.size()) std::abort();
   g_state.sizes[g_state.calls++] = size;
   return size >= g_state.sizeToFail ||
@@ -133,11 +136,16 @@ void FailingAllocator::IncludeNew() {
   g_state.includesNew = true;
 }
 
+void FailingAllocator::Interrupt(std::function<void()> action) {
+  g_interruption = std::move(action);
+}
+
 void FailingAllocator::Relent() {
   g_state.firstToFail = g_state.lastToFail = kNever;
   g_state.sizeToFail = g_state.sizeToPretend = kNeverSize;
   g_state.errorToLeave = 0;
   g_state.includesNew = false;
+  g_interruption = nullptr;
 }
 
 std::vector<std::size_t> FailingAllocator::sizes() const {

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <vector>
 
 namespace qv::tests {
@@ -29,6 +30,8 @@ class FailingAllocator {
   void PretendSizesFrom(std::size_t bytes);
   /// Every call leaves this in errno, as a successful call may.
   void SetErrno(int error);
+  /// Calls action in the next call, once, as another thread might come in between there.
+  void Interrupt(std::function<void()> action);
   /// operator new counts and fails as malloc does, in all its forms. Whatever the test itself
   /// builds then counts too.
   void IncludeNew();

@@ -30,5 +30,21 @@ TEST(SingletonMutex, StaysTheSameOnceItIsThere) {
   EXPECT_EQ(&static_cast<const CriticalSection&>(mutex), section);
 }
 
+TEST(SingletonMutex, IsTheOneOfWhoeverMadeItFirst) {
+  SingletonMutex mutex;
+  const CriticalSection* first = nullptr;
+  {
+    qv::tests::FailingAllocator allocator;
+    allocator.IncludeNew();
+    allocator.Interrupt([&] {
+      ASSERT_TRUE(mutex.isThere());
+      first = &static_cast<const CriticalSection&>(mutex);
+    });
+    EXPECT_TRUE(mutex.isThere());
+  }
+  ASSERT_NE(first, nullptr);
+  EXPECT_EQ(&static_cast<const CriticalSection&>(mutex), first);
+}
+
 }  // namespace
 }  // namespace qvsslinit
