@@ -34,6 +34,14 @@ class Exports(unittest.TestCase):
         sonames = {line.split()[0] for library in LIBRARIES for line in exports(library)}
         self.assertIn(f"libqvsslinit.so.{VERSION.split('.')[0]}", sonames)
 
+    def test_are_those_that_the_package_promises(self):
+        head, *lines = (ROOT / "packaging/debian/libqvsslinit1.symbols").read_text().splitlines()
+        soname, package = head.split()[:2]
+        self.assertEqual(package, soname.replace(".so.", ""))
+        self.assertEqual([f"{soname} {line.split('@')[0].strip()}" for line in lines],
+                         [line for line in (ROOT / "abi" / "exports.txt").read_text().splitlines()
+                          if line.startswith(f"{soname} ")])
+
 
 if __name__ == "__main__":
     unittest.main()
