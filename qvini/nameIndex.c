@@ -3,7 +3,11 @@
 #include <stdlib.h>
 #include <string.h>
 
-enum { kFirstSlotCount = 32 };
+enum {
+  kFirstSlotCount = 32,
+  // Of a name that is remembered, in bytes.
+  kRememberedLength = 32,
+};
 
 // Free without an item. The hash value saves most comparisons of names, and computing it anew when
 // the table grows.
@@ -21,6 +25,11 @@ struct qvini_NameIndex {
   size_t slotCount;
   size_t usedSlots;
   size_t knownItems;
+  // The name that was last looked for in vain, with its hash value. Whoever misses a name often
+  // adds it next, and to compute the value twice would be most of what the index takes of that.
+  char missedName[kRememberedLength];
+  size_t missedLength;
+  size_t missedHash;
 };
 
 qvini_NameIndex* qvini_NewNameIndex(const qvini_HashKey* key, int inAnyCase) {
@@ -32,6 +41,7 @@ qvini_NameIndex* qvini_NewNameIndex(const qvini_HashKey* key, int inAnyCase) {
   index->slotCount = 0;
   index->usedSlots = 0;
   index->knownItems = 0;
+  index->missedLength = SIZE_MAX;
   return index;
 }
 
@@ -90,10 +100,23 @@ static size_t HashOf(const qvini_NameIndex* index, qvini_Range name) {
   return (size_t)qvini_HashName(&index->key, name, index->inAnyCase);
 }
 
+static void RememberMissed(qvini_NameIndex* index, qvini_Range name, size_t hash) {
+  if (name.length > kRememberedLength) return;
+  memcpy(index->missedName, name.begin, name.length);
+  index->missedLength = name.length;
+  index->missedHash = hash;
+}
+
+static size_t HashOfNew(const qvini_NameIndex* index, qvini_Range name) {
+  const int wasMissed =
+      name.length == index->missedLength && memcmp(name.begin, index->missedName, name.length) == 0;
+  return wasMissed ? index->missedHash : HashOf(index, name);
+}
+
 static int LearnItem(qvini_NameIndex* index, void* item) {
   if (!MakeRoom(index)) return 0;
   const qvini_Range name = qvini_NameOf(item);
-  const size_t hash = HashOf(index, name);
+  const size_t hash = HashOfNew(index, name);
   Slot* const slot = FindSlot(index, name, hash);
   if (slot->item == NULL) {
     slot->item = item;
@@ -114,6 +137,10 @@ static int LearnItems(qvini_NameIndex* index, void* const* items, size_t count) 
 int qvini_IndexFind(qvini_NameIndex* index, void* const* items, size_t count, qvini_Range name,
                     void** found) {
   if (index->knownItems < count && !LearnItems(index, items, count)) return 0;
-  *found = count == 0 ? NULL : FindSlot(index, name, HashOf(index, name))->item;
+  *found = NULL;
+  if (count == 0) return 1;
+  const size_t hash = HashOf(index, name);
+  *found = FindSlot(index, name, hash)->item;
+  if (*found == NULL) RememberMissed(index, name, hash);
   return 1;
 }

@@ -50,6 +50,31 @@ TEST(NameIndex, AgreesWithASearchFromTheFrontOnNamesWithManyRepetitions) {
   }
 }
 
+TEST(NameIndex, FindsNamesOfAnyLengthThatItMissedBefore) {
+  std::vector<std::string> names;
+  for (std::size_t length = 1; length <= 70; ++length)
+    names.emplace_back(length, 'n');
+  std::vector<Item> items;
+  for (const std::string& name : names)
+    items.push_back({name.c_str()});
+  std::vector<void*> list;
+  for (Item& item : items)
+    list.push_back(&item);
+
+  const Index index = NewIndex(true);
+  void* found = nullptr;
+  for (std::size_t count = 0; count < list.size(); ++count) {
+    const std::string& next = names[count];
+    ASSERT_EQ(qvini_IndexFind(index.get(), list.data(), count, {next.data(), next.size()}, &found),
+              1);
+    EXPECT_EQ(found, nullptr) << next;
+    ASSERT_EQ(
+        qvini_IndexFind(index.get(), list.data(), count + 1, {next.data(), next.size()}, &found),
+        1);
+    EXPECT_EQ(found, list[count]) << next;
+  }
+}
+
 TEST(NameIndex, AllowsNullToBeDisposedOf) {
   qvini_DisposeNameIndex(nullptr);
 }
