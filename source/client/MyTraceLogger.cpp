@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstring>
 #include <new>
+#include <string_view>
 
 #include "kit/NumericCast.h"
 #include "kit/StatusChain.h"
@@ -28,6 +29,11 @@ namespace {
 constexpr int kTagLineSize = 1022 + 1;
 constexpr int kEndOfFile = -1;
 constexpr int kNoTag = -1;
+
+/// What stands between the parts of a record.
+constexpr std::string_view kThread = "t=";
+constexpr std::string_view kSeparator = " | ";
+constexpr std::string_view kError = "ERROR | ";
 
 /// What a trace call leaves as it was: errno, which the caller may be about to look at, and the
 /// thread, which must not be cancelled while the engine is at work.
@@ -65,10 +71,6 @@ bool ReadLine(std::FILE* file, char (&line)[kTagLineSize]) noexcept {
     if (character == '\n') break;
   }
   return true;
-}
-
-const char* OrNull(const char* text) noexcept {
-  return text == nullptr ? "(null)" : text;
 }
 
 }  // namespace
@@ -207,19 +209,19 @@ void MyTraceLogger::sendRecord(const TraceTag* tag, const char* functionName, co
                                std::va_list arguments) noexcept {
   const UndisturbedCaller undisturbed;
   TraceLine line;
-  line.append("t=");
+  line.append(kThread);
   line.appendThreadID();
-  line.append(" | ");
-  if (tag == nullptr) line.append("ERROR | ");
+  line.append(kSeparator);
+  if (tag == nullptr) line.append(kError);
   line.append(moduleName_.c_str());
-  line.append(" | ");
+  line.append(kSeparator);
   if (tag != nullptr && showTagNames_) {
     line.append(tag->name());
-    line.append(" | ");
+    line.append(kSeparator);
   }
-  line.append(OrNull(functionName));
-  line.append(" | ");
-  line.appendFormatted(OrNull(format), arguments);
+  line.append(functionName);
+  line.append(kSeparator);
+  line.appendFormatted(format, arguments);
   try {
     buildAndSendBlock(line.text());
   } catch (...) {
