@@ -256,6 +256,14 @@ TEST(StandardError, KeepsTheNextLineApartFromHalfALine) {
   EXPECT_EQ(directory.read("log"), "abc\nghi\n");
 }
 
+/// Whether the thread waits whose state the system keeps in that file.
+bool IsAsleep(const std::string& file) {
+  std::string text;
+  std::getline(std::ifstream(file), text);
+  const std::size_t name = text.rfind(')');
+  return name != std::string::npos && text.compare(name, 3, ") S") == 0;
+}
+
 TEST(StandardError, IsWaitedForWhereTheHostMadeItNonBlocking) {
   int pipe[2];
   ASSERT_EQ(::pipe2(pipe, O_NONBLOCK), 0);
@@ -273,7 +281,10 @@ TEST(StandardError, IsWaitedForWhereTheHostMadeItNonBlocking) {
     return size > 0;
   };
   std::atomic<bool> isOver{false};
+  const std::string state = "/proc/self/task/" + std::to_string(::gettid()) + "/stat";
   std::thread reader([&] {
+    while (!isOver && !IsAsleep(state))
+      std::this_thread::yield();
     while (!isOver)
       readSome();
   });
