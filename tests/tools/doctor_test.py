@@ -1586,10 +1586,16 @@ class Output(Site):
     def test_help_is_status_0_and_warns_of_what_init_makes(self):
         done = self.call("--help")
         self.assertEqual((done.returncode, done.stderr), (0, ""))
-        for option in ("--library", "--no-init", "--json", "--verbose", "--time-limit", "--help"):
+        for option in ("--library", "--no-init", "--json", "--verbose", "--time-limit", "--help",
+                       "--version"):
             self.assertIn(option, done.stdout)
         self.assertIn("Init makes the store", done.stdout)
         self.assertFalse(self.store.exists())
+
+    def test_version_is_that_of_the_project(self):
+        project = re.search(r"project\(qvsslinit VERSION (\S+)",
+                            (SOURCES / "CMakeLists.txt").read_text()).group(1)
+        self.assertEqual(run(self.doctor, "--version"), f"qvsslinit-doctor {project}\n")
 
     def test_usage_errors_are_status_2_and_examine_nothing(self):
         for arguments in (["--frobnicate"], ["stray"], ["--library"], ["--library", ""],

@@ -3,11 +3,11 @@
 #include <filesystem>
 
 #include "kit/osdep/INIFileManager.h"
-#include "tools/doctor/FileFacts.h"
-#include "tools/doctor/Printable.h"
-#include "tools/doctor/SmallFile.h"
+#include "tools/common/FileFacts.h"
+#include "tools/common/Printable.h"
+#include "tools/common/SmallFile.h"
 
-namespace qv::doctor {
+namespace qv::tools::doctor {
 namespace {
 
 constexpr char kFile[] = "vantis.ini";
@@ -64,4 +64,4 @@ Section ExamineAssertions() {
   return section;
 }
 
-}  // namespace qv::doctor
+}  // namespace qv::tools::doctor

@@ -2,9 +2,9 @@
 
 #include "tools/doctor/Section.h"
 
-namespace qv::doctor {
+namespace qv::tools::doctor {
 
 /// Whether a server that is started in the current directory prints release assertions.
 Section ExamineAssertions();
 
-}  // namespace qv::doctor
+}  // namespace qv::tools::doctor

@@ -13,7 +13,7 @@
 #include "source/utils/LoggingBlock.h"
 #include "tools/doctor/ChildProcess.h"
 
-namespace qv::doctor {
+namespace qv::tools::doctor {
 namespace {
 
 using kit::WString;
@@ -62,23 +62,23 @@ void InstallBuiltInEngine(const std::string& directory) {
   g_isInstalled = true;
 }
 
-}  // namespace qv::doctor
+}  // namespace qv::tools::doctor
 
 // Exported from the program, so that the library's searches come here.
 extern "C" {
 
 [[gnu::visibility("default")]] qv::kit::IRefCounted* GetInterface(unsigned long /*version*/,
                                                                   qv::kit::StatusChain& status) {
-  qv::doctor::Report({{"engine_used", true}});
+  qv::tools::doctor::Report({{"engine_used", true}});
   status.clear();
-  return &qv::doctor::g_engine;
+  return &qv::tools::doctor::g_engine;
 }
 
 [[gnu::visibility("default")]] void* dlopen(const char* file, int mode) noexcept {
   using Dlopen = void* (*)(const char*, int);
   static const auto kSystems = reinterpret_cast<Dlopen>(::dlsym(RTLD_NEXT, "dlopen"));
   const bool isOurs =
-      qv::doctor::g_isInstalled && file != nullptr && qv::doctor::IsEngineFile(file);
+      qv::tools::doctor::g_isInstalled && file != nullptr && qv::tools::doctor::IsEngineFile(file);
   return kSystems(isOurs ? nullptr : file, mode);
 }
 }

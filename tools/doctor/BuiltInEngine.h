@@ -2,7 +2,7 @@
 
 #include <string>
 
-namespace qv::doctor {
+namespace qv::tools::doctor {
 
 /// Makes the trace engine that is part of this program the one that every later search for an
 /// engine finds, wherever it looks: dlopen, which this program answers itself, then gives the
@@ -12,4 +12,4 @@ namespace qv::doctor {
 /// reports each of them to the doctor, with its time. For children only; once in a process.
 void InstallBuiltInEngine(const std::string& directory);
 
-}  // namespace qv::doctor
+}  // namespace qv::tools::doctor

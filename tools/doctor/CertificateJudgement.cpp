@@ -2,10 +2,10 @@
 
 #include <ctime>
 
-#include "tools/doctor/Printable.h"
+#include "tools/common/Printable.h"
 #include "tools/doctor/SystemOpenssl.h"
 
-namespace qv::doctor {
+namespace qv::tools::doctor {
 namespace {
 
 // Who the certificates that Init makes are from.
@@ -143,4 +143,4 @@ bool JudgeCertificate(const SystemOpenssl& openssl, const std::string& pem, cons
   return true;
 }
 
-}  // namespace qv::doctor
+}  // namespace qv::tools::doctor

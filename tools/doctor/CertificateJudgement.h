@@ -4,7 +4,7 @@
 
 #include "tools/doctor/Section.h"
 
-namespace qv::doctor {
+namespace qv::tools::doctor {
 
 class SystemOpenssl;
 
@@ -14,4 +14,4 @@ class SystemOpenssl;
 bool JudgeCertificate(const SystemOpenssl& openssl, const std::string& pem, const std::string& name,
                       Section& section, Fact& facts, std::string& reason);
 
-}  // namespace qv::doctor
+}  // namespace qv::tools::doctor

@@ -15,10 +15,10 @@
 #include <stdexcept>
 
 #include "kit/osdep/RepeatWhileInterrupted.h"
+#include "tools/common/Printable.h"
 #include "tools/doctor/Json.h"
-#include "tools/doctor/Printable.h"
 
-namespace qv::doctor {
+namespace qv::tools::doctor {
 namespace {
 
 using Clock = std::chrono::steady_clock;
@@ -235,4 +235,4 @@ void Report(const Fact& message) {
   }
 }
 
-}  // namespace qv::doctor
+}  // namespace qv::tools::doctor

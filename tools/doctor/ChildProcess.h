@@ -3,9 +3,9 @@
 #include <string>
 #include <vector>
 
-#include "tools/doctor/Fact.h"
+#include "tools/common/Fact.h"
 
-namespace qv::doctor {
+namespace qv::tools::doctor {
 
 /// The key of the message that a child sends when its job is done. Code of others can end a process
 /// in good order long before that.
@@ -59,4 +59,4 @@ inline constexpr char kChildOption[] = "--child";
 /// In the child: sends a message to the doctor. Any thread may call.
 void Report(const Fact& message);
 
-}  // namespace qv::doctor
+}  // namespace qv::tools::doctor

@@ -1,10 +1,10 @@
 #include "tools/doctor/EngineExamination.h"
 
+#include "tools/common/Printable.h"
 #include "tools/doctor/ChildProcess.h"
-#include "tools/doctor/Printable.h"
 #include "tools/doctor/Probes.h"
 
-namespace qv::doctor {
+namespace qv::tools::doctor {
 namespace {
 
 constexpr char kReplace[] =
@@ -66,4 +66,4 @@ EngineExamination::EngineExamination(const std::string& library, int timeLimit) 
   }
 }
 
-}  // namespace qv::doctor
+}  // namespace qv::tools::doctor

@@ -4,7 +4,7 @@
 
 #include "tools/doctor/Section.h"
 
-namespace qv::doctor {
+namespace qv::tools::doctor {
 
 /// The site's trace engine, looked for where the library looks.
 struct EngineExamination {
@@ -16,4 +16,4 @@ struct EngineExamination {
   std::string configDirectory;
 };
 
-}  // namespace qv::doctor
+}  // namespace qv::tools::doctor

@@ -11,11 +11,11 @@
 #include "kit/StatusChain.h"
 #include "kit/StringBase.h"
 #include "source/client/LoadTraceEngine.h"
+#include "tools/common/FileFacts.h"
 #include "tools/doctor/ChildProcess.h"
-#include "tools/doctor/FileFacts.h"
 #include "tools/doctor/Probes.h"
 
-namespace qv::doctor {
+namespace qv::tools::doctor {
 namespace {
 
 using kit::GetInterfaceFuncNoThrow;
@@ -112,4 +112,4 @@ void ProbeEngine(const std::string& library) {
   if (!file.empty()) TryPlace(file.c_str(), file, true);
 }
 
-}  // namespace qv::doctor
+}  // namespace qv::tools::doctor

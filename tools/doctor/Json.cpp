@@ -2,7 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
-namespace qv::doctor {
+namespace qv::tools::doctor {
 namespace {
 
 using nlohmann::ordered_json;
@@ -62,4 +62,4 @@ std::optional<Fact> FromJson(const std::string& text) {
   return facts;
 }
 
-}  // namespace qv::doctor
+}  // namespace qv::tools::doctor

@@ -3,9 +3,9 @@
 #include <optional>
 #include <string>
 
-#include "tools/doctor/Fact.h"
+#include "tools/common/Fact.h"
 
-namespace qv::doctor {
+namespace qv::tools::doctor {
 
 /// In one line, or indented by two characters a level. Bytes that are no UTF-8 become U+FFFD.
 std::string ToJsonLine(const Fact& fact);
@@ -16,4 +16,4 @@ std::string ToJsonPage(const Fact& fact);
 /// others could go down until the stack ends.
 std::optional<Fact> FromJson(const std::string& text);
 
-}  // namespace qv::doctor
+}  // namespace qv::tools::doctor

@@ -2,12 +2,12 @@
 
 #include <filesystem>
 
+#include "tools/common/FileFacts.h"
+#include "tools/common/Printable.h"
 #include "tools/doctor/ChildProcess.h"
-#include "tools/doctor/FileFacts.h"
-#include "tools/doctor/Printable.h"
 #include "tools/doctor/Probes.h"
 
-namespace qv::doctor {
+namespace qv::tools::doctor {
 namespace {
 
 namespace fs = std::filesystem;
@@ -110,4 +110,4 @@ LibraryExamination::LibraryExamination(const std::string& library, int timeLimit
   JudgeLoading(RunChild({kLibraryJob, library}, timeLimit), *this);
 }
 
-}  // namespace qv::doctor
+}  // namespace qv::tools::doctor

@@ -5,7 +5,7 @@
 #include "tools/doctor/Options.h"
 #include "tools/doctor/Section.h"
 
-namespace qv::doctor {
+namespace qv::tools::doctor {
 
 /// The library that options mean: absolute, whether it is there or not.
 std::string FindLibrary(const Options& options);
@@ -21,4 +21,4 @@ struct LibraryExamination {
   std::string directory;
 };
 
-}  // namespace qv::doctor
+}  // namespace qv::tools::doctor

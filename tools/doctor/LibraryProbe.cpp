@@ -5,7 +5,7 @@
 #include "tools/doctor/ChildProcess.h"
 #include "tools/doctor/Probes.h"
 
-namespace qv::doctor {
+namespace qv::tools::doctor {
 namespace {
 
 /// The directory that the library looks for its neighbours in, by its own way of telling.
@@ -30,4 +30,4 @@ void ProbeLibrary(const std::string& library) {
   Report({{"loaded", true}});
 }
 
-}  // namespace qv::doctor
+}  // namespace qv::tools::doctor

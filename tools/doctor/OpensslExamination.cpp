@@ -3,13 +3,13 @@
 #include <map>
 #include <utility>
 
+#include "tools/common/FileFacts.h"
+#include "tools/common/Printable.h"
 #include "tools/doctor/ChildProcess.h"
-#include "tools/doctor/FileFacts.h"
 #include "tools/doctor/OpensslFiles.h"
-#include "tools/doctor/Printable.h"
 #include "tools/doctor/Probes.h"
 
-namespace qv::doctor {
+namespace qv::tools::doctor {
 namespace {
 
 constexpr char kPutThere[] =
@@ -222,4 +222,4 @@ Section ExamineOpenssl(const std::string& directory, int timeLimit) {
   return section;
 }
 
-}  // namespace qv::doctor
+}  // namespace qv::tools::doctor

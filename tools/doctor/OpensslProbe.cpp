@@ -9,7 +9,7 @@
 #include "tools/doctor/OpensslFiles.h"
 #include "tools/doctor/Probes.h"
 
-namespace qv::doctor {
+namespace qv::tools::doctor {
 namespace {
 
 using kit::WString;
@@ -74,4 +74,4 @@ void ProbeOpenssl(const std::string& directory) {
   ReportRelease(ssl, kSslFile);
 }
 
-}  // namespace qv::doctor
+}  // namespace qv::tools::doctor

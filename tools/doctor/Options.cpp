@@ -2,10 +2,7 @@
 
 #include <getopt.h>
 
-#include <cstdio>
-#include <cstdlib>
-
-namespace qv::doctor {
+namespace qv::tools::doctor {
 namespace {
 
 constexpr char kHelp[] =
@@ -31,11 +28,12 @@ trace. Each finding that needs a hand says what to do.
   --json                  the same findings for machines
   --time-limit SECONDS    how long each run of foreign code may take (default 60)
   --help                  this text
+  --version               the version of this program
 
 Exit status: 0 healthy, 1 something is wrong, 2 the command line is.
 )";
 
-enum : int { kLibrary = 1, kNoInit, kVerbose, kJson, kTimeLimit, kHelpOption };
+enum : int { kLibrary = 1, kNoInit, kVerbose, kJson, kTimeLimit, kHelpOption, kVersionOption };
 
 constexpr option kLongOptions[] = {{"library", required_argument, nullptr, kLibrary},
                                    {"no-init", no_argument, nullptr, kNoInit},
@@ -43,21 +41,11 @@ constexpr option kLongOptions[] = {{"library", required_argument, nullptr, kLibr
                                    {"json", no_argument, nullptr, kJson},
                                    {"time-limit", required_argument, nullptr, kTimeLimit},
                                    {"help", no_argument, nullptr, kHelpOption},
+                                   {"version", no_argument, nullptr, kVersionOption},
                                    {nullptr, 0, nullptr, 0}};
 
 Request Refuse(const char* reason, const char* word) {
-  if (reason != nullptr) std::fprintf(stderr, "qvsslinit-doctor: %s '%s'\n", reason, word);
-  std::fputs("Try 'qvsslinit-doctor --help'.\n", stderr);
-  return Request::Refuse;
-}
-
-/// Whole seconds from 1 to an hour.
-bool ReadSeconds(const char* text, int& seconds) {
-  char* end = nullptr;
-  const long value = std::strtol(text, &end, 10);
-  if (end == text || *end != '\0' || value < 1 || value > 3600) return false;
-  seconds = static_cast<int>(value);
-  return true;
+  return RefuseCommandLine(kProgram, reason, word);
 }
 
 }  // namespace
@@ -80,22 +68,24 @@ Request ReadOptions(int argc, char** argv, Options& options) {
         options.json = true;
         break;
       case kTimeLimit:
-        if (!ReadSeconds(optarg, options.timeLimit)) {
+        if (!ReadNumber(optarg, 1, 3600, options.timeLimit)) {
           return Refuse("no number of seconds from 1 to 3600:", optarg);
         }
         break;
       case kHelpOption:
         return Request::ShowHelp;
+      case kVersionOption:
+        return Request::ShowVersion;
       default:
         return Refuse(nullptr, nullptr);  // getopt_long has said why
     }
   }
   if (optind < argc) return Refuse("unexpected argument", argv[optind]);
-  return Request::Examine;
+  return Request::Work;
 }
 
 std::string HelpText() {
   return kHelp;
 }
 
-}  // namespace qv::doctor
+}  // namespace qv::tools::doctor

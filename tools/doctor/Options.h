@@ -2,7 +2,11 @@
 
 #include <string>
 
-namespace qv::doctor {
+#include "tools/common/CommandLine.h"
+
+namespace qv::tools::doctor {
+
+inline constexpr char kProgram[] = "qvsslinit-doctor";
 
 /// What the command line asks for.
 struct Options {
@@ -16,12 +20,10 @@ struct Options {
   int timeLimit = 60;
 };
 
-enum class Request { Examine, ShowHelp, Refuse };
-
 /// Reads the command line into options. A line that makes no sense is explained on standard error
 /// and refused.
 Request ReadOptions(int argc, char** argv, Options& options);
 
 std::string HelpText();
 
-}  // namespace qv::doctor
+}  // namespace qv::tools::doctor

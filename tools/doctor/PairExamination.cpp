@@ -1,12 +1,12 @@
 #include "tools/doctor/PairExamination.h"
 
+#include "tools/common/Printable.h"
+#include "tools/common/SmallFile.h"
 #include "tools/doctor/CertificateJudgement.h"
-#include "tools/doctor/Printable.h"
-#include "tools/doctor/SmallFile.h"
 #include "tools/doctor/StoreAccess.h"
 #include "tools/doctor/SystemOpenssl.h"
 
-namespace qv::doctor {
+namespace qv::tools::doctor {
 namespace {
 
 constexpr char kDefaultName[] = "server_0";
@@ -179,4 +179,4 @@ void PairExamination::judgeMatch(Fact& facts) {
   }
 }
 
-}  // namespace qv::doctor
+}  // namespace qv::tools::doctor

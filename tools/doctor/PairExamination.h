@@ -2,10 +2,10 @@
 
 #include <string>
 
-#include "tools/doctor/FileFacts.h"
+#include "tools/common/FileFacts.h"
 #include "tools/doctor/Section.h"
 
-namespace qv::doctor {
+namespace qv::tools::doctor {
 
 /// A key and a certificate that bear the same name, of which either may be missing.
 class PairExamination {
@@ -40,4 +40,4 @@ class PairExamination {
   std::string certificateText_;
 };
 
-}  // namespace qv::doctor
+}  // namespace qv::tools::doctor

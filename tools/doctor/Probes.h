@@ -2,7 +2,7 @@
 
 #include <string>
 
-namespace qv::doctor {
+namespace qv::tools::doctor {
 
 // The jobs of children: each looks at code of others by running it, and reports what it finds as it
 // goes, so that what was known before a crash is known after it.
@@ -30,4 +30,4 @@ void ProbeTags(const std::string& directory);
 /// names directory as the one of the tag file.
 void RunTrial(const std::string& library, const std::string& directory);
 
-}  // namespace qv::doctor
+}  // namespace qv::tools::doctor

@@ -2,10 +2,10 @@
 
 #include <algorithm>
 
+#include "tools/common/Printable.h"
 #include "tools/doctor/Json.h"
-#include "tools/doctor/Printable.h"
 
-namespace qv::doctor {
+namespace qv::tools::doctor {
 namespace {
 
 /// How a level is told to machines and, in one width, to people.
@@ -101,4 +101,4 @@ std::string RenderJson(const Diagnosis& diagnosis) {
   return ToJsonPage(whole) + "\n";
 }
 
-}  // namespace qv::doctor
+}  // namespace qv::tools::doctor

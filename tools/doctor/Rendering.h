@@ -5,7 +5,7 @@
 
 #include "tools/doctor/Section.h"
 
-namespace qv::doctor {
+namespace qv::tools::doctor {
 
 /// Everything that was found about one library.
 struct Diagnosis {
@@ -22,4 +22,4 @@ std::string RenderPage(const Diagnosis& diagnosis, bool isVerbose);
 /// The same findings for machines, with the facts behind them.
 std::string RenderJson(const Diagnosis& diagnosis);
 
-}  // namespace qv::doctor
+}  // namespace qv::tools::doctor

@@ -5,9 +5,9 @@
 #include <utility>
 #include <vector>
 
-#include "tools/doctor/Fact.h"
+#include "tools/common/Fact.h"
 
-namespace qv::doctor {
+namespace qv::tools::doctor {
 
 /// How a finding bears on the installation: as it should be, worth knowing, or to be mended.
 enum class Level : std::uint8_t { Ok, Note, Wrong };
@@ -51,4 +51,4 @@ struct Section {
   }
 };
 
-}  // namespace qv::doctor
+}  // namespace qv::tools::doctor

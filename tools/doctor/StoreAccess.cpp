@@ -3,9 +3,9 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include "tools/doctor/Printable.h"
+#include "tools/common/Printable.h"
 
-namespace qv::doctor {
+namespace qv::tools::doctor {
 namespace {
 
 /// Whether those whom the bit is for may pass through every directory above file.
@@ -50,4 +50,4 @@ void JudgeWriters(const FileFacts& file, const std::string& name, uid_t storeOwn
   }
 }
 
-}  // namespace qv::doctor
+}  // namespace qv::tools::doctor

@@ -2,10 +2,10 @@
 
 #include <string>
 
-#include "tools/doctor/FileFacts.h"
+#include "tools/common/FileFacts.h"
 #include "tools/doctor/Section.h"
 
-namespace qv::doctor {
+namespace qv::tools::doctor {
 
 /// Whether others than owner and group may read the file: it, and every directory above.
 bool IsReadableByOthers(const FileFacts& file);
@@ -19,4 +19,4 @@ bool MayCreateIn(const std::string& directory);
 void JudgeWriters(const FileFacts& file, const std::string& name, uid_t storeOwner,
                   Section& section);
 
-}  // namespace qv::doctor
+}  // namespace qv::tools::doctor

@@ -3,19 +3,33 @@
 #include <filesystem>
 #include <set>
 
-#include "tools/doctor/FileFacts.h"
+#include "tools/common/FileFacts.h"
+#include "tools/common/Printable.h"
+#include "tools/common/SmallFile.h"
+#include "tools/common/StoreLocation.h"
 #include "tools/doctor/PairExamination.h"
-#include "tools/doctor/Printable.h"
-#include "tools/doctor/SmallFile.h"
 #include "tools/doctor/StoreAccess.h"
-#include "tools/doctor/StoreLocation.h"
 
-namespace qv::doctor {
+namespace qv::tools::doctor {
 namespace {
 
 namespace fs = std::filesystem;
 
 constexpr char kPairs[] = "server_certs";
+
+/// The directory of the store, with a word on how the environment had a say in it.
+std::string LocateStore(Section& section) {
+  const StoreLocation location;
+  section.facts["path"] = location.path;
+  section.facts["QVPUBAPPDATADIR"] = location.isVariableSet ? Fact(location.variable) : Fact();
+  if (!location.complaint.empty()) {
+    section.wrong(location.complaint, location.advice);
+  } else {
+    section.ok("It is " + Quoted(location.path) +
+               (location.isVariableSet ? ", by QVPUBAPPDATADIR" : "; QVPUBAPPDATADIR is not set"));
+  }
+  return location.path;
+}
 
 /// The names in a directory, in order; false, and a finding, when it cannot be read.
 bool List(const std::string& directory, Section& section, std::set<std::string>& names) {
@@ -157,4 +171,4 @@ Section ExamineStore() {
   return section;
 }
 
-}  // namespace qv::doctor
+}  // namespace qv::tools::doctor

@@ -4,9 +4,9 @@
 
 #include "tools/doctor/Section.h"
 
-namespace qv::doctor {
+namespace qv::tools::doctor {
 
 /// The certificate store where the library has it, and every file in it.
 Section ExamineStore();
 
-}  // namespace qv::doctor
+}  // namespace qv::tools::doctor

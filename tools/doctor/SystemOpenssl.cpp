@@ -2,7 +2,7 @@
 
 #include <dlfcn.h>
 
-namespace qv::doctor {
+namespace qv::tools::doctor {
 namespace {
 
 #define QV_TEXT(text) #text
@@ -59,4 +59,4 @@ SystemOpenssl::Owner<EVP_PKEY> SystemOpenssl::readKey(const std::string& pem) co
   return {PEM_read_bio_PrivateKey(bio.get(), nullptr, NoPassPhrase, nullptr), EVP_PKEY_free};
 }
 
-}  // namespace qv::doctor
+}  // namespace qv::tools::doctor

@@ -10,7 +10,7 @@
 #include <memory>
 #include <string>
 
-namespace qv::doctor {
+namespace qv::tools::doctor {
 
 /// The system's OpenSSL, as judge over keys and certificates. It is opened when it is first needed
 /// and not linked: the doctor's children inherit nothing of it that could make up for what the
@@ -41,4 +41,4 @@ class SystemOpenssl {
   bool open();
 };
 
-}  // namespace qv::doctor
+}  // namespace qv::tools::doctor

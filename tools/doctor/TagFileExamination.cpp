@@ -8,14 +8,14 @@
 #include "kit/StringBase.h"
 #include "kit/osdep/path.h"
 #include "source/TraceTagIds.h"
+#include "tools/common/FileFacts.h"
+#include "tools/common/Printable.h"
+#include "tools/common/SmallFile.h"
 #include "tools/doctor/ChildProcess.h"
-#include "tools/doctor/FileFacts.h"
-#include "tools/doctor/Printable.h"
 #include "tools/doctor/Probes.h"
-#include "tools/doctor/SmallFile.h"
 #include "tools/doctor/TagLines.h"
 
-namespace qv::doctor {
+namespace qv::tools::doctor {
 namespace {
 
 struct Tag {
@@ -136,4 +136,4 @@ Section ExamineTagFile(const std::string& directory, int timeLimit) {
   return section;
 }
 
-}  // namespace qv::doctor
+}  // namespace qv::tools::doctor

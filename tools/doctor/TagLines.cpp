@@ -7,9 +7,9 @@
 #include <sstream>
 
 #include "source/client/TagLine.h"
-#include "tools/doctor/Printable.h"
+#include "tools/common/Printable.h"
 
-namespace qv::doctor {
+namespace qv::tools::doctor {
 namespace {
 
 using traceengine::TagLine;
@@ -162,4 +162,4 @@ void JudgeTagLines(const std::string& text, bool mayQuote, Section& section) {
   judge.finish();
 }
 
-}  // namespace qv::doctor
+}  // namespace qv::tools::doctor

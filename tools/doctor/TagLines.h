@@ -4,7 +4,7 @@
 
 #include "tools/doctor/Section.h"
 
-namespace qv::doctor {
+namespace qv::tools::doctor {
 
 /// Judges the lines of a tag file one by one: adds a finding for each that a human would take for
 /// something else than the library does, and to the facts the number of each line that defines
@@ -12,4 +12,4 @@ namespace qv::doctor {
 /// shown, and nothing at all unless mayQuote: the name may lead to a file of another kind.
 void JudgeTagLines(const std::string& text, bool mayQuote, Section& section);
 
-}  // namespace qv::doctor
+}  // namespace qv::tools::doctor

@@ -4,7 +4,7 @@
 #include "tools/doctor/BuiltInEngine.h"
 #include "tools/doctor/Probes.h"
 
-namespace qv::doctor {
+namespace qv::tools::doctor {
 
 void ProbeTags(const std::string& directory) {
   InstallBuiltInEngine(directory);
@@ -13,4 +13,4 @@ void ProbeTags(const std::string& directory) {
   std::fflush(stdout);
 }
 
-}  // namespace qv::doctor
+}  // namespace qv::tools::doctor

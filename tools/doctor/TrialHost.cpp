@@ -7,7 +7,7 @@
 #include "tools/doctor/ChildProcess.h"
 #include "tools/doctor/Probes.h"
 
-namespace qv::doctor {
+namespace qv::tools::doctor {
 namespace {
 
 template <typename Function>
@@ -40,4 +40,4 @@ void RunTrial(const std::string& library, const std::string& directory) {
   Phase("its end");
 }
 
-}  // namespace qv::doctor
+}  // namespace qv::tools::doctor

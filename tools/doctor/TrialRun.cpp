@@ -10,13 +10,13 @@
 #include <set>
 
 #include "source/TraceTagIds.h"
+#include "tools/common/FileFacts.h"
+#include "tools/common/Printable.h"
 #include "tools/doctor/ChildProcess.h"
-#include "tools/doctor/FileFacts.h"
-#include "tools/doctor/Printable.h"
 #include "tools/doctor/Probes.h"
 #include "tools/doctor/StoreExamination.h"
 
-namespace qv::doctor {
+namespace qv::tools::doctor {
 namespace {
 
 namespace fs = std::filesystem;
@@ -206,4 +206,4 @@ Section TryLibrary(const std::string& library, const Section& store, int timeLim
   return section;
 }
 
-}  // namespace qv::doctor
+}  // namespace qv::tools::doctor

@@ -22,7 +22,8 @@
 
 namespace {
 
-using namespace qv::doctor;
+using namespace qv::tools;
+using namespace qv::tools::doctor;
 
 enum ExitStatus : int { kHealthy = 0, kSomethingWrong = 1, kUsage = 2 };
 
@@ -86,10 +87,7 @@ int Child(const std::vector<std::string>& job) {
 }
 
 int Print(const std::string& text, bool isHealthy) {
-  std::fwrite(text.data(), 1, text.size(), stdout);
-  if (std::fflush(stdout) == 0) return isHealthy ? kHealthy : kSomethingWrong;
-  std::perror("qvsslinit-doctor");
-  return kSomethingWrong;
+  return PrintText(kProgram, text) && isHealthy ? kHealthy : kSomethingWrong;
 }
 
 int Run(int argc, char** argv) {
@@ -97,6 +95,7 @@ int Run(int argc, char** argv) {
   const Request request = ReadOptions(argc, argv, options);
   if (request == Request::Refuse) return kUsage;
   if (request == Request::ShowHelp) return Print(HelpText(), true);
+  if (request == Request::ShowVersion) return Print("qvsslinit-doctor " QV_VERSION "\n", true);
   const Diagnosis diagnosis = Examine(options);
   return Print(options.json ? RenderJson(diagnosis) : RenderPage(diagnosis, options.verbose),
                diagnosis.isHealthy());
@@ -115,7 +114,7 @@ int main(int argc, char** argv) {
   try {
     return Run(argc, argv);
   } catch (const std::exception& exception) {
-    std::fprintf(stderr, "qvsslinit-doctor: %s\n", exception.what());
+    std::fprintf(stderr, "%s: %s\n", kProgram, exception.what());
   }
   return kSomethingWrong;
 }

@@ -2,9 +2,9 @@
 
 #include <string>
 
-#include "tools/doctor/FileFacts.h"
+#include "tools/common/FileFacts.h"
 
-namespace qv::doctor {
+namespace qv::tools {
 
 /// What stands in a file that is meant for people.
 struct SmallFile {
@@ -23,4 +23,4 @@ struct SmallFile {
 inline constexpr char kLetItRead[] =
     "Run this as the user that the server runs as; if it was that one, let it read the file.";
 
-}  // namespace qv::doctor
+}  // namespace qv::tools

@@ -9,18 +9,18 @@
 #include <variant>
 #include <vector>
 
-namespace qv::doctor {
+namespace qv::tools {
 
 /// What is told to machines: nothing, a truth value, a whole number, a text, a list, or named facts
 /// in the order in which they were added. Json.h has them as text; only there is a whole JSON
-/// library compiled, which takes longer than the rest of the doctor.
+/// library compiled, which takes longer than the rest of a tool.
 class Fact {
  public:
   using List = std::vector<Fact>;
   using Names = std::vector<std::pair<std::string, Fact>>;
   using Value = std::variant<std::nullptr_t, bool, std::int64_t, std::string, List, Names>;
 
-  // Defined elsewhere, all of them: every source of the doctor would compile them anew.
+  // Defined elsewhere, all of them: every source of the tools would compile them anew.
   Fact() noexcept;
   Fact(const Fact& other);
   Fact(Fact&& other) noexcept;
@@ -65,4 +65,4 @@ class Fact {
   Value value_;
 };
 
-}  // namespace qv::doctor
+}  // namespace qv::tools

@@ -1,11 +1,11 @@
-#include "tools/doctor/Printable.h"
+#include "tools/common/Printable.h"
 
 #include <sstream>
 
 #include "kit/Utf8ToWide.h"
 #include "kit/exception/Exception.h"
 
-namespace qv::doctor {
+namespace qv::tools {
 namespace {
 
 bool IsUtf8(const std::string& text) {
@@ -67,4 +67,4 @@ std::string Quoted(const std::string& text) {
   return "'" + Printable(text) + "'";
 }
 
-}  // namespace qv::doctor
+}  // namespace qv::tools

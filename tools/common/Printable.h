@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-namespace qv::doctor {
+namespace qv::tools {
 
 /// text as it can stand on a terminal and in JSON: control characters, characters that break lines
 /// or turn the direction of writing, and all bytes above ASCII when the text is not UTF-8, become
@@ -16,4 +16,4 @@ std::vector<std::string> PrintableLines(const std::string& text);
 /// Printable text in quotes, for names that come from the file system.
 std::string Quoted(const std::string& text);
 
-}  // namespace qv::doctor
+}  // namespace qv::tools

@@ -5,9 +5,9 @@
 #include <cerrno>
 #include <string>
 
-#include "tools/doctor/Fact.h"
+#include "tools/common/Fact.h"
 
-namespace qv::doctor {
+namespace qv::tools {
 
 /// What the file system says of a name.
 struct FileFacts {
@@ -65,4 +65,4 @@ std::string Directory(const std::string& path);
 /// The part of path after its last slash.
 std::string Name(const std::string& path);
 
-}  // namespace qv::doctor
+}  // namespace qv::tools

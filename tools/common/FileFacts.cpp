@@ -1,4 +1,4 @@
-#include "tools/doctor/FileFacts.h"
+#include "tools/common/FileFacts.h"
 
 #include <grp.h>
 #include <pwd.h>
@@ -11,7 +11,7 @@
 #include <cstring>
 #include <memory>
 
-namespace qv::doctor {
+namespace qv::tools {
 namespace {
 
 std::string OwnerName(uid_t uid) {
@@ -105,4 +105,4 @@ std::string Name(const std::string& path) {
   return path.substr(path.rfind('/') + 1);
 }
 
-}  // namespace qv::doctor
+}  // namespace qv::tools

@@ -1,8 +1,8 @@
-#include "tools/doctor/Fact.h"
+#include "tools/common/Fact.h"
 
 #include <algorithm>
 
-namespace qv::doctor {
+namespace qv::tools {
 namespace {
 
 template <typename Wanted>
@@ -70,4 +70,4 @@ void Fact::add(Fact item) {
   std::get<List>(value_).push_back(std::move(item));
 }
 
-}  // namespace qv::doctor
+}  // namespace qv::tools
