@@ -21,23 +21,23 @@ bool TryToLock(int descriptor) noexcept {
   return RepeatWhileInterrupted([=] { return ::flock(descriptor, LOCK_EX | LOCK_NB); }) == 0;
 }
 
-/// Not a call that waits by itself: only a signal, and those are the host's, would put an end to
-/// it.
-bool Lock(int descriptor, milliseconds patience) noexcept {
+}  // namespace
+
+// Not a call that waits by itself: only a signal, and those are the host's, would put an end to it.
+StoreLock::State StoreLock::Lock(int descriptor, milliseconds patience) noexcept {
   for (milliseconds waited{0}; !TryToLock(descriptor); waited += kPause) {
-    if (errno != EWOULDBLOCK || waited >= patience) return false;
+    if (errno != EWOULDBLOCK) return State::NotToBeHad;
+    if (waited >= patience) return State::HeldByAnother;
     std::this_thread::sleep_for(kPause);
   }
-  return true;
+  return State::Held;
 }
-
-}  // namespace
 
 StoreLock::StoreLock(const qv::kit::String& directory, milliseconds patience) noexcept
     : owner_(::getpid()),
       descriptor_(RepeatWhileInterrupted(
           [&] { return ::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); })),
-      isHeld_(descriptor_ != -1 && Lock(descriptor_, patience)) {}
+      state_(descriptor_ == -1 ? State::NotToBeHad : Lock(descriptor_, patience)) {}
 
 StoreLock::~StoreLock() {
   if (descriptor_ == -1) return;

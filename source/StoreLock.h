@@ -31,12 +31,18 @@ class StoreLock {
   /// Gives the lock back, but not in a child that was forked meanwhile: it is its parent's.
   ~StoreLock();
 
-  bool isHeld() const noexcept { return isHeld_; }
+  bool isHeld() const noexcept { return state_ == State::Held; }
+
+  /// Whether another process held it to the end of patience.
+  bool isHeldByAnother() const noexcept { return state_ == State::HeldByAnother; }
 
  private:
+  enum class State { Held, HeldByAnother, NotToBeHad };
+  static State Lock(int descriptor, std::chrono::milliseconds patience) noexcept;
+
   pid_t owner_;  // known before the lock is waited for: a signal handler may fork meanwhile
   int descriptor_;
-  bool isHeld_;
+  State state_;
 };
 
 }  // namespace qvsslinit

@@ -49,6 +49,13 @@ TEST_F(StoreLockTest, IsWaitedForAsLongAsPatienceLasts) {
   EXPECT_GE(std::chrono::steady_clock::now() - start, 50ms);
 }
 
+TEST_F(StoreLockTest, TellsWhetherItIsAnotherThatHoldsIt) {
+  const StoreLock lock(directory_);
+  EXPECT_FALSE(lock.isHeldByAnother());
+  EXPECT_TRUE(StoreLock(directory_, 0ms).isHeldByAnother());
+  EXPECT_FALSE(StoreLock(String("/nonexistent"), 0ms).isHeldByAnother());
+}
+
 TEST_F(StoreLockTest, IsLeftByAProcessThatIsKilled) {
   EXPECT_THROW(qv::tests::InChild([this] {
                  const StoreLock lock(directory_);
