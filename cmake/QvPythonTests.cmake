@@ -1,8 +1,11 @@
 find_package(Python3 REQUIRED COMPONENTS Interpreter)
 
-# qv_add_python_tests(LABEL script argument...)
-# Registers every test method of a unittest script as a ctest test of its own.
+# qv_add_python_tests(LABEL script [TOGETHER] argument...)
+# Registers every test method of a unittest script as a ctest test of its own; TOGETHER registers every
+# class instead, for scripts of many tests that take less time than an interpreter takes to start.
 function(qv_add_python_tests label script)
+  cmake_parse_arguments(PARSE_ARGV 2 arg "TOGETHER" "" "")
+  set(arguments ${arg_UNPARSED_ARGUMENTS})
   set(file "${CMAKE_CURRENT_SOURCE_DIR}/${script}")
   set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${file}")
   file(STRINGS "${file}" lines REGEX "^class |^    def test_")
@@ -10,10 +13,15 @@ function(qv_add_python_tests label script)
   foreach(line IN LISTS lines)
     if(line MATCHES "^class ([A-Za-z0-9]+)")
       set(class "${CMAKE_MATCH_1}")
+      set(test "${class}")
     elseif(line MATCHES "def (test_[a-z0-9_]+)")
-      set(name "${label}.${class}.${CMAKE_MATCH_1}")
-      add_test(NAME "${name}" COMMAND Python3::Interpreter "${file}" ${ARGN}
-        "${class}.${CMAKE_MATCH_1}")
+      if(NOT arg_TOGETHER)
+        set(test "${class}.${CMAKE_MATCH_1}")
+      elseif(TEST "${label}.${class}")
+        continue()
+      endif()
+      set(name "${label}.${test}")
+      add_test(NAME "${name}" COMMAND Python3::Interpreter "${file}" ${arguments} "${test}")
       set_tests_properties("${name}" PROPERTIES LABELS "${label}")
       math(EXPR count "${count} + 1")
     endif()

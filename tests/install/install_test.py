@@ -23,11 +23,13 @@ README = (SOURCES / "README.md").read_text()
 TRACING = (SOURCES / "docs" / "tracing.md").read_text()
 
 FILES = {
-    "bin/qvsslinit-doctor", "include/qvsslinit.h", "lib/libeay32.dylib", "lib/libqv_traceengine.dylib",
+    "bin/qvsslinit-cert", "bin/qvsslinit-doctor", "include/qvsslinit.h", "lib/libeay32.dylib",
+    "lib/libqv_traceengine.dylib",
     "lib/libqvsslinit.so", "lib/libqvsslinit.so.1", f"lib/libqvsslinit.so.{VERSION}",
     "lib/libssleay32.dylib", "lib/pkgconfig/qvsslinit.pc", "lib/qvsslinit/libqvini.a",
     "lib/qvsslinit/libqvkit.a", "share/man/man3/QVSSLINIT_Init.3", "share/man/man3/QVSSLINIT_Uninit.3",
-    "share/man/man5/qvsslinit.cfg.5", "share/man/man8/qvsslinit-doctor.8",
+    "share/man/man5/qvsslinit.cfg.5", "share/man/man8/qvsslinit-cert.8",
+    "share/man/man8/qvsslinit-doctor.8",
     "share/doc/qvsslinit/README.md", "share/doc/qvsslinit/docs/hosting.md",
     "share/doc/qvsslinit/LICENSE", "share/doc/qvsslinit/examples/minimal_host.c",
     "share/doc/qvsslinit/examples/https_host.cpp",

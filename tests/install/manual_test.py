@@ -18,8 +18,8 @@ def complaints(page):
 
 class Manual(unittest.TestCase):
     def test_has_the_pages_that_people_look_for(self):
-        self.assertLessEqual({"QVSSLINIT_Init.3", "QVSSLINIT_Uninit.3", "qvsslinit-doctor.8",
-                              "qvsslinit.cfg.5"}, {page.name for page in PAGES})
+        self.assertLessEqual({"QVSSLINIT_Init.3", "QVSSLINIT_Uninit.3", "qvsslinit-cert.8",
+                              "qvsslinit-doctor.8", "qvsslinit.cfg.5"}, {page.name for page in PAGES})
 
     def test_is_well_formed(self):
         for page in PAGES:

@@ -8,8 +8,12 @@
 
 namespace qv::tools {
 
-Request RefuseCommandLine(const char* program, const char* reason, const char* word) {
-  if (reason != nullptr) std::fprintf(stderr, "%s: %s %s\n", program, reason, Quoted(word).c_str());
+Request RefuseCommandLine(const char* program, const std::string& reason, const std::string& word) {
+  std::fprintf(stderr, "%s: %s %s\n", program, reason.c_str(), Quoted(word).c_str());
+  return RefuseCommandLine(program);
+}
+
+Request RefuseCommandLine(const char* program) {
   std::fprintf(stderr, "Try '%s --help'.\n", program);
   return Request::Refuse;
 }

@@ -7,9 +7,12 @@ namespace qv::tools {
 /// What a command line comes to: the program's own work, a text to be shown instead, or nothing.
 enum class Request { Work, ShowHelp, ShowVersion, Refuse };
 
-/// Explains on standard error why program takes no command line with this word, which reason may be
-/// null when that was said already, and where help is to be had. Returns Refuse.
-Request RefuseCommandLine(const char* program, const char* reason, const char* word);
+/// Explains on standard error why program takes no command line with this word, and where help is
+/// to be had. Returns Refuse.
+Request RefuseCommandLine(const char* program, const std::string& reason, const std::string& word);
+
+/// The same where the reason was told already.
+Request RefuseCommandLine(const char* program);
 
 /// Reads a whole number from least to most, in decimal digits and nothing else; false when text is
 /// none, and number stays as it is.

@@ -64,7 +64,9 @@ class Certificate {
 };
 
 void JudgeValidity(const Certificate& certificate, const std::string& name, Section& section) {
-  static constexpr char kReplace[] = "Put a certificate that is valid now, and its key, in place.";
+  static constexpr char kReplace[] =
+      "Put a certificate that is valid now, and its key, in place; for server_0, qvsslinit-cert "
+      "--replace does it.";
   const std::time_t now = std::time(nullptr);
   if (certificate.notBefore() == kUnknown || certificate.notAfter() == kUnknown) {
     section.wrong(name + " does not tell in a readable way from when to when it is valid",
@@ -109,8 +111,8 @@ void JudgePolicy(const SystemOpenssl& openssl, const Certificate& certificate,
   if (certificate.subject().find(kDefaultCertificate) != std::string::npos) {
     section.note(text,
                  "It is the certificate that Init makes so that a server can start; servers "
-                 "and clients have to lower their security level to use it. Put a "
-                 "certificate of your own, and its key, in place.");
+                 "and clients have to lower their security level to use it. Replace it: "
+                 "qvsslinit-cert --replace.");
   } else {
     section.wrong(text, "Get a certificate with a longer key and a SHA-2 signature.");
   }

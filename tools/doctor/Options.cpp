@@ -77,7 +77,7 @@ Request ReadOptions(int argc, char** argv, Options& options) {
       case kVersionOption:
         return Request::ShowVersion;
       default:
-        return Refuse(nullptr, nullptr);  // getopt_long has said why
+        return RefuseCommandLine(kProgram);  // getopt_long has said why
     }
   }
   if (optind < argc) return Refuse("unexpected argument", argv[optind]);

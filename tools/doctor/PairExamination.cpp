@@ -49,9 +49,10 @@ std::string PairExamination::Short(const FileFacts& file) {
 }
 
 std::string PairExamination::replaceAdvice() const {
-  return isDefault_ ? "Remove both files: the first Init of the next process makes a new pair. Or "
-                      "put a pair of your own in their place."
-                    : "Put the file back from where it came.";
+  return isDefault_
+             ? "qvsslinit-cert --replace makes a new pair, with --import it takes one of your own. "
+               "Or remove both files: the first Init of the next process makes a pair."
+             : "Put the file back from where it came.";
 }
 
 void PairExamination::judgeMissing() {

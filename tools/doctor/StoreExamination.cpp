@@ -87,6 +87,9 @@ void AddOther(const std::string& path, Section& section, Fact& files) {
   files.add(facts);
 }
 
+// Where qvsslinit-cert has both pairs while it replaces one by the other.
+constexpr char kReplacing[] = "server_0.replacing";
+
 /// Init is to make something in directory.
 void JudgeMaking(const std::string& directory, Section& section) {
   if (MayCreateIn(directory)) return;
@@ -103,6 +106,11 @@ void ExaminePairs(const std::string& directory, Section& section, Fact& files) {
   for (const std::string& name : names) {
     if (EndsWith(name, ".key") || EndsWith(name, ".cer")) {
       stems.insert(name.substr(0, name.size() - 4));
+    } else if (name == kReplacing) {
+      section.note(
+          Quoted(InDirectory(directory, name)) +
+              " was left by a qvsslinit-cert that was interrupted, or is its work just now",
+          "Run qvsslinit-cert again: it clears up.");
     } else {
       AddOther(InDirectory(directory, name), section, files);
     }

@@ -1,0 +1,186 @@
+#include "tools/cert/Replacement.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <exception>
+#include <filesystem>
+#include <system_error>
+
+#include "kit/osdep/RepeatWhileInterrupted.h"
+#include "tools/cert/Failure.h"
+#include "tools/cert/WaitingFile.h"
+#include "tools/cert/Warning.h"
+#include "tools/cert/WorkingDirectory.h"
+#include "tools/common/FileFacts.h"
+#include "tools/common/Printable.h"
+
+namespace qv::tools::cert {
+namespace {
+
+using kit::osdep::RepeatWhileInterrupted;
+
+constexpr char kWorkshop[] = "server_0.replacing";
+constexpr char kOld[] = "old";
+constexpr char kNew[] = "new";
+constexpr char kPair[] = "pair";
+constexpr mode_t kKeyMode = 0600;
+constexpr mode_t kCertificateMode = 0644;
+
+std::string InWorkshop(const std::string& name) {
+  return std::string(kWorkshop) + "/" + name;
+}
+
+std::string InWorkshop(const char* directory, const char* name) {
+  return InWorkshop(std::string(directory) + "/" + name);
+}
+
+/// What one of the two files holds while it is a link.
+std::string ThroughPair(const char* name) {
+  return InWorkshop(kPair, name);
+}
+
+void Write(const std::string& name, const std::string& text, mode_t mode) {
+  WaitingFile file(name, text, mode);
+  file.keep();
+}
+
+void Move(const std::string& from, const std::string& to) {
+  if (RepeatWhileInterrupted([&] { return ::rename(from.c_str(), to.c_str()); }) != 0)
+    throw SystemFailure("Cannot move " + Quoted(from) + " to " + Quoted(to), errno);
+}
+
+/// Has name be a link to target, whatever it was before.
+void Link(const std::string& target, const std::string& name) {
+  const std::string fresh = InWorkshop("link");
+  if (RepeatWhileInterrupted([&] { return ::symlink(target.c_str(), fresh.c_str()); }) != 0)
+    throw SystemFailure("Cannot make the link " + Quoted(fresh), errno);
+  Move(fresh, name);
+}
+
+void FlushOrFail(const std::string& directory) {
+  if (!FlushDirectory(directory))
+    throw SystemFailure("Cannot have " + Quoted(directory) + " written to the disk", errno);
+}
+
+/// Whether there is a file by both names, be it behind a link of the site's.
+bool IsPairThere() {
+  return FileFacts(kKey).isRegular() && FileFacts(kCertificate).isRegular();
+}
+
+void RemoveWorkshop() {
+  std::error_code error;
+  std::filesystem::remove_all(kWorkshop, error);
+  if (error) throw Failure("Cannot remove " + Quoted(kWorkshop) + ": " + error.message());
+}
+
+/// The directory with the new pair in it, which nothing leads to yet.
+void MakeWorkshop(const std::string& key, const std::string& certificate) {
+  RemoveWorkshop();
+  MakeOwnDirectory(kWorkshop);
+  for (const char* name : {kOld, kNew})
+    MakeOwnDirectory(InWorkshop(name));
+  Write(InWorkshop(kNew, kKey), key, kKeyMode);
+  Write(InWorkshop(kNew, kCertificate), certificate, kCertificateMode);
+  FlushOrFail(InWorkshop(kNew));
+}
+
+/// Gives an old file a second name; a link of the site's becomes one that leads there from
+/// anywhere. What is in it is read by nobody. False, with errno set, where that cannot be.
+bool KeepOld(const char* name) {
+  const FileFacts facts(name);
+  const std::string kept = InWorkshop(kOld, name);
+  return RepeatWhileInterrupted([&] {
+           return facts.isLink ? ::symlink(facts.realPath.c_str(), kept.c_str())
+                               : ::link(name, kept.c_str());
+         }) == 0;
+}
+
+/// Has both files be links to what is in them, and "pair" the one thing that tells old from new.
+void PutBehindLinks() {
+  FlushOrFail(InWorkshop(kOld));
+  Link(kOld, InWorkshop(kPair));
+  FlushOrFail(kWorkshop);
+  FlushOrFail(".");
+  for (const char* name : {kKey, kCertificate})
+    Link(ThroughPair(name), name);
+  FlushOrFail(".");
+}
+
+void PutOneAfterTheOther() {
+  FlushOrFail(kWorkshop);
+  for (const char* name : {kKey, kCertificate}) {
+    Move(InWorkshop(kNew, name), name);
+    FlushOrFail(".");
+  }
+}
+
+/// The new pair takes the place of the old, step by step.
+void Exchange() {
+  if (!IsPairThere()) return PutOneAfterTheOther();
+  if (!KeepOld(kKey) || !KeepOld(kCertificate)) {
+    const int error = errno;
+    Warn(std::string("the old pair can be given no second name (") + std::strerror(error) +
+         "): key and certificate are replaced one after the other");
+    return PutOneAfterTheOther();
+  }
+  PutBehindLinks();
+  Link(kNew, InWorkshop(kPair));
+}
+
+/// Has a link into the workshop be the file that it leads to; whether it was one.
+bool MakeFileOf(const char* name) {
+  const FileFacts facts(name);
+  if (!facts.isLink || facts.linkTarget != ThroughPair(name)) return false;
+  Move(ThroughPair(name), name);
+  return true;
+}
+
+/// Whether there were links.
+bool MakeFiles() {
+  // What was turned last must be on the disk before either file is what it leads to.
+  FlushOrFail(kWorkshop);
+  const bool hadKeyLink = MakeFileOf(kKey);
+  const bool hadCertificateLink = MakeFileOf(kCertificate);
+  FlushOrFail(".");
+  RemoveWorkshop();
+  return hadKeyLink || hadCertificateLink;
+}
+
+/// After a failure, which is what is told: another one on the way back is left to the next run.
+void GoBack() noexcept {
+  try {
+    if (FileFacts(kWorkshop).isMissing()) return;
+    MakeFiles();
+  } catch (const std::exception& exception) {
+    Warn(exception.what());
+  }
+}
+
+}  // namespace
+
+void PutPairInPlace(const std::string& key, const std::string& certificate) {
+  try {
+    MakeWorkshop(key, certificate);
+    Exchange();
+  } catch (const Failure&) {
+    GoBack();
+    throw;
+  }
+  try {
+    MakeFiles();
+  } catch (const Failure& failure) {
+    throw Failure(std::string("The new pair is in its place, but perhaps behind links; run this "
+                              "again: ") +
+                  failure.what());
+  }
+}
+
+void FinishReplacement() {
+  if (FileFacts(kWorkshop).isMissing()) return;
+  if (MakeFiles()) Warn("an earlier run was interrupted; what it left is cleared up");
+}
+
+}  // namespace qv::tools::cert

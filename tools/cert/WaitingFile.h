@@ -1,0 +1,37 @@
+#pragma once
+
+#include <sys/stat.h>
+
+#include <string>
+
+namespace qv::tools::cert {
+
+/// A new file below the current directory, whole and on the disk, that is to be moved to its place
+/// there. It belongs to the owner of the directory where root makes it: to a server that is not
+/// root it would be of no use otherwise.
+class WaitingFile {
+ public:
+  /// Makes the file, whose name must be free, with these permissions and this text. Throws Failure,
+  /// and leaves no file.
+  WaitingFile(std::string name, const std::string& text, mode_t permissions);
+  WaitingFile(const WaitingFile&) = delete;
+  WaitingFile& operator=(const WaitingFile&) = delete;
+  /// Removes the file unless it was moved, or is to stay.
+  ~WaitingFile();
+
+  /// Gives the file another name, which another file may have had; false, with errno set, when that
+  /// fails.
+  bool moveTo(const std::string& place);
+
+  /// The file is to stay where it is.
+  void keep() { isToBeRemoved_ = false; }
+
+ private:
+  explicit WaitingFile(std::string name);
+  void write(int descriptor, const std::string& text, mode_t permissions);
+
+  std::string name_;
+  bool isToBeRemoved_ = false;
+};
+
+}  // namespace qv::tools::cert

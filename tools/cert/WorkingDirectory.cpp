@@ -1,0 +1,88 @@
+#include "tools/cert/WorkingDirectory.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+#include "kit/osdep/RepeatWhileInterrupted.h"
+#include "tools/cert/Failure.h"
+#include "tools/common/Printable.h"
+
+namespace qv::tools::cert {
+namespace {
+
+using kit::osdep::RepeatWhileInterrupted;
+
+int Open(const std::string& name, int flags = 0) {
+  return RepeatWhileInterrupted(
+      [&] { return ::open(name.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC | flags); });
+}
+
+/// A descriptor, and an end to it that errno survives.
+class Descriptor {
+ public:
+  explicit Descriptor(int number) : number_(number) {}
+  Descriptor(const Descriptor&) = delete;
+  Descriptor& operator=(const Descriptor&) = delete;
+  ~Descriptor() {
+    const int error = errno;
+    if (number_ != -1) ::close(number_);
+    errno = error;
+  }
+  int number() const { return number_; }
+  bool isOpen() const { return number_ != -1; }
+
+ private:
+  int number_;
+};
+
+bool IsLink(const std::string& name) {
+  struct stat entry {};
+  return ::lstat(name.c_str(), &entry) == 0 && S_ISLNK(entry.st_mode);
+}
+
+}  // namespace
+
+void EnterDirectory(const std::string& path) {
+  if (::chdir(path.c_str()) != 0) throw SystemFailure("Cannot enter " + Quoted(path), errno);
+}
+
+void EnterOwnDirectory(const std::string& name) {
+  const Descriptor directory(Open(name, O_NOFOLLOW));
+  if (!directory.isOpen() || ::fchdir(directory.number()) != 0) {
+    const int error = errno;
+    if (IsLink(name)) throw Failure(Quoted(name) + " is a symbolic link, which is not followed");
+    throw SystemFailure("Cannot enter " + Quoted(name), error);
+  }
+}
+
+void MakeOwnDirectory(const std::string& name) {
+  if (RepeatWhileInterrupted([&] { return ::mkdir(name.c_str(), S_IRWXU); }) != 0) {
+    if (errno == EEXIST) return;
+    throw SystemFailure("Cannot make the directory " + Quoted(name), errno);
+  }
+  const Descriptor directory(Open(name, O_NOFOLLOW));
+  if (!directory.isOpen() || !GiveToOwner(directory.number()) || !FlushDirectory())
+    throw SystemFailure("Cannot make the directory " + Quoted(name) + " what it should be", errno);
+}
+
+bool Flush(int descriptor) {
+  return RepeatWhileInterrupted([=] { return ::fsync(descriptor); }) == 0 || errno == EINVAL ||
+         errno == ENOTSUP;
+}
+
+bool FlushDirectory(const std::string& name) {
+  const Descriptor directory(Open(name));
+  return directory.isOpen() && Flush(directory.number());
+}
+
+bool GiveToOwner(int descriptor) {
+  struct stat directory {};
+  if (::geteuid() != 0) return true;
+  return ::stat(".", &directory) == 0 &&
+         ::fchown(descriptor, directory.st_uid, directory.st_gid) == 0;
+}
+
+}  // namespace qv::tools::cert
