@@ -93,9 +93,10 @@ def ratio_line(row, times, instructions=""):
     spreads = [compare(row, *each) for each in zip(ours, theirs)]
     reached = all(each.median >= row.most if row.inverted else each.median <= row.most for each in spreads)
     unit = " ns more" if row.difference else ""
+    wanted = f"{'at least' if row.inverted else 'at most'} {row.most:g}{unit}" if row.most else ""
     return Line(row.number, row.work, medians(ours), peer, medians(theirs),
                 "; ".join(f"{each.median:.2f} ({each.low:.2f} to {each.high:.2f})" for each in spreads),
-                f"{'at least' if row.inverted else 'at most'} {row.most:g}{unit}", reached, instructions)
+                wanted, reached, instructions)
 
 
 def exponent(sizes, times):

@@ -70,6 +70,12 @@ class RatioLine(unittest.TestCase):
             times = bench_report.read_times(written([("work", [ours] * 2), ("one", [99] * 2)]))
             self.assertEqual(bench_report.ratio_line(row, times).reached, reached)
 
+    def test_may_tell_what_a_peer_takes_and_want_nothing(self):
+        row = Ratio(1, "work", "program", "work", {"one": "one"}, 0, inverted=True)
+        times = bench_report.read_times(written([("work", [10] * 2), ("one", [1] * 2)]))
+        line = bench_report.ratio_line(row, times)
+        self.assertEqual((line.reached, line.wanted), (True, ""))
+
     def test_may_be_nanoseconds_more(self):
         row = Ratio(1, "work", "program", "work", {"one": "one"}, 5, difference=True)
         for ours, reached in ((15, True), (15.5, False)):
