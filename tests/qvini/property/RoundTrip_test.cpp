@@ -20,7 +20,7 @@ using qv::tests::Told;
 
 namespace {
 
-constexpr std::uint32_t kDocuments = 24;
+constexpr std::uint32_t kDocuments = 10;
 
 /// Puts the same items into both; half of the documents hold nothing that files treat specially.
 void PutItems(RandomText& random, const Document& document, IniReference& reference) {
@@ -76,16 +76,16 @@ TEST_P(RoundTrip, WhatWasPutAndWrittenReadsBackEqualButForTheNamedLosses) {
     check_.writeAndRead(document, reference);
   });
   // The check is worth what it has seen.
-  EXPECT_GT(check_.lossless(), 50);
-  EXPECT_GT(check_.unwritable(), 20);
+  EXPECT_GT(check_.lossless(), 20);
+  EXPECT_GT(check_.unwritable(), 8);
 }
 
 TEST_P(RoundTrip, AnyTextIsReadAsTheRulesSayAndSoIsWhatIsWrittenOfIt) {
   forAllSettings([this](RandomText& random, IniReference& reference) {
     check_.read(random.file(random.below(30)), reference);
   });
-  EXPECT_GT(check_.lossless(), 20);
-  EXPECT_GT(check_.refused(), 10);
+  EXPECT_GT(check_.lossless(), 8);
+  EXPECT_GT(check_.refused(), 4);
 }
 
 INSTANTIATE_TEST_SUITE_P(ReadFlags, RoundTrip, testing::Range(0U, 16U));
