@@ -59,11 +59,4 @@ WaitingFile::~WaitingFile() {
   if (isToBeRemoved_) ::unlink(name_.c_str());
 }
 
-bool WaitingFile::moveTo(const std::string& place) {
-  if (RepeatWhileInterrupted([&] { return ::rename(name_.c_str(), place.c_str()); }) != 0)
-    return false;
-  isToBeRemoved_ = false;
-  return true;
-}
-
 }  // namespace qv::tools::cert

@@ -16,12 +16,8 @@ class WaitingFile {
   WaitingFile(std::string name, const std::string& text, mode_t permissions);
   WaitingFile(const WaitingFile&) = delete;
   WaitingFile& operator=(const WaitingFile&) = delete;
-  /// Removes the file unless it was moved, or is to stay.
+  /// Removes the file unless it is to stay.
   ~WaitingFile();
-
-  /// Gives the file another name, which another file may have had; false, with errno set, when that
-  /// fails.
-  bool moveTo(const std::string& place);
 
   /// The file is to stay where it is.
   void keep() { isToBeRemoved_ = false; }

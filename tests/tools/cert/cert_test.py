@@ -180,8 +180,8 @@ class CertNewPair(Site):
                                        "IP Address:2001:DB8:0:0:0:0:0:7, IP Address:192.0.2.7")
         self.assertIn("\nnames: www.example.org, *.Example.org, my_host, 2001:db8::7, 192.0.2.7\n",
                       page)
-        self.make("--replace", "--address", "192.0.2.7")
-        self.assertEqual(self.names(), "IP Address:192.0.2.7")
+        self.make("--replace", "--address", "192.0.2.7", "--address", "192.0.2.8")
+        self.assertEqual(self.names(), "IP Address:192.0.2.7, IP Address:192.0.2.8")
         self.assertIn("CN=192.0.2.7", self.subject())
 
     def test_leaves_a_long_host_name_out_of_the_common_name_and_cuts_none(self):
