@@ -17,6 +17,7 @@ namespace {
 using qvsslinit::StoreLock;
 
 constexpr char kPairs[] = "server_certs";
+
 /// Keeps the usual requests to end from cutting the process off between two steps.
 class SignalsHeld {
  public:
