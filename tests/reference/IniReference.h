@@ -1,10 +1,12 @@
 #pragma once
 
+#include <algorithm>
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace qv::tests {
@@ -154,11 +156,7 @@ class IniReference {
   }
 
   /// Text without the white space around it.
-  static std::string Trimmed(const std::string& text) {
-    const std::size_t first = text.find_first_not_of(kWhiteSpace);
-    if (first == std::string::npos) return "";
-    return text.substr(first, text.find_last_not_of(kWhiteSpace) + 1 - first);
-  }
+  static std::string Trimmed(const std::string& text) { return std::string(TrimmedView(text)); }
 
   /// The lines of a text; the last one needs no line end.
   static std::vector<std::string> Lines(const std::string& text) {
@@ -178,6 +176,12 @@ class IniReference {
  private:
   static constexpr const char* kWhiteSpace = " \t\n\v\f\r";
 
+  static std::string_view TrimmedView(std::string_view text) {
+    const std::size_t first = text.find_first_not_of(kWhiteSpace);
+    if (first == std::string_view::npos) return "";
+    return text.substr(first, text.find_last_not_of(kWhiteSpace) + 1 - first);
+  }
+
   static bool Has(const std::string& text, const std::string& any) {
     return text.find_first_of(any) != std::string::npos;
   }
@@ -189,15 +193,18 @@ class IniReference {
            text.compare(0, 2, "\xFE\xFF") == 0;
   }
 
-  static std::string LowerCase(std::string text) {
-    for (char& character : text)
-      if (character >= 'A' && character <= 'Z') character = static_cast<char>(character + 32);
-    return text;
+  static char LowerCase(char character) {
+    return character >= 'A' && character <= 'Z' ? static_cast<char>(character + 32) : character;
   }
 
+  static bool SameButForCase(char one, char other) { return LowerCase(one) == LowerCase(other); }
+
+  /// Makes no strings: a document of thousands of keys compares millions of names.
   bool same(const std::string& one, const std::string& other) const {
     if (caseSensitive != 0) return one == other;
-    return LowerCase(Trimmed(one)) == LowerCase(Trimmed(other));
+    const std::string_view left = TrimmedView(one);
+    const std::string_view right = TrimmedView(other);
+    return std::equal(left.begin(), left.end(), right.begin(), right.end(), SameButForCase);
   }
 
   template <class Item>
