@@ -32,9 +32,11 @@ FILES = {
     "share/man/man8/qvsslinit-doctor.8",
     "share/doc/qvsslinit/README.md", "share/doc/qvsslinit/docs/hosting.md",
     "share/doc/qvsslinit/LICENSE", "share/doc/qvsslinit/examples/minimal_host.c",
-    "share/doc/qvsslinit/examples/https_host.cpp",
+    "share/doc/qvsslinit/examples/https_host.cpp", "share/doc/qvsslinit/examples/host.py",
     "include/qvsslinit-engine/source/client/ITraceEngine.h",
 }
+# What the tests of servers try, in tests/integration.
+SERVERS = ["sh python", "text python"]
 LINES_OF_BUILDS = "cmake_minimum_required(VERSION 3.25)\nproject(elsewhere LANGUAGES C)\n"
 
 
@@ -45,10 +47,10 @@ def block(text, kind):
 
 
 class Document(unittest.TestCase):
-    def test_holds_the_blocks_that_are_tried_here_and_no_others(self):
+    def test_holds_the_blocks_that_are_tried_and_no_others(self):
         self.assertEqual(re.findall(r"^```(.*)$", HOSTING, re.M)[::2],
-                         ["sh install", "sh pkg-config", "cmake host", "sh load", "cmake subproject",
-                          "cmake engine"])
+                         ["sh install", "sh pkg-config", "cmake host", "sh load", *SERVERS,
+                          "cmake subproject", "cmake engine"])
 
 
 class Installation(unittest.TestCase):

@@ -1,0 +1,113 @@
+"""The host in Python, as docs/hosting.md starts it.
+
+usage: python_host_test.py BUILD_DIRECTORY [TestCase.test]
+"""
+
+import pathlib
+import re
+import shlex
+import shutil
+import signal
+import socket
+import subprocess
+import sys
+import unittest
+
+sys.dont_write_bytecode = True
+from server_site import SOURCES, Site, block
+
+Site.build = pathlib.Path(sys.argv.pop(1)).resolve()
+
+
+class PythonHost(Site):
+    def command(self, port="0", **paths):
+        python, program, _, library = shlex.split(self.here(block("sh python")))
+        return [python, SOURCES / "examples" / program, port, paths.get("library", library)]
+
+    def start(self):
+        """A host that serves, and its address."""
+        host = self.launch(*self.command(), stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+        line = host.stdout.readline()
+        match = re.fullmatch(r"listening on https://127\.0\.0\.1:(\d+)/\n", line)
+        if match is None:
+            self.fail(f"the host said {line!r} and {host.communicate(timeout=60)[1]!r}")
+        return host, ("127.0.0.1", int(match.group(1)))
+
+    def stop(self, host, by=signal.SIGTERM):
+        """What the host has said on standard error when it ends."""
+        host.send_signal(by)
+        _, errors = host.communicate(timeout=60)
+        self.assertEqual(host.returncode, 0, errors)
+        return errors
+
+    def test_serves_a_page_with_the_pair_that_init_made(self):
+        host, address = self.start()
+        self.assertEqual(self.fetch(address, self.client()),
+                         (200, b"Served over HTTPS with the default certificate.\n"))
+        self.assertRegex(self.stop(host), r'\A127\.0\.0\.1 .* "GET / HTTP/1\.0" 200 -\n\Z')
+
+    def test_keeps_the_pair_at_the_next_start(self):
+        host, _ = self.start()
+        first = self.pair()
+        self.stop(host)
+        host, address = self.start()
+        self.assertEqual(self.pair(), first)
+        self.assertEqual(self.fetch(address, self.client())[0], 200)
+
+    def test_gives_its_handle_back_on_either_signal(self):
+        for by in (signal.SIGTERM, signal.SIGINT):
+            host, address = self.start()
+            self.fetch(address, self.client())
+            self.stop(host, by)
+            given, gone, returned = [line.split(" | ")[-1] for line in self.records()]
+            self.assertEqual(given, "returning status=ok, handle=1, refCount_=1\n")
+            self.assertEqual(gone, "refCount_ became zero, so unloading SSL libraries\n")
+            self.assertEqual(returned, "returning status=ok, handle=1, refCount_=0\n")
+            self.trace.unlink()
+
+    def refuses(self, address):
+        try:
+            socket.create_connection(address, timeout=60).close()
+        except ConnectionRefusedError:
+            return True
+        return False
+
+    def test_answers_who_is_connected_when_it_ends_and_waits_for_nobody_who_is_silent(self):
+        host, address = self.start()
+        with socket.create_connection(address, timeout=60) as silent, \
+             socket.create_connection(address, timeout=60) as late:
+            self.assertEqual(self.fetch(address, self.client())[0], 200)
+            host.send_signal(signal.SIGTERM)
+            self.wait_for(lambda: self.refuses(address), "stopped listening", host)
+            self.assertEqual(self.ask(late, self.client())[0], 200)
+            self.assertEqual(silent.recv(1), b"")
+            self.stop(host)
+        self.assertTrue(self.records()[-1].endswith("refCount_=0\n"))
+
+    def test_survives_a_client_that_speaks_no_tls(self):
+        host, address = self.start()
+        with socket.create_connection(address, timeout=60) as stranger:
+            stranger.sendall(b"GET / HTTP/1.0\r\n\r\n")
+            stranger.recv(100)
+        self.assertEqual(self.fetch(address, self.client())[0], 200)
+        self.assertNotIn("Traceback", self.stop(host))
+
+    def test_says_why_it_does_not_serve(self):
+        alone = shutil.copy(self.build / "lib" / "libqvsslinit.so", self.root)
+        self.assertEqual(self.run_to_its_end(*self.command(library=alone)), (1, block("text python")))
+        self.assertEqual(self.run_to_its_end(*self.command(port="seven"))[0], 1)
+        missing = self.root / "missing.so"
+        self.assertEqual(self.run_to_its_end(*self.command(library=missing)),
+                         (1, f"host.py: {missing}: cannot open shared object file: No such file or "
+                             "directory\n"))
+
+    def test_names_the_certificate_that_is_not_there(self):
+        self.data.rmdir()
+        self.assertEqual(self.run_to_its_end(*self.command()),
+                         (1, f"host.py: {self.certificate} and its key: "
+                             "[Errno 2] No such file or directory\n"))
+        self.assertTrue(self.records()[-1].endswith("refCount_=0\n"))
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,133 @@
+"""What the tests of servers share: a site in a temporary directory, whose paths stand for those in
+docs/hosting.md, servers that end with their test, and a client."""
+
+import http.client
+import os
+import pathlib
+import re
+import signal
+import socket
+import ssl
+import subprocess
+import tempfile
+import time
+import unittest
+
+SOURCES = pathlib.Path(__file__).resolve().parents[2]
+# The library's own engine writes lines like this one alone.
+RECORD = re.compile(r"\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{6}Z t=[0-9A-F]+ \| (ERROR \| )?qvsslinit \| .*\n")
+
+
+def block(kind):
+    """What stands in the fenced block of docs/hosting.md that bears this name."""
+    text = (SOURCES / "docs" / "hosting.md").read_text()
+    (body,) = re.findall(rf"^```{kind}\n((?:.*\n)*?)```$", text, re.M)
+    return body
+
+
+class Site(unittest.TestCase):
+    """Each test has a data directory that is there and empty, and traces the tag RefCount."""
+
+    build = None  # the build tree that stands for /opt/server
+
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory(prefix="qvsslinit-test-")
+        self.addCleanup(folder.cleanup)
+        self.root = pathlib.Path(folder.name).resolve()
+        # Servers that root starts go on as somebody else.
+        self.root.chmod(0o755)
+        self.data = self.root / "kestrix"
+        self.data.mkdir(mode=0o755)
+        self.certificate = self.data / "certstore" / "server_certs" / "server_0.cer"
+        self.key = self.certificate.with_suffix(".key")
+        self.trace = self.root / "trace.log"
+        (self.root / "qvsslinit.cfg").write_text("RefCount : 1 : yes\n")
+        # Nothing of the caller's: no proxy, no locale, no OpenSSL configuration of a site.
+        self.environment = {"PATH": f"{self.build}/bin:/usr/sbin:/usr/bin:/sbin:/bin", "LC_ALL": "C.UTF-8",
+                            "QVPUBAPPDATADIR": str(self.data), "QV_TRACE_CONFIG_DIR": str(self.root),
+                            "QV_TRACE_OUTPUT": str(self.trace)}
+
+    def here(self, text):
+        """Lines of the document with this site's paths."""
+        for documented, own in {"/opt/server": self.build, "/var/lib/kestrix": self.data}.items():
+            text = text.replace(documented, str(own))
+        return text
+
+    def pair(self):
+        return self.certificate.read_bytes(), self.key.read_bytes()
+
+    def run_to_its_end(self, *command):
+        """The status and all the output of a command that is to end by itself."""
+        done = subprocess.run([str(part) for part in command], env=self.environment, cwd=self.root,
+                              stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, timeout=60,
+                              check=False)
+        return done.returncode, done.stdout
+
+    def launch(self, *command, **options):
+        """A server, which ends with the test together with all processes that it has started."""
+        server = subprocess.Popen([str(part) for part in command], env=self.environment, cwd=self.root,
+                                  start_new_session=True, text=True, **options)
+
+        def end():
+            try:
+                os.killpg(server.pid, signal.SIGKILL)
+            except ProcessLookupError:
+                pass
+            server.communicate()
+
+        self.addCleanup(end)
+        return server
+
+    def wait_for(self, condition, what, server):
+        """Waits until the condition holds, as long as the server lives."""
+        deadline = time.monotonic() + 60
+        while not condition():
+            self.assertIsNone(server.poll(), f"the server ended before it {what}")
+            self.assertLess(time.monotonic(), deadline, f"the server never {what}")
+            time.sleep(0.01)
+
+    def wait_for_port(self, address, server):
+        def listens():
+            try:
+                socket.create_connection(address, timeout=60).close()
+            except ConnectionRefusedError:
+                return False
+            return True
+
+        self.wait_for(listens, "listened", server)
+
+    def own_address(self):
+        """An address of the loopback interface that no other process takes, and a port that is free
+        there: between this call and the server's nobody can be given the same."""
+        high, low = divmod(os.getpid(), 1 << 8)
+        host = f"127.{1 + (high >> 8)}.{high & 255}.{low}"
+        with socket.socket() as probe:
+            probe.bind((host, 0))
+            return probe.getsockname()
+
+    def client(self):
+        """A client that trusts the certificate in the store and no other, however small its key."""
+        context = ssl.create_default_context(cafile=str(self.certificate))
+        context.check_hostname = False  # the default certificate names this host as it calls itself
+        context.set_ciphers("DEFAULT@SECLEVEL=0")
+        return context
+
+    @staticmethod
+    def ask(connection, context, path="/"):
+        """Status and body of an answer, which must come whole."""
+        with context.wrap_socket(connection, server_hostname="localhost") as secured:
+            secured.sendall(f"GET {path} HTTP/1.0\r\nHost: localhost\r\n\r\n".encode())
+            with http.client.HTTPResponse(secured) as response:
+                response.begin()
+                return response.status, response.read()
+
+    def fetch(self, address, context, path="/"):
+        with socket.create_connection(address, timeout=60) as connection:
+            return self.ask(connection, context, path)
+
+    def records(self):
+        """The trace, of which every line must be a whole record."""
+        lines = self.trace.read_text().splitlines(keepends=True)
+        for line in lines:
+            self.assertRegex(line, rf"\A{RECORD.pattern}\Z")
+        return lines
