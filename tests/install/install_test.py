@@ -36,7 +36,7 @@ FILES = {
     "include/qvsslinit-engine/source/client/ITraceEngine.h",
 }
 # What the tests of servers try, in tests/integration.
-SERVERS = ["sh python", "text python"]
+SERVERS = ["sh python", "text python", "sh nginx", "nginx", "text nginx"]
 LINES_OF_BUILDS = "cmake_minimum_required(VERSION 3.25)\nproject(elsewhere LANGUAGES C)\n"
 
 
