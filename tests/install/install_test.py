@@ -33,10 +33,12 @@ FILES = {
     "share/doc/qvsslinit/README.md", "share/doc/qvsslinit/docs/hosting.md",
     "share/doc/qvsslinit/LICENSE", "share/doc/qvsslinit/examples/minimal_host.c",
     "share/doc/qvsslinit/examples/https_host.cpp", "share/doc/qvsslinit/examples/host.py",
+    "share/doc/qvsslinit/examples/mod_qvsslinit/mod_qvsslinit.c",
     "include/qvsslinit-engine/source/client/ITraceEngine.h",
 }
 # What the tests of servers try, in tests/integration.
-SERVERS = ["sh python", "text python", "sh nginx", "nginx", "text nginx"]
+SERVERS = ["sh python", "text python", "sh nginx", "nginx", "text nginx", "sh apxs", "apache",
+           "text apache"]
 LINES_OF_BUILDS = "cmake_minimum_required(VERSION 3.25)\nproject(elsewhere LANGUAGES C)\n"
 
 
