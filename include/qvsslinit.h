@@ -1,4 +1,5 @@
-/*
+/**
+ * @file
  * qvsslinit: makes OpenSSL ready for a web server, and leaves a default certificate behind.
  *
  * Both functions may be called from any thread, at any time, concurrently. Neither lets an
@@ -15,6 +16,7 @@
  * call by longjmp or pthread_exit.
  *
  * Example:
+ *
  *     struct QvSslInitHandle* handle = QVSSLINIT_Init();
  *     if (handle == NULL) { ... OpenSSL is not ready, and there is nothing to give back ... }
  *     ... serve ...
@@ -23,6 +25,7 @@
 #ifndef QVSSLINIT_H
 #define QVSSLINIT_H
 
+/** Shows a function to those who load the library. */
 #if defined(__GNUC__)
 #define QVSSLINIT_API __attribute__((visibility("default")))
 #else
@@ -33,10 +36,10 @@
 extern "C" {
 #endif
 
-/* One component's claim that OpenSSL be ready. Opaque. */
+/** One component's claim that OpenSSL be ready. Opaque. */
 struct QvSslInitHandle;
 
-/*
+/**
  * Makes OpenSSL ready and returns a handle that says so, or null.
  *
  * The first call that succeeds loads "libeay32.dylib" and "libssleay32.dylib" from the directory of
@@ -53,7 +56,7 @@ struct QvSslInitHandle;
  */
 QVSSLINIT_API struct QvSslInitHandle* QVSSLINIT_Init(void);
 
-/*
+/**
  * Gives a handle back. The last handle to go unloads OpenSSL: by then no thread may be using it any
  * more. Null is allowed and does nothing. The handle is gone afterwards, whatever happened; passing
  * it a second time is an error that cannot be detected.

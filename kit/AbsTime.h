@@ -17,11 +17,15 @@ class AbsTime {
                static_cast<std::uint32_t>(static_cast<std::uint64_t>(seconds)),
                static_cast<std::uint32_t>(static_cast<std::uint64_t>(seconds) >> 32U)} {}
 
+  /// Whole seconds since 1904, rounded down.
   constexpr std::int64_t seconds() const noexcept {
     return static_cast<std::int64_t>(join(words_[3], words_[2]));
   }
+  /// What lies beyond the whole seconds, in units of 2^-64 seconds.
   constexpr std::uint64_t fraction() const noexcept { return join(words_[1], words_[0]); }
 
+  /// @{
+  /// Earlier is less.
   friend constexpr bool operator==(const AbsTime& a, const AbsTime& b) noexcept {
     return a.seconds() == b.seconds() && a.fraction() == b.fraction();
   }
@@ -31,6 +35,7 @@ class AbsTime {
   friend constexpr bool operator<(const AbsTime& a, const AbsTime& b) noexcept {
     return a.seconds() != b.seconds() ? a.seconds() < b.seconds() : a.fraction() < b.fraction();
   }
+  /// @}
 
  private:
   static constexpr std::uint64_t join(std::uint32_t high, std::uint32_t low) noexcept {

@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// How exceptions come to know where they were thrown.
+
 #include <cstdint>
 
 namespace qv::kit {

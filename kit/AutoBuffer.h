@@ -25,16 +25,23 @@ class AutoBuffer {
   /// A copy of the wrapped bytes.
   explicit AutoBuffer(const BufferWrapper& bytes);
 
+  /// @{
+  /// Shares the storage of other.
   AutoBuffer(const AutoBuffer& other);
   AutoBuffer& operator=(const AutoBuffer& other);
+  /// @}
+  /// Gets a copy of the wrapped bytes. They may be this buffer's own.
   AutoBuffer& operator=(const BufferWrapper& bytes);
   ~AutoBuffer();
 
+  /// @{
   /// Start of the storage, null without any. Whoever writes through it writes into every copy that
   /// shares it: an operation that changes this buffer must have come first.
   unsigned char* Data() noexcept;
   const unsigned char* Data() const noexcept;
+  /// @}
 
+  /// Bytes in use.
   std::uint32_t Len() const noexcept { return guts_ == nullptr ? 0 : guts_->length(); }
 
   /// Bytes that the storage can hold.
@@ -118,7 +125,9 @@ class AutoBuffer {
   AutoBufferGuts* guts_ = nullptr;
 };
 
+/// Whether both hold the same bytes.
 bool operator==(const AutoBuffer& a, const AutoBuffer& b) noexcept;
+/// As CompareBuffers() orders the bytes.
 bool operator<(const AutoBuffer& a, const AutoBuffer& b) noexcept;
 
 }  // namespace qv::kit

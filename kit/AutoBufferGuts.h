@@ -16,6 +16,7 @@ class AutoBufferGuts {
   AutoBufferGuts(const AutoBufferGuts&) = delete;
   AutoBufferGuts& operator=(const AutoBufferGuts&) = delete;
 
+  /// One more buffer shares the storage.
   void addReference() { references_.increment(); }
   /// Gives a reference back; the last one takes the object with it.
   void release();
@@ -25,7 +26,9 @@ class AutoBufferGuts {
 
   /// Null when the capacity is 0.
   unsigned char* begin() const noexcept { return begin_; }
+  /// Bytes that the storage has room for.
   std::uint32_t capacity() const noexcept { return capacity_; }
+  /// Bytes in use.
   std::uint32_t length() const noexcept { return static_cast<std::uint32_t>(end_ - begin_); }
 
   /// length must be within the capacity; bytes that it adds have whatever value they have.

@@ -12,6 +12,7 @@ namespace qv::kit {
 /// Ends an object that MakeDLLObject() made.
 template <typename T>
 struct DLLDeleter {
+  /// Destroys object, which must not be null, and frees its memory.
   void operator()(T* object) const noexcept {
     object->~T();
     DLLFree(object);

@@ -21,25 +21,34 @@ class tFixedPoint128 {
   static_assert(kFractionBits == 64);
 
  public:
+  /// What the integer part is.
   using Integer = std::conditional_t<kSigned, std::int64_t, std::uint64_t>;
 
+  /// 0.
   constexpr tFixedPoint128() noexcept : words_{} {}
-  /// A negative value of an unsigned number is what is left of it modulo 2^64, as for integers.
+  /// @{
+  /// An integer. A negative value of an unsigned number is what is left of it modulo 2^64, as for
+  /// integers.
   constexpr tFixedPoint128(int value) noexcept  // NOLINT(google-explicit-constructor)
       : tFixedPoint128(Halves{static_cast<std::uint64_t>(std::int64_t{value}), 0}) {}
   constexpr tFixedPoint128(unsigned value) noexcept  // NOLINT(google-explicit-constructor)
       : tFixedPoint128(Halves{value, 0}) {}
   constexpr tFixedPoint128(unsigned long value) noexcept  // NOLINT(google-explicit-constructor)
       : tFixedPoint128(Halves{value, 0}) {}
+  /// @}
+  /// The four words of 32 bits: the integer part, then the fraction in units of 2^-64.
   constexpr tFixedPoint128(std::uint32_t integerHigh, std::uint32_t integerLow,
                            std::uint32_t fractionHigh, std::uint32_t fractionLow) noexcept
       : words_{fractionLow, fractionHigh, integerLow, integerHigh} {}
 
   /// The greatest integer that is not above the number.
   constexpr Integer integer() const noexcept { return static_cast<Integer>(halves().high); }
+  /// What is left above that integer, in units of 2^-64.
   constexpr std::uint64_t fraction() const noexcept { return halves().low; }
 
+  /// Becomes 0.
   void Zero() noexcept { *this = tFixedPoint128(); }
+  /// Whether it is 0.
   bool operator!() const noexcept { return *this == tFixedPoint128(); }
   /// Never for an unsigned number.
   bool IsNegative() const noexcept { return kSigned && words_[3] >> 31U != 0; }
@@ -51,11 +60,14 @@ class tFixedPoint128 {
   }
   /// Adds 2^-64. The greatest number is followed by the least.
   void IncrementLSB() noexcept { *this += tFixedPoint128(0, 0, 0, 1); }
+  /// Becomes what added to it gives 0.
   void Negate() noexcept {
     Invert();
     IncrementLSB();
   }
 
+  /// @{
+  /// Adds other, or takes it away.
   tFixedPoint128& operator+=(const tFixedPoint128& other) noexcept {
     const Halves a = halves();
     const Halves b = other.halves();
@@ -66,6 +78,7 @@ class tFixedPoint128 {
   tFixedPoint128& operator-=(const tFixedPoint128& other) noexcept {
     return *this = tFixedPoint128(difference(halves(), other.halves()));
   }
+  /// @}
   /// Rounds the magnitude to the nearest multiple of 2^-64, halves away from zero.
   tFixedPoint128& operator*=(const tFixedPoint128& other) noexcept {
     const bool negative = IsNegative() != other.IsNegative();
@@ -93,6 +106,8 @@ class tFixedPoint128 {
     return remainder;
   }
 
+  /// @{
+  /// As Negate(), operator-=() and operator*=(), with a new object for the result.
   tFixedPoint128 operator-() const noexcept {
     tFixedPoint128 result = *this;
     result.Negate();
@@ -104,13 +119,17 @@ class tFixedPoint128 {
   friend tFixedPoint128 operator*(tFixedPoint128 a, const tFixedPoint128& b) noexcept {
     return a *= b;
   }
+  /// @}
 
+  /// @{
+  /// By value.
   friend bool operator==(const tFixedPoint128& a, const tFixedPoint128& b) noexcept {
     return a.integer() == b.integer() && a.fraction() == b.fraction();
   }
   friend bool operator>=(const tFixedPoint128& a, const tFixedPoint128& b) noexcept {
     return a.integer() != b.integer() ? a.integer() > b.integer() : a.fraction() >= b.fraction();
   }
+  /// @}
 
   /// Moves all bits count places up, zeros following from below; a negative count moves them down,
   /// as RightShift does. 128 places and more leave no bit of the number.

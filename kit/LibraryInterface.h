@@ -19,6 +19,7 @@ class LibraryInterface {
       : library_(library),
         interface_(library.isLoaded() && !library_.isLoaded() ? SmartPtr<I>() : interface) {}
 
+  /// As above: the library is loaded once more.
   LibraryInterface(const LibraryInterface& other)
       : LibraryInterface(other.library_, other.interface_) {}
 
@@ -40,8 +41,9 @@ class LibraryInterface {
     library_.unload();
   }
 
+  /// Not loaded when nothing is held.
   const osdep::SharedLibrary& library() const noexcept { return library_; }
-  /// Null when nothing is held.
+  /// Null when nothing is held. No reference is added.
   I* interface() const noexcept { return interface_.get(); }
 
  private:

@@ -8,18 +8,21 @@
 
 namespace qv::kit {
 
+/// The conversion that a specialisation makes.
 template <typename Signed, typename Unsigned>
 struct _UnsignedToSigned;
 
 /// A count as a signed 32-bit value. Throws OutOfRange from 0x80000000 on.
 template <>
 struct _UnsignedToSigned<int, unsigned long> {
+  /// value as an int.
   int operator()(unsigned long value) const {
     if (value >= 0x80000000UL) QV_THROW(exception::OutOfRange());
     return static_cast<int>(value);
   }
 };
 
+/// The conversion that a specialisation makes.
 template <typename Unsigned, typename Signed>
 struct _SignedToUnsigned;
 
@@ -27,6 +30,7 @@ struct _SignedToUnsigned;
 /// fit.
 template <>
 struct _SignedToUnsigned<unsigned long, long> {
+  /// value without a sign.
   std::uint32_t operator()(long value) const {
     if (value < 0) QV_THROW(exception::OutOfRange());
     return SafeInteger<unsigned long>(value).value();

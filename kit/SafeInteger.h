@@ -25,8 +25,11 @@ class SafeInteger<unsigned long> {
     if (!fits(value)) QV_THROW(exception::OutOfRange());
   }
 
+  /// As a plain integer, which wraps.
   std::uint32_t value() const noexcept { return value_; }
 
+  /// @{
+  /// Throws OutOfRange when the result needs more than 32 bits.
   static SafeInteger Add(SafeInteger a, SafeInteger b) {
     if (b.value_ > ~a.value_) QV_THROW(exception::OutOfRange());
     return a.value_ + b.value_;
@@ -42,6 +45,7 @@ class SafeInteger<unsigned long> {
     if (product > std::numeric_limits<std::uint32_t>::max()) QV_THROW(exception::OutOfRange());
     return product;
   }
+  /// @}
 
  private:
   template <typename Integer>

@@ -28,20 +28,27 @@ class StatusChain {
    public:
     /// Code 0, no message.
     Element() noexcept = default;
+    /// No message.
     explicit Element(std::int32_t code) noexcept : code_(code) {}
+    /// @{
+    /// The same as copy().
     Element(const Element& other) { copy(other); }
     Element& operator=(const Element& other) {
       if (this != &other) copy(other);
       return *this;
     }
+    /// @}
     ~Element() = default;
 
+    /// Negative for an error.
     std::int32_t code() const noexcept { return code_; }
+    /// The message stays.
     void setCode(std::int32_t code) noexcept { code_ = code; }
 
     /// Null without a message. The element keeps it.
     const WString* message() const noexcept { return message_.get(); }
 
+    /// Without one from here on.
     void clearMessage() noexcept { message_.reset(); }
 
     /// A copy of message, or an empty one for null. For an element without a message.
@@ -69,15 +76,19 @@ class StatusChain {
 
   /// Not set yet.
   StatusChain() noexcept : current_(kNotSet) {}
+  /// @{
   /// The same as copy().
   StatusChain(const StatusChain& other) : StatusChain() { copy(other); }
   StatusChain& operator=(const StatusChain& other) {
     if (this != &other) copy(other);
     return *this;
   }
+  /// @}
   ~StatusChain() { cleanupHistory(); }
 
+  /// Negative for an error; kNotSet, which is negative too, before it is set.
   std::int32_t code() const noexcept { return current_.code(); }
+  /// The status without its history. Valid as long as the chain.
   const Element& current() const noexcept { return current_; }
 
   /// Earlier statuses, oldest first; null without any. Valid until a chain that shares them changes
@@ -101,6 +112,7 @@ class StatusChain {
   /// Appends a copy of the current status to the history.
   void pushCurrent();
 
+  /// An empty history of its own, where the chain has none.
   void createHistoryIfNeeded();
 
   /// Lets go of the history; chains that share it keep it. Inlined up to there: most chains never

@@ -18,6 +18,7 @@ class tSSTimeAbsolute {
   /// Always succeeds: status stays as it is.
   tSSTimeAbsolute(const tSSTimeValue& since1904, long* status) noexcept;
 
+  /// The span from 1904 on; negative before that.
   const tSSTimeValue& since1904() const noexcept { return since1904_; }
 
   /// Makes of value, a time counted from epoch, one counted from 1904; the reverse for any

@@ -28,10 +28,14 @@ inline constexpr std::uint32_t kLeastSerializationSize = 4;
 template <typename T>
 class Vector {
  public:
+  /// @{
+  /// As standard containers have them. Iterators are valid until the storage changes.
   using value_type = T;
   using iterator = T*;
   using const_iterator = const T*;
+  /// @}
 
+  /// No storage.
   Vector() noexcept = default;
 
   /// count default-constructed elements.
@@ -41,13 +45,16 @@ class Vector {
       append();
   }
 
+  /// Copies the elements; the capacity is their number.
   Vector(const Vector& other) : Vector() {
     allocate(other.size());
     appendCopies(other);
   }
 
+  /// Leaves other without storage.
   Vector(Vector&& other) noexcept : Vector() { swap(other); }
 
+  /// Takes what other was copied or moved to.
   Vector& operator=(Vector other) noexcept {
     swap(other);
     return *this;
@@ -62,20 +69,28 @@ class Vector {
     DLLFree(begin_);
   }
 
+  /// Elements that are there.
   std::uint32_t size() const noexcept { return static_cast<std::uint32_t>(end_ - begin_); }
+  /// Elements that the storage has room for.
   std::uint32_t capacity() const noexcept {
     return static_cast<std::uint32_t>(capacityEnd_ - begin_);
   }
 
+  /// @{
+  /// Null without storage.
   iterator begin() noexcept { return begin_; }
   iterator end() noexcept { return end_; }
   const_iterator begin() const noexcept { return begin_; }
   const_iterator end() const noexcept { return end_; }
+  /// @}
 
+  /// @{
   /// index must be below size(): it is not checked.
   T& operator[](unsigned int index) noexcept { return begin_[index]; }
   const T& operator[](unsigned int index) const noexcept { return begin_[index]; }
+  /// @}
 
+  /// @{
   /// Throws OutOfRange when index is not below size().
   T& at(unsigned int index) {
     requireIndex(index);
@@ -85,6 +100,7 @@ class Vector {
     requireIndex(index);
     return begin_[index];
   }
+  /// @}
 
   /// Appends a copy of element, which may be an element of this vector.
   void push_back(const T& element) {
@@ -108,6 +124,7 @@ class Vector {
     swap(grown);
   }
 
+  /// Copies no element: storage changes hands.
   void swap(Vector& other) noexcept {
     std::swap(begin_, other.begin_);
     std::swap(end_, other.end_);
@@ -121,6 +138,7 @@ class Vector {
     return SafeInteger<unsigned long>::Add(canDouble ? 2 * capacity : capacity, 1).value();
   }
 
+  /// The same for this vector's capacity.
   std::uint32_t calculateNewCapacity() const { return calculateNewCapacity(capacity()); }
 
   /// Bytes that serialize() writes. Where the sum needs more than 32 bits it stops before the

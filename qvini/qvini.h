@@ -1,3 +1,4 @@
+/// @file
 /// INI documents: sections of keys and values in the order of their file, held in memory, read from
 /// and written to text files.
 ///
@@ -37,6 +38,7 @@ enum {
   kIniUnknownEncoding = -3,
   /// A put with an empty section name or key.
   kIniEmptyName = -6,
+  /// No memory.
   kIniOutOfMemory = -12,
   /// The target cannot be written, or the finished file could not be renamed to it.
   kIniNotWritable = -13,
@@ -44,14 +46,21 @@ enum {
   kIniBadPath = -22,
   /// What was written could not be stored: the disk is full, for one.
   kIniFlushFailed = -28,
+  /// The file is missing, or may not be read.
   kIniOpenForReadingFailed = -5001,
+  /// Reading broke off.
   kIniReadFailed = -5002,
   /// The temporary file could not be created, or not with the permissions that it needs.
   kIniTemporaryFileFailed = -5003,
+  /// The file to be written, or the temporary one, cannot be opened.
   kIniOpenForWritingFailed = -5004,
+  /// The value is not of the type that the get is for.
   kIniNotAnInt = -5021,
+  /// The same.
   kIniNotAnUnsigned = -5022,
+  /// The same.
   kIniNotADouble = -5023,
+  /// The same.
   kIniNotABoolean = -5024,
 };
 
@@ -91,14 +100,19 @@ enum {
 
 /// Quotes that a value can be written in.
 enum {
+  /// None.
   kIniUnquoted = 0,
+  /// "
   kIniDoubleQuote = 34,
+  /// '
   kIniSingleQuote = 39,
 };
 
 /// A buffer for one string, at least 256 bytes long.
 typedef struct IniStringCache {
+  /// Null before the first use.
   char* bytes;
+  /// How many bytes there is room for.
   size_t size;
 } IniStringCache;
 
@@ -246,12 +260,14 @@ int IniNumberOfItems(IniDocument* document, const char* section);
 /// name stays where it is until the document is read anew or disposed of.
 int IniNthItemName(IniDocument* document, const char* section, int n, const char** name);
 
+/// @{
 /// Typed puts: IniPut of the value as text. A boolean is "True" or "False", a double has 15 digits
 /// ("%.14e", with a point whatever the locale). Results are those of IniPut.
 int IniPutInt(IniDocument* document, const char* section, const char* key, int value);
 int IniPutUInt(IniDocument* document, const char* section, const char* key, unsigned value);
 int IniPutDouble(IniDocument* document, const char* section, const char* key, double value);
 int IniPutBoolean(IniDocument* document, const char* section, const char* key, int value);
+/// @}
 
 /// Puts a string, in double quotes when quoted is not 0; when escaped is not 0, TAB, LF, quotes,
 /// backslashes and control characters become escapes, which IniGetPointerToString undoes.
@@ -264,8 +280,8 @@ int IniPutString(IniDocument* document, const char* section, const char* key, co
 /// The same, quoted and not escaped.
 int IniPutRawString(IniDocument* document, const char* section, const char* key, const char* value);
 
-/// Typed gets: 1 and the value; 0 when the item is missing or its value is blank; a failure when
-/// the value is not of the type, or for want of memory. The variable changes with 1 only.
+// Typed gets: 1 and the value; 0 when the item is missing or its value is blank; a failure when the
+// value is not of the type, or for want of memory. The variable changes with 1 only.
 
 /// Decimal, -2147483648 to 2147483647; kIniNotAnInt.
 int IniGetInt(IniDocument* document, const char* section, const char* key, int* value);

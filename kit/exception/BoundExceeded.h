@@ -8,6 +8,7 @@ namespace qv::kit::exception {
 /// not tell the two apart.
 class BoundExceeded : public Exception {
  public:
+  /// A fixed text.
   const char* what() const noexcept override {
     return "A request was made that would exceed the bounds";
   }

@@ -8,7 +8,9 @@ namespace qv::kit::osdep {
 /// whatcode() compares equal to the negative number that the system documents.
 class CarbonError : public OSException {
  public:
+  /// Without a text for the code.
   explicit CarbonError(short code);
+  /// For a failure whose text comes from elsewhere.
   CarbonError(const String& message, short code);
 
   /// 0 when there was no error, 7 when the file is not found (-43), else 42.

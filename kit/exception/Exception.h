@@ -12,9 +12,13 @@ namespace qv::kit::exception {
 /// built apart rely on it.
 class Exception : public std::exception {
  public:
+  /// Without the place of a throw.
   Exception() = default;
+  /// @{
+  /// The copy has the place of the throw too.
   Exception(const Exception&) = default;
   Exception& operator=(const Exception&) = default;
+  /// @}
   ~Exception() override = default;
 
   /// The message. Valid as long as this object lives.

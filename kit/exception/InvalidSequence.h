@@ -7,6 +7,7 @@ namespace qv::kit::exception {
 /// Bytes are not UTF-8.
 class InvalidSequence : public Exception {
  public:
+  /// A fixed text.
   const char* what() const noexcept override { return "Invalid UTF8 encoding sequence"; }
   std::int32_t getErrorCode() const noexcept override {
     return static_cast<std::int32_t>(0x8ABC7030U);

@@ -13,9 +13,12 @@ namespace qv::kit::osdep {
 /// apart rely on the order.
 class OSException : public exception::Exception {
  public:
+  /// Of an unknown error, code 0.
   OSException();
+  /// code is the system's own.
   OSException(const String& message, std::uint32_t code);
 
+  /// The text that it was made with.
   const char* what() const noexcept override { return message_.c_str(); }
   /// A status for the failure, not the code of the system.
   std::int32_t getErrorCode() const noexcept override { return kGenericFailure; }

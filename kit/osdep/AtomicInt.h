@@ -13,6 +13,7 @@ namespace qv::kit::osdep {
 /// Arguments of type long must fit in 32 bits: OutOfRange is thrown otherwise, and nothing changes.
 class AtomicInt {
  public:
+  /// Throws std::bad_alloc when the system has no memory for another lock.
   explicit AtomicInt(int initial);
 
   /// Becomes exchange if the value equals comparand. Returns the value from before the call.
@@ -21,8 +22,10 @@ class AtomicInt {
   /// Becomes value and returns the previous value.
   std::int32_t replaceAndReturn(long value);
 
+  /// Becomes value.
   void replace(long value);
 
+  /// The value, once nobody is changing it.
   std::int32_t getCount() const;
 
   /// The value without waiting for the lock, for callers to whom that of a moment ago is as good.
@@ -35,10 +38,13 @@ class AtomicInt {
   /// Subtracts 1 and returns the new value. The smallest value is followed by the largest.
   std::int32_t decrement() { return add(0xFFFFFFFFU); }
 
+  /// @{
+  /// Compares the value of the moment, as getCount() gives it.
   bool operator>=(int other) const { return getCount() >= other; }
   bool operator>(int other) const { return getCount() > other; }
   bool operator!=(int other) const { return getCount() != other; }
   bool operator==(int other) const { return getCount() == other; }
+  /// @}
 
  private:
   // In unsigned arithmetic, which is defined to wrap.

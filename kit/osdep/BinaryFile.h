@@ -21,10 +21,15 @@ class BinaryFile {
  public:
   /// How to open a file; combined by "|".
   enum class Mode : std::uint32_t {
+    /// For reading.
     Read = 1,
+    /// For writing.
     Write = 2,
+    /// For both.
     ReadWrite = 4,
+    /// Empties a file that is there.
     Truncate = 8,
+    /// Makes a file that is missing.
     Create = 16,
     /// With Create: fails with EEXIST where path is taken, be it by a symbolic link.
     Exclusive = 32,
@@ -62,11 +67,13 @@ class BinaryFile {
   /// could not keep all that was written; the object is closed either way.
   std::int32_t close() noexcept;
 
+  /// @{
   /// One read or write of up to length bytes: how many were moved, 0 for a read
   /// at the end of the file. An interrupted call is not repeated: it fails with
   /// EINTR.
   std::int32_t read(void* buffer, std::uint32_t length);
   std::int32_t write(const void* buffer, std::uint32_t length);
+  /// @}
 
   /// As the other read, with the bytes read as the new contents of buffer,
   /// which a failed read leaves empty. A request refused (no file, length)
@@ -118,6 +125,7 @@ class BinaryFile {
   std::int32_t descriptor_ = -1;
 };
 
+/// Both modes in one.
 constexpr BinaryFile::Mode operator|(BinaryFile::Mode a, BinaryFile::Mode b) {
   return static_cast<BinaryFile::Mode>(static_cast<std::uint32_t>(a) |
                                        static_cast<std::uint32_t>(b));

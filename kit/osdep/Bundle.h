@@ -27,15 +27,15 @@ class Bundle {
   /// Whether a bundle was found and its code is loaded.
   bool isLoaded() const;
 
-  // Each of these opens a bundle in place of the present one, which stays when there is none to
-  // open: that is told by the result.
-
-  /// url, which may be null, stays the caller's.
+  /// @{
+  /// Opens the bundle at a place in place of the present one, which stays when there is none to
+  /// open: that is told by the result. A url may be null, and stays the caller's.
   bool openBundle(platform::UrlReference url);
   bool openFromPath(const WString& path);
   bool openFromStandardLocation(const WString& name, platform::FolderDomain domain,
                                 platform::FolderType folder);
   bool openFromMainBundle(const WString& name);
+  /// @}
 
   /// The function called name; loads the code if need be. Valid as long as this object, or another
   /// one with the same bundle, is open. Where there is none: null when noThrow is set, otherwise

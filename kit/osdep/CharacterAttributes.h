@@ -20,6 +20,8 @@ class CharacterAttributes {
   /// library gives, when there is none.
   explicit CharacterAttributes(const char* localeName);
 
+  /// @{
+  /// Whether the character is of the class that the C library's function of that name asks for.
   bool isAlnum(CharT character) const;
   bool isAlpha(CharT character) const;
   bool isCntrl(CharT character) const;
@@ -31,10 +33,13 @@ class CharacterAttributes {
   bool isSpace(CharT character) const;
   bool isUpper(CharT character) const;
   bool isXDigit(CharT character) const;
+  /// @}
 
-  /// The character of the other case, or the character itself where there is none.
+  /// @{
+  /// The character in the case of the name, or the character itself where there is none.
   CharT toUpper(CharT character) const;
   CharT toLower(CharT character) const;
+  /// @}
 
  private:
   const std::ctype<CharT>& facet() const { return std::use_facet<std::ctype<CharT>>(locale_); }

@@ -47,6 +47,7 @@ class CriticalSection {
 /// Holds a critical section, which must outlive it, for the length of a scope.
 class CriticalSection::Guard {
  public:
+  /// Enters section.
   explicit Guard(const CriticalSection& section) : section_(section) { section_.enter(); }
   Guard(const Guard&) = delete;
   Guard& operator=(const Guard&) = delete;

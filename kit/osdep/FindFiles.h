@@ -9,9 +9,9 @@ namespace qv::kit::osdep {
 class FindFiles {
  public:
   /// The names that match pattern, sorted as the locale collates; a pattern without "*", "?" or "["
-  /// matches the file with its name. A "*" or "?" matches no leading "." and no "/". Empty when
-  /// nothing matches. Throws PosixError when the search itself fails, InvalidArgument when pattern
-  /// holds a null character.
+  /// matches the file with its name. A "*" or "?" matches no leading "." and no "/", and a
+  /// backslash makes the next character stand for itself. Empty when nothing matches. Throws
+  /// PosixError when the search itself fails, InvalidArgument when pattern holds a null character.
   static Vector<WString> getFilenames(const WString& pattern);
 
   /// The entries of directory, as getFilenames lists them for the pattern Join(directory, "*"), but

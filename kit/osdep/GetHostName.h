@@ -6,7 +6,8 @@ namespace qv::kit::osdep {
 
 /// The name of this host: the configured one where there is one, made fully qualified when
 /// forceFqdn is set, else the name that the system goes by, to which no domain is ever added.
-/// "localhost" when the system does not tell, or tells bytes that are no text.
+/// "localhost" when the system does not tell, or when nobody knows the encoding of the locale;
+/// bytes that are no text there become "?".
 WString GetHostName(bool forceFqdn);
 
 /// Puts the host name that this installation was configured with into name. No configuration holds

@@ -31,8 +31,11 @@ class INIFileManager {
   /// Writes nothing.
   ~INIFileManager() = default;
 
+  /// @{
+  /// What the object was made with.
   const String& section() const noexcept { return section_; }
   const String& path() const noexcept { return path_; }
+  /// @}
   /// Whether the document came from the file or has been written to it.
   bool isLoaded() const noexcept { return loaded_; }
 
@@ -42,23 +45,28 @@ class INIFileManager {
   /// Replaces the file as IniWriteToFile does, so that it is complete at any time.
   bool writeFile();
 
+  /// Whether the section is there and has the key, with whatever value.
   bool keyPresent(const String& section, const String& key);
 
+  /// @{
   /// Puts a value into the document, replacing the one that the key had. Control characters, quotes
   /// and backslashes come back as they were, blanks around the value do not.
   bool write(const String& section, const String& key, const String& value);
   bool write(const String& section, const String& key, const char* value);
+  /// @}
   /// As "True" or "False". Takes nothing but a bool: many types, pointers among them, would turn
   /// into one.
   template <typename T, std::enable_if_t<std::is_same_v<T, bool>, int> = 0>
   bool write(const String& section, const String& key, T value) {
     return writeBoolean(section, key, value);
   }
+  /// @{
   /// Decimal. A long of more than 32 bits is refused.
   bool write(const String& section, const String& key, long value);
   bool write(const String& section, const String& key, int value);
   bool write(const String& section, const String& key, unsigned long value);
   bool write(const String& section, const String& key, unsigned value);
+  /// @}
   /// With 15 digits.
   bool write(const String& section, const String& key, double value);
   /// Wide text is not converted unasked.
@@ -68,6 +76,7 @@ class INIFileManager {
   /// Puts a value without escapes: a line end in it ends it when the file is read again.
   bool writeRaw(const String& section, const String& key, const String& value);
 
+  /// @{
   /// Reads an item. False when it is missing or blank, or when its value is not of the variable's
   /// type.
   bool read(const String& section, const String& key, bool& value);
@@ -76,6 +85,7 @@ class INIFileManager {
   bool read(const String& section, const String& key, unsigned long& value);
   bool read(const String& section, const String& key, unsigned& value);
   bool read(const String& section, const String& key, double& value);
+  /// @}
   /// Escapes are undone; an escaped zero character ends the value.
   bool read(const String& section, const String& key, String& value);
   /// The value as it is stored.

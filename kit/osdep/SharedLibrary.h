@@ -22,17 +22,21 @@ class SharedLibrary {
   /// Nothing loaded, to be unloaded on destruction once it is.
   SharedLibrary() = default;
 
+  /// @{
   /// Loads the library called name. isLoaded() tells whether there was one. The reserved flag is
   /// kept and has no effect.
   SharedLibrary(WString::Text name, bool unloadOnDestruction, bool reservedFlag);
   SharedLibrary(String::Text name, bool unloadOnDestruction, bool reservedFlag);
+  /// @}
 
+  /// @{
   /// Loads the library once more, by the name requested, when other has it loaded. The search runs
   /// anew: it may find another file than other has, or none, which leaves the copy unloaded. The
   /// names and flags of other are copied in any case; assignment too takes over whether to unload
   /// on destruction, and the library held until then goes by the flag that came with it.
   SharedLibrary(const SharedLibrary& other);
   SharedLibrary& operator=(const SharedLibrary& other);
+  /// @}
 
   /// Unloads, unless the object was told not to.
   virtual ~SharedLibrary();
@@ -49,15 +53,19 @@ class SharedLibrary {
   /// before, even if it has been unloaded since.
   void load(const WString& name);
 
+  /// Loads and unloads nothing.
   void swap(SharedLibrary& other) noexcept;
 
+  /// Whether this object has a library loaded.
   bool isLoaded() const noexcept;
 
+  /// @{
   /// The address of symbolName. Where there is none: null when noThrow is set, otherwise throws
   /// PosixError with the loader's text and code 0 or, when what is or was loaded is a bundle,
   /// CarbonError with code -1.
   void* getFunctionPointer(String::Text symbolName, bool noThrow) const;
   void* getFunctionPointer(WString::Text symbolName, bool noThrow) const;
+  /// @}
 
   /// name as it is: load() completes names itself.
   static WString decorateName(const WString& name) { return name; }

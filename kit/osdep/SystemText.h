@@ -5,7 +5,9 @@
 
 namespace qv::kit::osdep {
 
+/// Gives text back to the C library.
 struct FreeSystemText {
+  /// Null is none.
   void operator()(char* text) const noexcept { std::free(text); }
 };
 

@@ -13,10 +13,13 @@ class ThreadID {
   /// No thread.
   ThreadID() noexcept = default;
 
+  /// The thread that calls.
   static ThreadID getCallingID() noexcept;
 
+  /// Whether both are the same thread, or none.
   bool operator==(const ThreadID& other) const noexcept;
 
+  /// Whether the thread that calls is this one.
   bool isCurrentThread() const noexcept;
 
   /// All digits that the identity has in base 16, without prefix.

@@ -14,11 +14,14 @@ namespace qv::kit::osdep {
 /// again as the mutex.
 class UnixCriticalSection {
  public:
+  /// Throws std::bad_alloc when the system has no memory for another mutex.
   UnixCriticalSection();
   UnixCriticalSection(const UnixCriticalSection&) = delete;
   UnixCriticalSection& operator=(const UnixCriticalSection&) = delete;
   ~UnixCriticalSection();
 
+  /// @{
+  /// As CriticalSection has it.
   void enter() const {
     State& state = *state_;
     pthread_mutex_lock(&state.mutex_);
@@ -44,6 +47,7 @@ class UnixCriticalSection {
   }
 
   bool inOwningThread() const { return state_->isOwned(); }
+  /// @}
 
  private:
   struct State {

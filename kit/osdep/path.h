@@ -25,9 +25,12 @@ WString DirName(const WString& path);
 /// What follows the last "/": the whole path when there is none, nothing when it ends in one.
 WString BaseName(const WString& path);
 
-/// b as seen from directory a: b itself when it is absolute or a is empty, else a "/" b.
+/// @{
+/// b as seen from directory a: b itself when it is absolute or a is empty, else a, a "/" where a
+/// does not end in one, and b.
 WString Join(const WString& a, const WString& b);
 String Join(const String& a, const String& b);
+/// @}
 
 /// Appends "/" unless path already ends in one. Throws InvalidArgument when path is empty.
 void MakePathEndInSlash(WString& path);
@@ -85,6 +88,7 @@ bool DoesFileExist(const WString& path);
 
 // Changes to files.
 
+/// @{
 /// Creates, with permissions 0700, every missing directory up to the last "/" of the absolute path.
 /// What follows that "/" is taken for a file name and not created; a directory's own path must end
 /// in "/". Throws InvalidArgument when path is relative or null, ObjectAlreadyExists when something
@@ -92,6 +96,7 @@ bool DoesFileExist(const WString& path);
 /// failure. Directories created before the failure stay.
 void CreateDir(const WString& path);
 void CreateDir(const wchar_t* path);
+/// @}
 
 /// Removes the file or symbolic link with the absolute path. Throws PosixError.
 void RemoveFile(const WString& path);

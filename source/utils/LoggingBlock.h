@@ -34,6 +34,7 @@ enum BlockType : std::int32_t { kBlockType1 = 1, kBlockType2 = 2 };
 /// to one thread at a time.
 class LoggingBlock {
  public:
+  /// How many bytes of text a block holds at most.
   static constexpr std::int32_t kPayloadSize = 512;
 
   /// An empty block of type 1 that belongs to factory, which may be null.
@@ -69,9 +70,13 @@ class LoggingBlock {
   }
   /// Makes the block an empty one again, without touching type and factory.
   void clear() noexcept { used_ = 0; }
+  /// The text, kPayloadSize bytes of which used() count. Valid as long as the block.
   const char* payload() const noexcept { return payload_; }
+  /// How many bytes of text there are. A client may leave any number here: check it.
   std::int32_t used() const noexcept { return used_; }
+  /// When the record was made; no time at all before that.
   const kit::AbsTime& timeStamp() const noexcept { return timeStamp_; }
+  /// 1 as long as no client has set another.
   BlockType blockType() const noexcept { return type_; }
 
  private:

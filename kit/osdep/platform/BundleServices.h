@@ -8,21 +8,32 @@
 namespace qv::kit::osdep::platform {
 
 // Loadable bundles: directories that hold code and its resources. On systems without them every
-// look-up fails. What the references point to is known to the implementation alone. A name that
-// holds a zero character names nothing.
+// look-up fails. A name that holds a zero character names nothing.
 
+// What the references point to is known to the implementation alone.
 struct OpaqueBundle;
 struct OpaqueUrl;
+
+/// @{
+/// Refers to a bundle, or to a place in the file system; counted, and owned where the type says so.
 using BundleReference = OpaqueBundle*;
 using UrlReference = const OpaqueUrl*;
+/// @}
 
+/// @{
+/// Takes back one reference, which must not be null.
 void ReleaseBundle(BundleReference bundle) noexcept;
 void ReleaseUrl(UrlReference url) noexcept;
+/// @}
 
+/// As ReleaseBundle(), for OwnedBundle.
 struct BundleReleaser {
+  /// bundle must not be null.
   void operator()(BundleReference bundle) const noexcept { ReleaseBundle(bundle); }
 };
+/// As ReleaseUrl(), for OwnedUrl.
 struct UrlReleaser {
+  /// url must not be null.
   void operator()(UrlReference url) const noexcept { ReleaseUrl(url); }
 };
 

@@ -7,7 +7,9 @@
 
 namespace qv::kit::osdep {
 
+/// As CFRelease, for CFOwner.
 struct CFReleaser {
+  /// object must not be null.
   void operator()(CFTypeRef object) const noexcept { CFRelease(object); }
 };
 
