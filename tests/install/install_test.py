@@ -34,11 +34,13 @@ FILES = {
     "share/doc/qvsslinit/LICENSE", "share/doc/qvsslinit/examples/minimal_host.c",
     "share/doc/qvsslinit/examples/https_host.cpp", "share/doc/qvsslinit/examples/host.py",
     "share/doc/qvsslinit/examples/mod_qvsslinit/mod_qvsslinit.c",
+    "share/doc/qvsslinit/examples/node/https_host.js",
+    "share/doc/qvsslinit/examples/node/qvsslinit_node.c",
     "include/qvsslinit-engine/source/client/ITraceEngine.h",
 }
 # What the tests of servers try, in tests/integration.
-SERVERS = ["sh python", "text python", "sh nginx", "nginx", "text nginx", "sh apxs", "apache",
-           "text apache"]
+SERVERS = ["sh python", "text python", "sh addon", "sh node", "text node", "sh nginx", "nginx",
+           "text nginx", "sh apxs", "apache", "text apache"]
 LINES_OF_BUILDS = "cmake_minimum_required(VERSION 3.25)\nproject(elsewhere LANGUAGES C)\n"
 
 

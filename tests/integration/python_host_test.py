@@ -4,12 +4,10 @@ usage: python_host_test.py BUILD_DIRECTORY [TestCase.test]
 """
 
 import pathlib
-import re
 import shlex
 import shutil
 import signal
 import socket
-import subprocess
 import sys
 import unittest
 
@@ -25,31 +23,18 @@ class PythonHost(Site):
         return [python, SOURCES / "examples" / program, port, paths.get("library", library)]
 
     def start(self):
-        """A host that serves, and its address."""
-        host = self.launch(*self.command(), stdout=subprocess.PIPE, stderr=subprocess.PIPE)
-        line = host.stdout.readline()
-        match = re.fullmatch(r"listening on https://127\.0\.0\.1:(\d+)/\n", line)
-        if match is None:
-            self.fail(f"the host said {line!r} and {host.communicate(timeout=60)[1]!r}")
-        return host, ("127.0.0.1", int(match.group(1)))
-
-    def stop(self, host, by=signal.SIGTERM):
-        """What the host has said on standard error when it ends."""
-        host.send_signal(by)
-        _, errors = host.communicate(timeout=60)
-        self.assertEqual(host.returncode, 0, errors)
-        return errors
+        return self.launch_host(*self.command())
 
     def test_serves_a_page_with_the_pair_that_init_made(self):
         host, address = self.start()
         self.assertEqual(self.fetch(address, self.client()),
                          (200, b"Served over HTTPS with the default certificate.\n"))
-        self.assertRegex(self.stop(host), r'\A127\.0\.0\.1 .* "GET / HTTP/1\.0" 200 -\n\Z')
+        self.assertRegex(self.stop_host(host), r'\A127\.0\.0\.1 .* "GET / HTTP/1\.0" 200 -\n\Z')
 
     def test_keeps_the_pair_at_the_next_start(self):
         host, _ = self.start()
         first = self.pair()
-        self.stop(host)
+        self.stop_host(host)
         host, address = self.start()
         self.assertEqual(self.pair(), first)
         self.assertEqual(self.fetch(address, self.client())[0], 200)
@@ -58,7 +43,7 @@ class PythonHost(Site):
         for by in (signal.SIGTERM, signal.SIGINT):
             host, address = self.start()
             self.fetch(address, self.client())
-            self.stop(host, by)
+            self.stop_host(host, by)
             given, gone, returned = [line.split(" | ")[-1] for line in self.records()]
             self.assertEqual(given, "returning status=ok, handle=1, refCount_=1\n")
             self.assertEqual(gone, "refCount_ became zero, so unloading SSL libraries\n")
@@ -81,7 +66,7 @@ class PythonHost(Site):
             self.wait_for(lambda: self.refuses(address), "stopped listening", host)
             self.assertEqual(self.ask(late, self.client())[0], 200)
             self.assertEqual(silent.recv(1), b"")
-            self.stop(host)
+            self.stop_host(host)
         self.assertTrue(self.records()[-1].endswith("refCount_=0\n"))
 
     def test_survives_a_client_that_speaks_no_tls(self):
@@ -90,7 +75,7 @@ class PythonHost(Site):
             stranger.sendall(b"GET / HTTP/1.0\r\n\r\n")
             stranger.recv(100)
         self.assertEqual(self.fetch(address, self.client())[0], 200)
-        self.assertNotIn("Traceback", self.stop(host))
+        self.assertNotIn("Traceback", self.stop_host(host))
 
     def test_says_why_it_does_not_serve(self):
         alone = shutil.copy(self.build / "lib" / "libqvsslinit.so", self.root)

@@ -78,6 +78,22 @@ class Site(unittest.TestCase):
         self.addCleanup(end)
         return server
 
+    def launch_host(self, *command):
+        """One of the examples, which says where it listens; and that address."""
+        host = self.launch(*command, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+        line = host.stdout.readline()
+        match = re.fullmatch(r"listening on https://127\.0\.0\.1:(\d+)/\n", line)
+        if match is None:
+            self.fail(f"the host said {line!r} and {host.communicate(timeout=60)[1]!r}")
+        return host, ("127.0.0.1", int(match.group(1)))
+
+    def stop_host(self, host, by=signal.SIGTERM):
+        """What the host has said on standard error when it ends."""
+        host.send_signal(by)
+        _, errors = host.communicate(timeout=60)
+        self.assertEqual(host.returncode, 0, errors)
+        return errors
+
     def wait_for(self, condition, what, server):
         """Waits until the condition holds, as long as the server lives."""
         deadline = time.monotonic() + 60
