@@ -102,15 +102,18 @@ class Site(unittest.TestCase):
             self.assertLess(time.monotonic(), deadline, f"the server never {what}")
             time.sleep(0.01)
 
-    def wait_for_port(self, address, server):
-        def listens():
-            try:
-                socket.create_connection(address, timeout=60).close()
-            except ConnectionRefusedError:
-                return False
-            return True
+    @staticmethod
+    def listens(address):
+        try:
+            socket.create_connection(address, timeout=60).close()
+        except ConnectionRefusedError:
+            return False
+        except ConnectionResetError:  # by a server that just stops listening
+            pass
+        return True
 
-        self.wait_for(listens, "listened", server)
+    def wait_for_port(self, address, server):
+        self.wait_for(lambda: self.listens(address), "listened", server)
 
     def own_address(self):
         """An address of the loopback interface that no other process takes, and a port that is free
