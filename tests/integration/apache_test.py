@@ -121,6 +121,7 @@ class Apache(Site):
 
         def restart():
             before = self.resumed()
+            self.trace.rename(f"{self.trace}.{before}")
             apache.send_signal(signal.SIGUSR1)
             self.wait_for(lambda: self.resumed() > before, "resumed", apache)
 
@@ -134,11 +135,12 @@ class Apache(Site):
         children = self.logged("mod_qvsslinit: OpenSSL is ready\n")
         self.assertGreater(children, 10)
         self.assertEqual(self.counts(), {0: 1, 1: 1 + readings, 2: readings + children})
+        self.assertEqual(len(list(self.root.glob("trace.log*"))), 1 + len(restarts))
 
-    def test_with_prefork_loses_no_request_and_no_record_over_graceful_restarts(self):
+    def test_with_prefork_loses_no_request_and_no_record_over_rotations_and_graceful_restarts(self):
         self.check_restarts_under_load("prefork")
 
-    def test_with_event_loses_no_request_and_no_record_over_graceful_restarts(self):
+    def test_with_event_loses_no_request_and_no_record_over_rotations_and_graceful_restarts(self):
         self.check_restarts_under_load("event")
 
     def test_has_the_pair_of_its_first_start_and_gives_the_handle_back_when_it_is_stopped(self):

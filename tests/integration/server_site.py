@@ -145,8 +145,9 @@ class Site(unittest.TestCase):
             return self.ask(connection, context, path)
 
     def records(self):
-        """The trace, of which every line must be a whole record."""
-        lines = self.trace.read_text().splitlines(keepends=True)
+        """The trace, in the file and in those it was renamed to; every line must be a whole record."""
+        files = sorted(self.root.glob(f"{self.trace.name}*"), reverse=True)
+        lines = [line for file in files for line in file.read_text().splitlines(keepends=True)]
         for line in lines:
             self.assertRegex(line, rf"\A{RECORD.pattern}\Z")
         return lines
