@@ -162,15 +162,18 @@ class Apache(Site):
         self.assertTrue(self.records()[-1].endswith("refCount_=0\n"))
 
     def test_does_not_start_without_the_library_and_says_why(self):
+        # Nothing else is missing.
+        status, output = self.run_to_its_end("qvsslinit-cert", "--key", "p256")
+        self.assertEqual(status, 0, output)
         for name, problem in (("missing.so", "cannot open shared object file"),
                               ("libqvsslinit.so", "OpenSSL is not ready; qvsslinit-doctor tells why")):
             shutil.copy(self.build / "lib" / "libqvsslinit.so", self.root / "libqvsslinit.so")
             site = re.sub("QvSslInitLibrary .*", f"QvSslInitLibrary {self.root / name}", self.site())
-            status, output = self.run_to_its_end(*self.command(site))
+            status, output = self.run_to_its_end(*self.command(site, "-t"))
             self.assertEqual(status, 1)
             self.assertRegex(output, f"mod_qvsslinit: .*{problem}")
         site = site.replace(f"{self.root / name}", name)
-        self.assertIn("the path is not absolute", self.run_to_its_end(*self.command(site))[1])
+        self.assertIn("the path is not absolute", self.run_to_its_end(*self.command(site, "-t"))[1])
 
     def test_takes_the_module_that_apxs_builds(self):
         work = self.root / "module"

@@ -58,10 +58,9 @@ class Site(unittest.TestCase):
 
     def run_to_its_end(self, *command):
         """The status and all the output of a command that is to end by itself."""
-        done = subprocess.run([str(part) for part in command], env=self.environment, cwd=self.root,
-                              stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, timeout=60,
-                              check=False)
-        return done.returncode, done.stdout
+        done = self.launch(*command, stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
+        output, _ = done.communicate(timeout=60)
+        return done.returncode, output
 
     def launch(self, *command, **options):
         """A server, which ends with the test together with all processes that it has started."""
