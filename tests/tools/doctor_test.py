@@ -1690,6 +1690,13 @@ class Documentation(Site):
         text = re.sub(r"owner \w+:\w+", "owner USER:GROUP", text)
         return re.sub(r"'/\S+/libssl\.so\S*'", "'LIBSSL'", text)
 
+    def test_lines_that_start_it_do(self):
+        lines = self.block("sh run").replace("/opt/site", str(self.root))
+        page = run("/bin/sh", "-e", "-c", lines, cwd=self.current,
+                   env={**self.environment, "PATH": f"{self.bin}:/usr/bin:/bin"})
+        self.assertEqual(page.count(f"qvsslinit-doctor on {self.library}\n"), 2)
+        self.assertEqual(page.count("\nHealthy."), 2)
+
     def test_shows_the_page_as_it_is(self):
         self.stage()
         page = self.page("--no-init").replace(str(self.root), "/opt/site")

@@ -34,7 +34,7 @@ DROPPED = re.compile(rf"{TIME} records dropped: (\d+) \(process (\d+)\)")
 ALL_TAGS = "".join(f"Tag{number} : {number} : yes\n" for number in (1, 4, 5, 6))
 
 BLOCKS = ["sh install", "cfg", "sh run", "text records", "text nameless", "text error",
-          "text escaped", "logrotate", "text dropped", "cpp", "sh engine", "text engine"]
+          "text escaped", "logrotate", "text dropped", "cpp entry", "cpp", "sh engine", "text engine"]
 TABLES = ["Variable", "Line", "Id", "Slot", "Field"]
 
 
@@ -186,6 +186,10 @@ class Document(unittest.TestCase):
         self.assertEqual([kind for kind, _ in blocks()], BLOCKS)
         self.assertEqual(DOCUMENT.read_text().count("\n```"), 2 * len(BLOCKS))
         self.assertEqual(list(tables()), TABLES)
+
+    def test_shows_the_entry_point_as_the_example_has_it(self):
+        declared = " ".join(block("cpp entry").split()).rstrip(";")
+        self.assertIn(f" {declared} {{", " ".join(block("cpp").split()).replace("( ", "("))
 
 
 class Operation(Site):

@@ -1,0 +1,273 @@
+"""The pages lead to one another, and each block of theirs is run by a test or held against what is real.
+
+usage: pages_test.py SOURCES BUILD_DIRECTORY [Class[.test]]
+"""
+
+import ast
+import json
+import pathlib
+import re
+import shlex
+import subprocess
+import sys
+import unittest
+
+SOURCES = pathlib.Path(sys.argv.pop(1)).resolve()
+BUILD = pathlib.Path(sys.argv.pop(1)).resolve()
+
+PAGES = [SOURCES / name for name in ("README.md", "SECURITY.md", "CHANGELOG.md")]
+PAGES += sorted((SOURCES / "docs").glob("*.md"))
+
+INSTALL = "tests/install/install_test.py"
+DOCTOR = "tests/tools/doctor_test.py"
+LONG = "tests/docs/pages_test.py LongCommands.test_name_what_there_is_to_run"
+STORE = ("tests/tools/cert/cert_test.py "
+         "CertPages.test_commands_of_the_page_on_the_store_do_what_they_say")
+
+# By page the test that knows all of its blocks, or block by block what stands behind the fence and the
+# test that runs it.
+BLOCKS = {
+    "README.md": [
+        ("sh commands", LONG),
+        ("sh install", "tests/docs/pages_test.py Readme.test_shows_lines_of_the_hosting_guide"),
+        ("c", f"{INSTALL} Installation.test_gives_a_host_by_pkg_config"),
+        ("sh pkg-config", "tests/docs/pages_test.py Readme.test_shows_lines_of_the_hosting_guide"),
+    ],
+    "SECURITY.md": [
+        ("sh run", "tests/integration/default_certificate_test.py "
+                   "SecurityPage.test_commands_put_a_pair_in_place_that_init_keeps"),
+    ],
+    "CHANGELOG.md": [],
+    "docs/architecture.md": [
+        ("text folders", "tests/docs/pages_test.py Architecture.test_names_the_folders_that_there_are"),
+    ],
+    "docs/certificate-store.md": [("sh run", STORE), ("sh run", STORE), ("sh run", STORE)],
+    "docs/doctor.md": [
+        ("sh run", f"{DOCTOR} Documentation.test_lines_that_start_it_do"),
+        ("page", f"{DOCTOR} Documentation.test_shows_the_page_as_it_is"),
+        ("json", f"{DOCTOR} Documentation.test_shows_the_json_as_it_is"),
+    ],
+    "docs/glossary.md": [],
+    "docs/hosting.md":
+        f"{INSTALL} Document.test_holds_the_blocks_that_are_tried_and_no_others",
+    "docs/ini-format.md":
+        "tests/qvini/examples/examples_test.py Examples.test_programs_print_and_write_what_the_document_shows",
+    "docs/openssl.md": "tests/adapters/openssl/openssl_doc_test.py "
+                       "Document.test_every_block_is_run_or_held_against_something",
+    "docs/performance.md": [("sh", LONG)],
+    "docs/porting.md":
+        "tests/porting/porting_doc_test.py PortingDocument.test_has_no_other_blocks",
+    "docs/reliability.md": [("sh", LONG)] * 7,
+    "docs/text.md": [],
+    "docs/tracing.md": "tests/tracing/tracing_doc_test.py "
+                       "Document.test_holds_the_blocks_and_tables_that_are_tried_here_and_no_others",
+}
+# A line that needs a system of its own, and the script that has one.
+RUN_ELSEWHERE = {"dpkg-statoverride --add --update www-data www-data 0755 /var/lib/kestrix": "packaging/test"}
+
+# A place of an installation, which has a test of its own.
+INSTALLED = "include/qvsslinit-engine"
+
+
+def name_of(page):
+    return str(page.relative_to(SOURCES))
+
+
+def split(page):
+    """The lines outside of fenced blocks, each block as an empty one; and the blocks: what stands behind
+    the fence, and the body."""
+    prose, blocks, body, fence = [], [], [], None
+    for line in page.read_text().splitlines():
+        if not line.startswith("```"):
+            (prose if fence is None else body).append(line)
+        elif fence is None:
+            fence, body = line[3:], []
+            prose.append("")
+        else:
+            blocks.append((fence, "\n".join(body) + "\n"))
+            fence = None
+    if fence is not None:
+        raise AssertionError(f"{name_of(page)}: a block without an end")
+    return prose, blocks
+
+
+def anchors(page):
+    """What the headings of a page are called in links."""
+    found = []
+    for line in split(page)[0]:
+        if re.match("#+ ", line):
+            title = re.sub(r"[^\w\- ]", "", line.lstrip("#").strip().lower()).replace(" ", "-")
+            found.append(title if title not in found else f"{title}-{found.count(title)}")
+    return found
+
+
+def links(page):
+    """Where the links and pictures of a page lead."""
+    prose = re.sub(r"`[^`]*`", "`", "\n".join(split(page)[0]))
+    return re.findall(r"\]\(([^()\s]+)\)", prose)
+
+
+class Links(unittest.TestCase):
+    def test_lead_somewhere(self):
+        count = 0
+        for page in PAGES:
+            for link in links(page):
+                with self.subTest(page=name_of(page), link=link):
+                    path, _, anchor = link.partition("#")
+                    target = (page.parent / path).resolve() if path else page
+                    self.assertTrue(target.is_relative_to(SOURCES))
+                    self.assertTrue(target.exists())
+                    if anchor:
+                        self.assertIn(anchor, anchors(target))
+                    count += 1
+        self.assertGreater(count, 20)
+
+    def test_lead_from_the_readme_to_every_page(self):
+        reached = {(SOURCES / link.partition("#")[0]).resolve() for link in links(SOURCES / "README.md")}
+        self.assertEqual({name_of(page) for page in PAGES if page not in reached}, {"README.md"})
+
+    def test_to_places_of_the_tree_that_are_named_in_the_text_hold(self):
+        folders = "|".join(path.name for path in SOURCES.iterdir()
+                           if path.is_dir() and re.fullmatch("[a-z]+", path.name) and path.name != "build")
+        count = 0
+        for page in PAGES:
+            text = "\n".join(split(page)[0])
+            for place in re.findall(rf"`(?:\./)?((?:{folders})/[\w./-]*)`", text):
+                if "/NAME" not in place and place != INSTALLED:
+                    with self.subTest(page=name_of(page), place=place):
+                        path = SOURCES / place
+                        self.assertTrue(path.exists() or list(path.parent.glob(f"{path.name}.*")))
+                        count += 1
+        self.assertGreater(count, 20)
+
+
+class Readme(unittest.TestCase):
+    def test_is_a_page(self):
+        self.assertLessEqual(len((SOURCES / "README.md").read_text().splitlines()), 80)
+
+    def test_shows_lines_of_the_hosting_guide(self):
+        guide = split(SOURCES / "docs" / "hosting.md")[1]
+        for block in split(SOURCES / "README.md")[1]:
+            if block[0] in ("sh install", "sh pkg-config"):
+                self.assertIn(block, guide)
+
+
+class Architecture(unittest.TestCase):
+    def test_names_the_folders_that_there_are(self):
+        (tree,) = (body for kind, body in split(SOURCES / "docs" / "architecture.md")[1]
+                   if kind == "text folders")
+        named, parent = set(), ""
+        for line in tree.splitlines():
+            for name in re.split(" {3,}", line.strip())[0].split():
+                path = parent + name if line.startswith(" ") else name
+                with self.subTest(path=path):
+                    self.assertTrue((SOURCES / path).exists())
+                named.add(path.split("/")[0])
+                if not line.startswith(" "):
+                    parent = name
+        self.assertEqual(named, {path.name for path in SOURCES.iterdir() if path.is_dir()
+                                 and path.name != "build" and not path.name.startswith(".")})
+
+
+class Blocks(unittest.TestCase):
+    def test_are_each_run_by_a_test(self):
+        self.assertEqual(sorted(BLOCKS), sorted(name_of(page) for page in PAGES))
+        for page in PAGES:
+            claims = BLOCKS[name_of(page)]
+            if isinstance(claims, list):
+                with self.subTest(page=name_of(page)):
+                    self.assertEqual([kind for kind, _ in split(page)[1]], [kind for kind, _ in claims])
+
+    def test_are_claimed_by_tests_that_there_are_and_that_read_the_page(self):
+        scripts = "".join(file.read_text() for file in (SOURCES / "tests").rglob("CMakeLists.txt"))
+        for page, claims in BLOCKS.items():
+            for claim in {claims} if isinstance(claims, str) else {test for _, test in claims}:
+                with self.subTest(page=page, test=claim):
+                    name, test = claim.split()
+                    text = (SOURCES / name).read_text()
+                    methods = {f"{owner.name}.{method.name}" for owner in ast.parse(text).body
+                               if isinstance(owner, ast.ClassDef) for method in owner.body
+                               if isinstance(method, ast.FunctionDef)}
+                    self.assertIn(test, methods)
+                    # Some are given the page by the build.
+                    self.assertIn(pathlib.Path(page).name,
+                                  text + (SOURCES / name).with_name("CMakeLists.txt").read_text())
+                    self.assertRegex(scripts, rf"qv_add_python_tests\(\w+ {pathlib.Path(name).name}\b")
+
+    def test_stand_between_fences(self):
+        for page in PAGES:
+            lines = split(page)[0]
+            for before, line in zip([""] + lines, lines):
+                if line.startswith("    ") and not before.strip():
+                    with self.subTest(page=name_of(page), line=line):
+                        self.assertIn(line.strip(), RUN_ELSEWHERE)
+                        script = SOURCES / RUN_ELSEWHERE[line.strip()]
+                        self.assertIn(line.strip(), script.read_text().splitlines())
+
+
+class LongCommands(unittest.TestCase):
+    """Commands that take minutes are not run here: what they name is there to be run."""
+
+    def expect_script(self, program, *arguments):
+        file = SOURCES / program
+        self.assertTrue(file.stat().st_mode & 0o111)
+        head = file.read_text()[:1500]
+        for argument in arguments:
+            if argument.startswith("-"):
+                self.assertIn(argument, head)
+        if program == "scripts/fuzz" and arguments:
+            self.assertTrue((SOURCES / "fuzz" / f"{arguments[0]}_fuzzer.cpp").exists())
+
+    def expect_preset(self, kind, name):
+        presets = json.loads((SOURCES / "CMakePresets.json").read_text())
+        self.assertIn(name, [preset["name"] for preset in presets[kind]])
+
+    def expect_tests(self, arguments):
+        self.assertEqual(arguments[0], "--preset")
+        self.expect_preset("testPresets", arguments[1])
+        listed = subprocess.run(["ctest", "--test-dir", BUILD, "-N", *arguments[2:]], check=True,
+                                capture_output=True, text=True).stdout
+        self.assertGreater(int(re.search(r"Total Tests: (\d+)", listed).group(1)), 0, arguments)
+
+    def expect_target(self, arguments):
+        self.assertEqual((arguments[0], arguments[2], arguments[4:]), ("--preset", "--target", []))
+        self.expect_preset("buildPresets", arguments[1])
+        subprocess.run(["ninja", "-C", BUILD, "-t", "query", arguments[3]], check=True, capture_output=True)
+
+    def test_name_what_there_is_to_run(self):
+        sources = "".join(path.read_text() for folder in ("tests", "fuzz")
+                          for path in (SOURCES / folder).rglob("*.[ch]*"))
+        count = 0
+        for page, claims in BLOCKS.items():
+            if isinstance(claims, str):
+                continue
+            for kind, body in split(SOURCES / page)[1]:
+                if (kind, LONG) not in claims:
+                    continue
+                for line in body.splitlines():
+                    words = shlex.split(line, comments=True)
+                    with self.subTest(page=page, line=line):
+                        while "=" in words[0]:
+                            self.assertIn(f'"{words.pop(0).split("=")[0]}"', sources)
+                        if words[0] == "ctest":
+                            self.expect_tests(words[1:])
+                        elif words[:2] == ["cmake", "--build"]:
+                            self.expect_target(words[2:])
+                        else:
+                            self.expect_script(*words)
+                        count += 1
+        self.assertGreaterEqual(count, 12)
+
+    def test_of_the_sweeps_have_filters_that_select_tests(self):
+        page = (SOURCES / "docs" / "reliability.md").read_text()
+        filters = re.findall(r"\| \d+ \| `(.*?)` \|$", page, re.M)
+        self.assertGreater(len(filters), 15)
+        for name in filters:
+            with self.subTest(filter=name):
+                listed = subprocess.run([BUILD / "bin" / "sweep_tests", "--gtest_list_tests",
+                                         f"--gtest_filter={name}"], check=True, capture_output=True, text=True)
+                self.assertIn("\n  ", listed.stdout)
+
+
+if __name__ == "__main__":
+    unittest.main()
