@@ -1,4 +1,6 @@
-"""Fails when a file includes from a floor above its own. docs/architecture.md draws the floors."""
+"""Fails when a file includes from a floor above its own. docs/architecture.md draws the floors: with --dot
+it prints that drawing, as Graphviz reads it, with an arrow for each two floors one of which includes the
+other."""
 
 import pathlib
 import re
@@ -6,6 +8,17 @@ import sys
 
 root = pathlib.Path(__file__).resolve().parent.parent
 
+TITLES = {
+    8: "service, exports",
+    7: "tracing client",
+    6: "plug-ins, INI manager",
+    5: "operating system, seams",
+    4: "values with text",
+    3: "strings",
+    2: "text on raw ranges",
+    1: "ground",
+    0: "INI documents",
+}
 FLOORS = {
     1: """kit/exception/Exception kit/AddFileAndLineInfo kit/SafeInteger kit/NumericCast
           kit/CharactersToBytes kit/RangeLength kit/DLLAlloc kit/little_endian kit/big_endian
@@ -26,6 +39,7 @@ FLOORS = {
     6: """kit/LibraryInterface kit/InterfaceCast kit/LoadSharedLibrary kit/osdep/INIFileManager
           kit/osdep/OutputReleaseAssertion""",
 }
+COLOURS = ["#34507a", "#a4452c", "#2e7d4f", "#7a3f8f", "#8a6d1a"]
 # The string source reports bad positions with the two exceptions that carry a string.
 KNOWN_EXCEPTIONS = {
     ("kit/StringBase.cpp", "kit/exception/OutOfRange2.h"),
@@ -52,19 +66,54 @@ def floor_of(path: str) -> int:
     return 8
 
 
-checked = 0
-wrong = []
-for folder in ("qvini", "kit", "source", "engine"):
-    for path in sorted((root / folder).rglob("*")):
-        if path.suffix not in (".h", ".cpp"):
-            continue
-        name = str(path.relative_to(root))
-        for include in re.findall(r'^#include "((?:qvini|kit|source|engine)/[^"]+)"', path.read_text(), re.M):
-            checked += 1
-            if floor_of(include) > floor_of(name) and (name, include) not in KNOWN_EXCEPTIONS:
-                wrong.append(f"{name} (floor {floor_of(name)}) includes "
-                             f"{include} (floor {floor_of(include)})")
-if checked == 0:
-    sys.exit("check_floors: found no include at all")
-print("\n".join(wrong), file=sys.stderr, end="\n" if wrong else "")
-sys.exit(1 if wrong else 0)
+def includes():
+    """Which file includes which, as two paths."""
+    for folder in ("qvini", "kit", "source", "engine"):
+        for path in sorted((root / folder).rglob("*")):
+            if path.suffix in (".h", ".c", ".cpp"):
+                name = str(path.relative_to(root))
+                for include in re.findall(r'^#include "((?:qvini|kit|source|engine)/[^"]+)"',
+                                          path.read_text(), re.M):
+                    yield name, include
+
+
+def drawing(found) -> str:
+    """The floors, highest first, and beside the service our engine, which is a library of its own."""
+
+    def box(path):
+        return "engine" if path.startswith("engine/") else f"floor{floor_of(path)}"
+
+    arrows = {(box(name), box(include)): (name, include) in KNOWN_EXCEPTIONS for name, include in found
+              if box(name) != box(include)}
+    lines = ["// Written by scripts/check_floors.py --dot.", "digraph floors {",
+             '  graph [bgcolor=white, pad=0.3, nodesep=0.25, ranksep=0.4]',
+             '  node [shape=box, style="rounded,filled", fillcolor="#e8eef7", color="#34507a",',
+             '        fontname="Helvetica,Arial,sans-serif", fontsize=12, width=3.2]',
+             '  edge [arrowsize=0.7]']
+    lines += [f'  floor{floor} [label="{floor}  {title}", group=house]' for floor, title in TITLES.items()]
+    lines += ['  engine [label="engine, a plug-in", width=1.8]', "  {rank=same; floor8; engine}",
+              "  " + " -> ".join(f"floor{floor}" for floor in TITLES) + " [style=invis, weight=100]"]
+    # Arrows of one colour come from one box.
+    boxes = [*(f"floor{floor}" for floor in TITLES), "engine"]
+    lines += [f'  {upper} -> {lower} [color="{COLOURS[boxes.index(upper) % len(COLOURS)]}"' +
+              (", style=dashed, constraint=false]" if is_exception else "]")
+              for (upper, lower), is_exception in sorted(arrows.items())]
+    return "\n".join(lines + ["}"]) + "\n"
+
+
+def main():
+    found = list(includes())
+    if not found:
+        sys.exit("check_floors: found no include at all")
+    if sys.argv[1:] == ["--dot"]:
+        print(drawing(found), end="")
+        return
+    wrong = [f"{name} (floor {floor_of(name)}) includes {include} (floor {floor_of(include)})"
+             for name, include in found
+             if floor_of(include) > floor_of(name) and (name, include) not in KNOWN_EXCEPTIONS]
+    print("\n".join(wrong), file=sys.stderr, end="\n" if wrong else "")
+    sys.exit(1 if wrong else 0)
+
+
+if __name__ == "__main__":
+    main()

@@ -14,6 +14,9 @@ import unittest
 
 SOURCES = pathlib.Path(sys.argv.pop(1)).resolve()
 BUILD = pathlib.Path(sys.argv.pop(1)).resolve()
+sys.dont_write_bytecode = True
+sys.path.insert(0, str(SOURCES / "scripts"))
+import check_floors
 
 PAGES = [SOURCES / name for name in ("README.md", "SECURITY.md", "CHANGELOG.md")]
 PAGES += sorted((SOURCES / "docs").glob("*.md"))
@@ -167,6 +170,40 @@ class Architecture(unittest.TestCase):
                     parent = name
         self.assertEqual(named, {path.name for path in SOURCES.iterdir() if path.is_dir()
                                  and path.name != "build" and not path.name.startswith(".")})
+
+
+    def test_has_the_floors_as_they_are_checked(self):
+        page = (SOURCES / "docs" / "architecture.md").read_text()
+        rows = re.findall(r"^\| (\d) \| (.*?) \| (.*?) \|$", page, re.M)
+        self.assertEqual({int(floor): title for floor, title, _ in rows}, check_floors.TITLES)
+        for floor, _, names in rows:
+            for name in re.findall(r"`(\w+)`", names):
+                found = {check_floors.floor_of(str(path.relative_to(SOURCES)))
+                         for folder in ("kit", "source") for path in (SOURCES / folder).rglob(f"{name}.*")}
+                with self.subTest(name=name):
+                    self.assertEqual(found or {0}, {int(floor)})
+
+
+class Pictures(unittest.TestCase):
+    """Each is what Graphviz makes of the text beside it: whatever release draws it, the same boxes,
+    arrows and words, though perhaps in other places."""
+
+    def words(self, picture):
+        return sorted(re.findall(r"<(title|text)\b[^>]*>(.*?)</", picture))
+
+    def test_show_what_the_texts_say(self):
+        texts = sorted((SOURCES / "docs" / "pictures").glob("*.dot"))
+        self.assertGreaterEqual(len(texts), 3)
+        self.assertEqual([text.with_suffix(".svg") for text in texts],
+                         sorted((SOURCES / "docs" / "pictures").glob("*.svg")))
+        for text in texts:
+            with self.subTest(picture=text.name):
+                drawn = subprocess.run(["dot", "-Tsvg", text], check=True, capture_output=True, text=True)
+                self.assertEqual(self.words(text.with_suffix(".svg").read_text()), self.words(drawn.stdout))
+
+    def test_of_the_floors_shows_the_includes_there_are(self):
+        self.assertEqual((SOURCES / "docs" / "pictures" / "floors.dot").read_text(),
+                         check_floors.drawing(check_floors.includes()))
 
 
 class Blocks(unittest.TestCase):
