@@ -199,11 +199,12 @@ class Pictures(unittest.TestCase):
         for text in texts:
             with self.subTest(picture=text.name):
                 drawn = subprocess.run(["dot", "-Tsvg", text], check=True, capture_output=True, text=True)
-                self.assertEqual(self.words(text.with_suffix(".svg").read_text()), self.words(drawn.stdout))
+                self.assertEqual(self.words(text.with_suffix(".svg").read_text()), self.words(drawn.stdout),
+                                 "scripts/pictures draws it anew")
 
     def test_of_the_floors_shows_the_includes_there_are(self):
         self.assertEqual((SOURCES / "docs" / "pictures" / "floors.dot").read_text(),
-                         check_floors.drawing(check_floors.includes()))
+                         check_floors.drawing(check_floors.includes()), "scripts/pictures draws it anew")
 
 
 class Blocks(unittest.TestCase):
