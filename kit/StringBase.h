@@ -258,7 +258,8 @@ class StringBase {
   friend bool operator>=(Text a, Text b) { return Order(a, b) >= 0; }
   /// @}
 
-  /// Bytes that serialize() writes.
+  /// Bytes that serialize() writes. Where 32 bits do not count them, a WString stops before the
+  /// character that is too much, and any other form throws OutOfRange.
   std::uint32_t serializationSize() const;
   /// Writes a little-endian 4-byte count of bytes, then the bytes, and moves cursor past them.
   /// Throws BufferOverflow, with nothing written, when there is no room for all of them.

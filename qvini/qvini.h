@@ -110,7 +110,7 @@ enum {
 
 /// A buffer for one string, at least 256 bytes long.
 typedef struct IniStringCache {
-  /// Null before the first use.
+  /// Memory of the C heap.
   char* bytes;
   /// How many bytes there is room for.
   size_t size;
@@ -206,8 +206,9 @@ int IniWrite(IniDocument* document, IniLineOutputFunction output, void* sink);
 /// Reads a file into the document, and remembers path and modification time. A line ends at LF, CR,
 /// CR LF, LF CR or NUL. 0 or:
 /// kIniBadPath, kIniOpenForReadingFailed, kIniUnknownEncoding: the document is as it was;
-/// kIniReadFailed, kIniOutOfMemory: the document is empty. Path and time are as they were either
-/// way.
+/// kIniReadFailed: the document is empty;
+/// kIniOutOfMemory: it is empty, or as it was where there was no memory for the path.
+/// Path and time are as they were in each of these cases.
 int IniReadFromFile(IniDocument* document, const char* path);
 
 /// Writes the document into a file, and remembers path and modification time. The document itself

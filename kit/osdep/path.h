@@ -102,7 +102,8 @@ void CreateDir(const wchar_t* path);
 void RemoveFile(const WString& path);
 
 /// Removes an empty directory, or a symbolic link that leads to a directory. Throws
-/// NonexistentException when path is no directory, AccessDenied when it cannot be removed.
+/// NonexistentException when path is no directory, AccessDenied when it cannot be removed,
+/// PosixError when the link cannot.
 void RemoveDir(const WString& path);
 
 /// Removes the directory with the absolute path and everything below it whose name does not begin
@@ -119,11 +120,12 @@ void RemoveDirForce(const WString& path);
 void RenameFile(const WString& from, const WString& to);
 
 /// Copies the contents of the file from to the file to, which gets permissions 0600 when it is new;
-/// both paths are absolute. Does nothing when both name the same file, be it by names that differ
-/// in case alone or through links. Throws FileAlreadyExists when to is a file and overwrite is
-/// false, even one that comes into being meanwhile, PosixError when a file cannot be opened or
-/// looked at, FileReadFailed, FileWriteFailed. A copy that fails leaves no new file behind, not
-/// even at the end of a symbolic link, and to untouched when from cannot be read at all.
+/// both paths are absolute. Throws FileAlreadyExists when to is a file and overwrite is false, even
+/// one that comes into being meanwhile; does nothing otherwise when both name the same file, be it
+/// by names that differ in case alone or through links. Throws PosixError when a file cannot be
+/// opened or looked at, FileReadFailed, FileWriteFailed. A copy that fails leaves no new file
+/// behind, not even at the end of a symbolic link, and to untouched when from cannot be read at
+/// all.
 void CpFile(const WString& from, const WString& to, bool overwrite);
 
 /// Copies what the directory from holds to the directory to, except for names that begin with ".";
