@@ -207,6 +207,22 @@ TEST(NoMemory, WhileReadingAFileLeavesAnEmptyDocumentAndTheRememberedPath) {
             static_cast<std::ptrdiff_t>(results.size()) - 1);
 }
 
+TEST(NoMemory, ForTheNameOfAFileToBeReadLeavesTheDocument) {
+  const TemporaryDirectory directory;
+  directory.write("file", "[s]\nk = v\n");
+  const std::string path = directory.path("file");
+  const TestDocument document({"[old]", "k = v"});
+  const Texts before = document.lines();
+  int result = 0;
+  {
+    FailingAllocator allocator;
+    allocator.FailCall(1);
+    result = IniReadFromFile(document, path.c_str());
+  }
+  EXPECT_EQ(result, kIniOutOfMemory);
+  EXPECT_EQ(document.lines(), before);
+}
+
 TEST(NoMemory, WhileWritingEndsIt) {
   const TestDocument document({"[s]"});
   IniPut(document, "s", "k", std::string(1000, 'x').c_str(), 0);
