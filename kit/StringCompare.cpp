@@ -45,22 +45,35 @@ std::int32_t LengthDifference(std::ptrdiff_t first, std::ptrdiff_t second) {
       std::clamp<std::int64_t>(difference, Limits::min(), Limits::max()));
 }
 
-constexpr std::ptrdiff_t kRun = 32;
+/// Characters that are compared together, in a vector of the compiler's own, which it has on every
+/// machine. A loop over single characters becomes one of vectors as well, but then gathers what
+/// each of their parts has found, which takes as long as to find it.
+template <typename CharT>
+struct Run {
+  using Bits = std::conditional_t<sizeof(CharT) == 1, std::uint8_t, std::uint32_t>;
+  using Vector [[gnu::vector_size(16)]] = Bits;
+  using Words [[gnu::vector_size(16)]] = std::uint64_t;
+  static constexpr std::ptrdiff_t kLength = sizeof(Vector) / sizeof(CharT);
+  static constexpr Bits kCase = 'a' ^ 'A';
 
-/// Whether kRun characters are equal but for the bit of a letter's case. All of them are looked at,
-/// in a loop without an early end, which the compiler makes one of vectors.
+  /// Adds to differences those of two runs, but for the bit of a letter's case.
+  static void compare(const CharT* first, const CharT* second, Words& differences) {
+    Vector one;
+    Vector other;
+    std::memcpy(&one, first, sizeof(one));
+    std::memcpy(&other, second, sizeof(other));
+    const auto isLetter = reinterpret_cast<Vector>((one | kCase) - Bits{'a'} <= Bits{'z' - 'a'});
+    differences |= reinterpret_cast<Words>((one ^ other) & ~(isLetter & kCase));
+  }
+};
+
+/// Whether two stretches of two runs each are equal but for the case of letters.
 template <typename CharT>
 bool AreEqualRuns(const CharT* first, const CharT* second) {
-  using Bits = std::conditional_t<sizeof(CharT) == 1, std::uint8_t, std::uint32_t>;
-  constexpr Bits kCase = 'a' ^ 'A';
-  Bits differences = 0;
-  for (std::ptrdiff_t i = 0; i < kRun; ++i) {
-    const auto character = static_cast<Bits>(first[i]);
-    const auto difference = static_cast<Bits>(character ^ static_cast<Bits>(second[i]));
-    const bool isLetter = static_cast<Bits>((character | kCase) - 'a') <= 'z' - 'a';
-    differences |= isLetter ? static_cast<Bits>(difference & ~kCase) : difference;
-  }
-  return differences == 0;
+  typename Run<CharT>::Words differences{};
+  Run<CharT>::compare(first, second, differences);
+  Run<CharT>::compare(first + Run<CharT>::kLength, second + Run<CharT>::kLength, differences);
+  return (differences[0] | differences[1]) == 0;
 }
 
 template <typename CharT>
@@ -69,7 +82,8 @@ bool AreEqualRanges(const CharT* first, const CharT* firstEnd, const CharT* seco
   if (firstEnd - first != secondEnd - second) {
     return false;
   }
-  for (; firstEnd - first >= kRun; first += kRun, second += kRun) {
+  constexpr std::ptrdiff_t kStep = 2 * Run<CharT>::kLength;
+  for (; firstEnd - first >= kStep; first += kStep, second += kStep) {
     if (!AreEqualRuns(first, second)) {
       return false;
     }

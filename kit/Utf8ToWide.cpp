@@ -6,6 +6,7 @@
 #include "kit/AddFileAndLineInfo.h"
 #include "kit/RangeLength.h"
 #include "kit/SafeInteger.h"
+#include "kit/Utf8Run.h"
 #include "kit/exception/BufferOverflow.h"
 #include "kit/exception/InvalidSequence.h"
 
@@ -40,15 +41,10 @@ Sequence SequenceOf(unsigned char lead) {
   return {0, 0, 0};
 }
 
-// Text is ASCII mostly: as many bytes as this are looked at, and written, together.
-constexpr std::ptrdiff_t kRun = 32;
-
-constexpr std::ptrdiff_t kLongest = 6;  // bytes of a character
-
-// Whether the kRun bytes at p are ASCII.
+// Whether the kUtf8Run bytes at p are ASCII.
 bool IsAsciiRun(const unsigned char* p) {
-  std::uint64_t words[kRun / sizeof(std::uint64_t)];
-  std::memcpy(words, p, kRun);
+  std::uint64_t words[kUtf8Run / sizeof(std::uint64_t)];
+  std::memcpy(words, p, kUtf8Run);
   std::uint64_t bits = 0;
   for (const std::uint64_t word : words) {
     bits |= word;
@@ -97,20 +93,20 @@ void Decode(const unsigned char*& begin, const unsigned char* end, wchar_t*& out
             const wchar_t* outEnd) {
   const unsigned char* p = begin;
   wchar_t* out = outBegin;
-  while (end - p >= kRun && outEnd - out >= kRun) {
+  while (end - p >= kUtf8Run && outEnd - out >= kUtf8Run) {
     if (IsAsciiRun(p)) {
-      for (std::ptrdiff_t i = 0; i < kRun; ++i) {
+      for (std::ptrdiff_t i = 0; i < kUtf8Run; ++i) {
         out[i] = static_cast<wchar_t>(p[i]);
       }
-      p += kRun;
-    } else if (end - p >= kRun * kLongest) {
-      for (std::ptrdiff_t i = 0; i < kRun; ++i) {
+      p += kUtf8Run;
+    } else if (end - p >= kUtf8Run * kLongestInUtf8) {
+      for (std::ptrdiff_t i = 0; i < kUtf8Run; ++i) {
         p = Next(p, end, out[i]);
       }
     } else {
       break;
     }
-    out += kRun;
+    out += kUtf8Run;
   }
   while (p < end && out < outEnd) {
     p = ConvertNextUtf8Character(p, end, *out);
@@ -179,11 +175,11 @@ std::uint32_t GetUtf8StringLength(const unsigned char* begin, const unsigned cha
   wchar_t character = 0;
   // An empty text may be two null pointers, whose difference is 0.
   // cppcheck-suppress nullPointerArithmetic
-  for (; end - p >= kRun; count += kRun) {
+  for (; end - p >= kUtf8Run; count += kUtf8Run) {
     if (IsAsciiRun(p)) {
-      p += kRun;
-    } else if (end - p >= kRun * kLongest) {
-      for (std::ptrdiff_t i = 0; i < kRun; ++i) {
+      p += kUtf8Run;
+    } else if (end - p >= kUtf8Run * kLongestInUtf8) {
+      for (std::ptrdiff_t i = 0; i < kUtf8Run; ++i) {
         p = Next(p, end, character);
       }
     } else {

@@ -6,19 +6,15 @@
 
 #include "kit/RangeLength.h"
 #include "kit/SafeInteger.h"
+#include "kit/Utf8Run.h"
 
 namespace qv::kit {
 namespace {
 
-// Text is ASCII mostly: as many characters as this are looked at, and written, together.
-constexpr std::ptrdiff_t kRun = 32;
-
-constexpr std::ptrdiff_t kLongest = 6;  // bytes of a character
-
-// Whether the kRun characters at p are ASCII.
+// Whether the kUtf8Run characters at p are ASCII.
 bool IsAsciiRun(const wchar_t* p) {
   std::uint32_t bits = 0;
-  for (std::ptrdiff_t i = 0; i < kRun; ++i) {
+  for (std::ptrdiff_t i = 0; i < kUtf8Run; ++i) {
     bits |= static_cast<std::uint32_t>(p[i]);
   }
   return bits < 0x80;
@@ -75,16 +71,16 @@ unsigned char* Encode(wchar_t character, unsigned char* out) {
   if (value <= 0x1FFFFF) {
     return EncodeAs<4>(value, out);
   }
-  return value <= 0x3FFFFFF ? EncodeAs<5>(value, out) : EncodeAs<kLongest>(value, out);
+  return value <= 0x3FFFFFF ? EncodeAs<5>(value, out) : EncodeAs<kLongestInUtf8>(value, out);
 }
 
 // Bytes of the first characters that stay within limit together.
 std::uint64_t CountBytes(const wchar_t* p, const wchar_t* end, std::uint64_t limit) {
   std::uint64_t count = 0;
   while (p < end) {
-    if (end - p >= kRun && limit - count >= kRun && IsAsciiRun(p)) {
-      count += kRun;
-      p += kRun;
+    if (end - p >= kUtf8Run && limit - count >= kUtf8Run && IsAsciiRun(p)) {
+      count += kUtf8Run;
+      p += kUtf8Run;
       continue;
     }
     const auto length = static_cast<std::uint64_t>(EncodedLength(EncodableValue(*p)));
@@ -104,20 +100,20 @@ std::uint32_t WideToUtf8(const wchar_t* begin, const wchar_t* end, unsigned char
   unsigned char* written = out;
   // An empty text may be two null pointers, whose difference is 0.
   // cppcheck-suppress nullPointerArithmetic
-  while (end - begin >= kRun && outEnd - written >= kRun) {
+  while (end - begin >= kUtf8Run && outEnd - written >= kUtf8Run) {
     if (IsAsciiRun(begin)) {
-      for (std::ptrdiff_t i = 0; i < kRun; ++i) {
+      for (std::ptrdiff_t i = 0; i < kUtf8Run; ++i) {
         written[i] = static_cast<unsigned char>(begin[i]);
       }
-      written += kRun;
-    } else if (outEnd - written >= kRun * kLongest) {
-      for (std::ptrdiff_t i = 0; i < kRun; ++i) {
+      written += kUtf8Run;
+    } else if (outEnd - written >= kUtf8Run * kLongestInUtf8) {
+      for (std::ptrdiff_t i = 0; i < kUtf8Run; ++i) {
         written = Encode(begin[i], written);
       }
     } else {
       break;
     }
-    begin += kRun;
+    begin += kUtf8Run;
   }
   for (; begin < end; ++begin) {
     if (outEnd - written < EncodedLength(EncodableValue(*begin))) {

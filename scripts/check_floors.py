@@ -21,7 +21,7 @@ TITLES = {
 }
 FLOORS = {
     1: """kit/exception/Exception kit/AddFileAndLineInfo kit/SafeInteger kit/NumericCast
-          kit/CharactersToBytes kit/RangeLength kit/DLLAlloc kit/little_endian kit/big_endian
+          kit/CharactersToBytes kit/RangeLength kit/DLLAlloc kit/Utf8Run kit/little_endian kit/big_endian
           kit/osdep/CriticalSection kit/osdep/UnixCriticalSection kit/osdep/AtomicInt
           kit/osdep/CancellationDeferral
           kit/IRefCounted kit/SmartPtr kit/AbsTime kit/FixedPoint128 kit/TimeValue kit/TimeAbsolute

@@ -246,9 +246,9 @@ std::vector<Known<StatusChain>> KnownChains() {
     chains.push_back({"code " + std::to_string(code), chain});
   }
   StatusChain literal;
-  literal.set(0x80004005);
+  literal.set(static_cast<long>(0x80004005));
   literal.pushCurrent();
-  literal.set(0x8ABC7034);
+  literal.set(static_cast<long>(0x8ABC7034));
   chains.push_back({"codes with the high bit", literal});
   const Vector<Element> history = KnownVectors(KnownStatuses()).back().value;
   for (const auto& [name, status] : KnownStatuses()) {
