@@ -74,21 +74,24 @@ unsigned char* Encode(wchar_t character, unsigned char* out) {
   return value <= 0x3FFFFFF ? EncodeAs<5>(value, out) : EncodeAs<kLongestInUtf8>(value, out);
 }
 
+std::uint64_t LengthOf(wchar_t character) {
+  return static_cast<std::uint64_t>(EncodedLength(EncodableValue(character)));
+}
+
 // Bytes of the first characters that stay within limit together.
 std::uint64_t CountBytes(const wchar_t* p, const wchar_t* end, std::uint64_t limit) {
   std::uint64_t count = 0;
-  while (p < end) {
-    if (end - p >= kUtf8Run && limit - count >= kUtf8Run && IsAsciiRun(p)) {
+  for (; end - p >= kUtf8Run && limit - count >= kUtf8Run * kLongestInUtf8; p += kUtf8Run) {
+    if (IsAsciiRun(p)) {
       count += kUtf8Run;
-      p += kUtf8Run;
-      continue;
+    } else {
+      for (std::ptrdiff_t i = 0; i < kUtf8Run; ++i) {
+        count += LengthOf(p[i]);
+      }
     }
-    const auto length = static_cast<std::uint64_t>(EncodedLength(EncodableValue(*p)));
-    if (limit - count < length) {
-      break;
-    }
-    count += length;
-    ++p;
+  }
+  for (; p < end && limit - count >= LengthOf(*p); ++p) {
+    count += LengthOf(*p);
   }
   return count;
 }

@@ -101,7 +101,9 @@ static qvini_Comparison ComparisonOf(const IniDocument* document) {
 }
 
 qvini_Range qvini_WantedName(const IniDocument* document, const char* name) {
-  return document->caseSensitive ? qvini_Whole(name) : qvini_TrimmedText(name);
+  // No bytes of nothing are not for memcpy and memcmp.
+  const char* const text = name == NULL ? "" : name;
+  return document->caseSensitive ? qvini_Whole(text) : qvini_TrimmedText(text);
 }
 
 qvini_Section* qvini_FindSection(IniDocument* document, qvini_Range name) {

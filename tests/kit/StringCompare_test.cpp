@@ -91,6 +91,27 @@ TEST(StringCaseEqual, HoldsForWideCharactersWhoseOrderIsZero) {
   }
 }
 
+template <typename CharT>
+void ExpectThatADifferenceIsSeenAtEveryPlace() {
+  for (std::size_t length = 1; length <= 100; ++length) {
+    const std::basic_string<CharT> small(length, CharT{'m'});
+    std::basic_string<CharT> other(length, CharT{'M'});
+    ASSERT_TRUE(CaseEqual(small, other)) << length;
+    for (CharT& character : other) {
+      for (const CharT different : {CharT{'n'}, CharT{'-'}}) {
+        character = different;
+        ASSERT_FALSE(CaseEqual(small, other)) << length << ' ' << &character - other.data();
+      }
+      character = CharT{'M'};
+    }
+  }
+}
+
+TEST(StringCaseEqual, SeesADifferenceAtEveryPlaceOfTextsOfAnyLength) {
+  ExpectThatADifferenceIsSeenAtEveryPlace<char>();
+  ExpectThatADifferenceIsSeenAtEveryPlace<wchar_t>();
+}
+
 TEST(StringCaseEqual, NeverHoldsForTextsOfDifferentLengths) {
   for (const std::size_t length : {0U, 1U, 31U, 32U, 64U}) {
     EXPECT_FALSE(CaseEqual(std::string(length, 'a'), std::string(length + 1, 'a')));

@@ -393,6 +393,17 @@ TEST(Utf8ToWide, AgreesWithTheReferenceOnBoundaryBytesBeforeALotOfText) {
   }
 }
 
+TEST(Utf8ToWide, AgreesWithTheReferenceOnAnyNumberOfCharactersOfOneLength) {
+  for (const std::uint32_t value : {0x7FU, 0x7FFU, 0xFFFFU, 0x1FFFFFU, 0x7FFFFFFFU}) {
+    const Bytes character = reference::EncodeOne(value);
+    Bytes input;
+    for (int count = 1; count <= 150; ++count) {
+      input.insert(input.end(), character.begin(), character.end());
+      ASSERT_NO_FATAL_FAILURE(ExpectAgreementWithoutTrace(input)) << value << ' ' << count;
+    }
+  }
+}
+
 TEST(Utf8ToWide, FillsAnyRoomWithAsMuchOfALongTextAsFits) {
   Bytes input;
   std::vector<std::uint32_t> values;

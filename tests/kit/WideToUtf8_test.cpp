@@ -114,6 +114,11 @@ TEST(WideToUtf8, ACutIsTheReferencesAtEveryRoom) {
   longText.insert(longText.end(), 70, L'y');
   const std::vector<wchar_t> texts[] = {
       std::vector<wchar_t>(70, L'x'),
+      std::vector<wchar_t>(70, Wide(0x7FF)),
+      std::vector<wchar_t>(70, Wide(0xFFFF)),
+      std::vector<wchar_t>(70, Wide(0x1FFFFF)),
+      std::vector<wchar_t>(70, Wide(0x3FFFFFF)),
+      std::vector<wchar_t>(70, Wide(0x7FFFFFFF)),
       longText,
       {0x7FFFFFFF, L'a', 0x3FFFFFF, L'b', 0x10000, L'c', 0x800, L'd', 0x80, L'e'},
       {L'1', L'2', L'3', L'4', L'5', L'6', L'7', 0x20AC, L'8', L'9', L'0', L'a', L'b', L'c', L'd',
@@ -160,6 +165,8 @@ TEST(WideToUtf8, AgreesWithTheReferenceWithOneOddCharacterAnywhereInARunOfAscii)
       }
     }
   }
+  ExpectAgreement(std::vector<wchar_t>(64, Wide(0x0)));
+  ExpectAgreement(std::vector<wchar_t>(64, Wide(0x80)));
 }
 
 TEST(WideToUtf8, AgreesWithTheReferenceOnALargeSample) {

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <set>
 #include <string>
@@ -62,19 +63,37 @@ TEST(HashName, IsTheSameInAnyCaseWhenAskedForThat) {
 }
 
 TEST(HashName, InAnyCaseIsThatOfTheNameInSmallLetters) {
-  // In whole words and behind them, where there is one and where there is none.
+  // In whole words and behind them, where there is one and where there is none, amid bytes of which
+  // none may change another.
   for (const std::size_t length : {7U, 8U, 9U, 23U}) {
     for (std::size_t place = 0; place < length; ++place) {
       for (int byte = 0; byte < 256; ++byte) {
-        std::string name(length, '-');
-        name[place] = static_cast<char>(byte);
-        std::string small = name;
-        small[place] = qvini_LowerCase(name[place]);
-        ASSERT_EQ(Hash(kKey, name, true), Hash(kKey, small))
-            << length << ' ' << place << ' ' << byte;
+        for (const char around : {'-', '@', 'A', 'Z', '[', '\x7f', '\x80', '\xff'}) {
+          std::string name(length, around);
+          name[place] = static_cast<char>(byte);
+          std::string small = name;
+          std::transform(small.begin(), small.end(), small.begin(), qvini_LowerCase);
+          ASSERT_EQ(Hash(kKey, name, true), Hash(kKey, small))
+              << length << ' ' << place << ' ' << byte << ' ' << +around;
+        }
       }
     }
   }
+}
+
+// What a file's author could guess would let names be chosen that all have one place in an index.
+TEST(NewHashKey, HasNoBitThatCanBeForetold) {
+  std::uint64_t ones[2] = {0, 0};
+  std::uint64_t zeros[2] = {0, 0};
+  for (int i = 0; i < 100; ++i) {
+    const qvini_HashKey key = qvini_NewHashKey();
+    ones[0] |= key.first;
+    ones[1] |= key.second;
+    zeros[0] |= ~key.first;
+    zeros[1] |= ~key.second;
+  }
+  for (const std::uint64_t seen : {ones[0], ones[1], zeros[0], zeros[1]})
+    EXPECT_EQ(seen, ~std::uint64_t{0});
 }
 
 TEST(NewHashKey, IsAnotherOneEachTime) {

@@ -322,6 +322,23 @@ TEST(IniGet, TellsWhatIsMissingAndLeavesTheValue) {
   EXPECT_EQ(IniGet(document, "s", "k", nullptr), 1);
 }
 
+TEST(IniGet, FindsNothingUnderNoNameInALongDocumentEither) {
+  TestDocument document;
+  for (int number = 0; number < 40; ++number) {
+    const std::string name = std::to_string(number);
+    ASSERT_EQ(IniPut(document, name.c_str(), "k", "v", 0), 1);
+    ASSERT_EQ(IniPut(document, "s", name.c_str(), "v", 0), 1);
+  }
+  for (const int caseSensitive : {0, 1}) {
+    document->caseSensitive = caseSensitive;
+    const char* value = "untouched";
+    EXPECT_EQ(IniGet(document, nullptr, "k", &value), 0);
+    EXPECT_EQ(IniGet(document, "s", nullptr, &value), 0);
+    EXPECT_EQ(IniGet(document, nullptr, nullptr, &value), 0);
+    EXPECT_STREQ(value, "untouched");
+  }
+}
+
 TEST(LastLine, IsThatOfTheEntryFound) {
   const TestDocument document({"", "[s]", "a = 1", "; comment", "b = 2"});
   document.value("s", "b");

@@ -3,8 +3,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <limits>
+#include <numeric>
 #include <random>
 #include <set>
 #include <vector>
@@ -70,6 +72,43 @@ TEST(HandleNumbers, AreThoseOfAPlainSetWhateverTheOrder) {
     }
   }
   EXPECT_THAT(numbers.all(), ElementsAreArray(plain));
+}
+
+TEST(HandleNumbers, MayHaveGapsAndBeginAnywhere) {
+  std::mt19937 chance(2);
+  for (int round = 0; round < 200; ++round) {
+    HandleNumbers numbers;
+    std::set<std::int32_t> plain;
+    for (auto next = static_cast<std::int32_t>(1 + chance() % 1000); plain.size() < 60;
+         next += static_cast<std::int32_t>(1 + chance() % 3 * (chance() % 100))) {
+      plain.insert(next);
+      numbers.add(next);
+    }
+    const std::int32_t end = *plain.rbegin() + 3;
+    for (int i = 0; i < 400; ++i) {
+      const auto wanted = static_cast<std::int32_t>(chance() % static_cast<unsigned>(end));
+      ASSERT_EQ(numbers.remove(wanted), plain.erase(wanted) == 1) << wanted;
+    }
+    ASSERT_THAT(numbers.all(), ElementsAreArray(plain));
+  }
+}
+
+// Minutes, if a removal moved the rest.
+TEST(HandleNumbers, OfManyHandlesAreRemovedInAnyOrder) {
+  constexpr std::int32_t kMany = 200000;
+  std::vector<std::int32_t> rising(kMany);
+  std::iota(rising.begin(), rising.end(), 1);
+  std::vector<std::int32_t> falling(rising.rbegin(), rising.rend());
+  std::vector<std::int32_t> shuffled = rising;
+  std::shuffle(shuffled.begin(), shuffled.end(), std::mt19937(3));
+  for (const auto& order : {rising, falling, shuffled}) {
+    HandleNumbers numbers;
+    for (const std::int32_t number : rising)
+      numbers.add(number);
+    for (const std::int32_t number : order)
+      ASSERT_TRUE(numbers.remove(number));
+    EXPECT_THAT(numbers.all(), IsEmpty());
+  }
 }
 
 }  // namespace

@@ -54,11 +54,27 @@ TEST(TraceLine, FormatsAsTheCLibraryDoesAndCutsWhatIsTooLong) {
 
 TEST(TraceLine, LeavesEveryOtherFormatToTheCLibrary) {
   QV_EXPECT_AS_PRINTED("100%% of %d", 5);
-  QV_EXPECT_AS_PRINTED("%5d|%-5d|%05d", 17, 17, 17);
-  QV_EXPECT_AS_PRINTED("%.2s|%8s", "text", "text");
-  QV_EXPECT_AS_PRINTED("%u %x %o %c", 17U, 255U, 8U, 'c');
-  QV_EXPECT_AS_PRINTED("%ld %lld %zu", -1L, -2LL, std::size_t{3});
-  QV_EXPECT_AS_PRINTED("%g %p", 1.5, static_cast<const void*>("somewhere"));
+  // Each by itself: one that is none of the simple ones takes the others along.
+  QV_EXPECT_AS_PRINTED("%5d", 17);
+  QV_EXPECT_AS_PRINTED("%-5d", 17);
+  QV_EXPECT_AS_PRINTED("%05d", 17);
+  QV_EXPECT_AS_PRINTED("%+d", 17);
+  QV_EXPECT_AS_PRINTED("% d", 17);
+  QV_EXPECT_AS_PRINTED("%i", 17);
+  QV_EXPECT_AS_PRINTED("%.2s", "text");
+  QV_EXPECT_AS_PRINTED("%8s", "text");
+  QV_EXPECT_AS_PRINTED("%u", 4000000000U);
+  QV_EXPECT_AS_PRINTED("%x", 255U);
+  QV_EXPECT_AS_PRINTED("%X", 255U);
+  QV_EXPECT_AS_PRINTED("%o", 8U);
+  QV_EXPECT_AS_PRINTED("%c", 'c');
+  QV_EXPECT_AS_PRINTED("%hd", static_cast<short>(-3));
+  QV_EXPECT_AS_PRINTED("%ld", -1L);
+  QV_EXPECT_AS_PRINTED("%lld", -20000000000LL);
+  QV_EXPECT_AS_PRINTED("%zu", std::size_t{3});
+  QV_EXPECT_AS_PRINTED("%ls", L"wide");
+  QV_EXPECT_AS_PRINTED("%g", 1.5);
+  QV_EXPECT_AS_PRINTED("%p", static_cast<const void*>("somewhere"));
   QV_EXPECT_AS_PRINTED("%s %s %u", "simple", "first", 1U);
 }
 
@@ -75,6 +91,11 @@ TEST(TraceLine, OfAFormatThatBreaksOffHasWhatTheCLibraryHas) {
   const char* volatile formats[] = {"%", "text %", "%s %", "%y"};
   for (const char* format : formats)
     EXPECT_EQ(Line(3, format, "a"), Printed(3, format, "a")) << format;
+}
+
+TEST(TraceLine, OfACharacterThatTheLocaleLacksEndsBeforeIt) {
+  EXPECT_EQ(Line(3, "a %ls b", L"\xD800"), "---a ");
+  EXPECT_EQ(Line(3, "%ls", L"\xD800"), "---");
 }
 
 TEST(TraceLine, FormatsNumbersAndTextsDrawnAtRandomAsTheCLibraryDoes) {
