@@ -4,25 +4,13 @@
 #include <openssl/pem.h>
 
 #include "tools/cert/Failure.h"
+#include "tools/cert/Serving.h"
 #include "tools/cert/Warning.h"
+#include "tools/cert/WholeFile.h"
 #include "tools/common/Printable.h"
-#include "tools/common/SmallFile.h"
 
 namespace qv::tools::cert {
 namespace {
-
-// Less is refused by OpenSSL in its usual settings.
-constexpr int kLeastSecurityBits = 112;
-
-std::string Read(const std::string& path) {
-  const FileFacts facts(path);
-  if (!facts.isThere()) throw Failure(Quoted(path) + " is " + facts.kindText());
-  SmallFile file(facts);
-  if (!file.failure.empty()) throw Failure(Quoted(path) + " cannot be read: " + file.failure);
-  if (file.isCut)
-    throw Failure(Quoted(path) + " has more than 1 MiB, as no key or certificate has");
-  return std::move(file.text);
-}
 
 Bio TextBio(const std::string& text) {
   Bio bio(BIO_new_mem_buf(text.data(), static_cast<int>(text.size())));
@@ -37,7 +25,7 @@ int NotePassPhrase(char* /*buffer*/, int /*size*/, int /*isWriting*/, void* isWa
 }
 
 Key ReadKey(const std::string& path) {
-  const std::string text = Read(path);
+  const std::string text = ReadWhole(path);
   const Bio bio = TextBio(text);
   bool isEncrypted = false;
   Key key(PEM_read_bio_PrivateKey(bio.get(), nullptr, NotePassPhrase, &isEncrypted));
@@ -57,7 +45,7 @@ bool IsAtEnd() {
 }
 
 std::vector<Certificate> ReadChain(const std::string& path) {
-  const std::string text = Read(path);
+  const std::string text = ReadWhole(path);
   const Bio bio = TextBio(text);
   std::vector<Certificate> chain;
   bool isEncrypted = false;
@@ -83,6 +71,11 @@ void RequireMatch(const Pair& pair, const std::string& keyFile,
   throw Failure(Quoted(keyFile) + " is not the key of " + Quoted(certificateFile));
 }
 
+bool IsSigner(X509* signer, X509* certificate) {
+  return X509_cmp(signer, certificate) != 0 &&
+         X509_verify(certificate, X509_get0_pubkey(signer)) == 1;
+}
+
 void Judge(const Pair& pair) {
   const X509* const certificate = pair.chain.front().get();
   const ASN1_TIME* const begin = X509_get0_notBefore(certificate);
@@ -92,8 +85,15 @@ void Judge(const Pair& pair) {
     Warn("the certificate is not valid before " + UtcText(begin));
   if (AlternativeNames(certificate).empty())
     Warn("the certificate has no subjectAltName, where clients look for names");
-  if (EVP_PKEY_get_security_bits(pair.key.get()) < kLeastSecurityBits)
-    Warn("the key is too short for OpenSSL in its usual settings");
+  if (X509_check_purpose(pair.chain.front().get(), X509_PURPOSE_SSL_SERVER, 0) != 1)
+    Warn("the certificate says that it is for another use than TLS servers");
+  if (const std::string reason = WhyNotInUsualSettings(pair); !reason.empty())
+    Warn("a server may not start with this pair: " + reason);
+  for (std::size_t i = 1; i < pair.chain.size(); ++i) {
+    if (!IsSigner(pair.chain[i].get(), pair.chain[i - 1].get()))
+      Warn("certificate " + std::to_string(i + 1) + " is not that of the signer of certificate " +
+           std::to_string(i) + ", which clients may not accept");
+  }
 }
 
 }  // namespace
@@ -103,7 +103,7 @@ Pair ImportPair(const std::string& keyFile, const std::string& certificateFile) 
   pair.key = ReadKey(keyFile);
   pair.chain = ReadChain(certificateFile);
   RequireMatch(pair, keyFile, certificateFile);
-  ERR_clear_error();
+  RequireUseToServer(pair);
   Judge(pair);
   return pair;
 }

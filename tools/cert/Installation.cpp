@@ -43,8 +43,10 @@ void EnterStore(const std::string& store) {
                   ": make the directory and give it to the user that the server runs as");
   }
   EnterDirectory(parent);
+  ActAsOwner();
   MakeOwnDirectory(Name(store));
   EnterOwnDirectory(Name(store));
+  ActAsOwner();
 }
 
 void RequireNobodyElse(const StoreLock& lock, const Installation& wanted) {
@@ -62,6 +64,7 @@ void EnterPairs() {
   for (const char* name : {kPairs, "open_csrs", "temp"})
     MakeOwnDirectory(name);
   EnterOwnDirectory(kPairs);
+  ActAsOwner();
 }
 
 void RequirePlace(const std::string& path, const char* name, bool mayReplace) {

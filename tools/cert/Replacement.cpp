@@ -4,15 +4,16 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstring>
 #include <exception>
 #include <filesystem>
+#include <initializer_list>
 #include <system_error>
 
 #include "kit/osdep/RepeatWhileInterrupted.h"
 #include "tools/cert/Failure.h"
 #include "tools/cert/WaitingFile.h"
 #include "tools/cert/Warning.h"
+#include "tools/cert/WholeFile.h"
 #include "tools/cert/WorkingDirectory.h"
 #include "tools/common/FileFacts.h"
 #include "tools/common/Printable.h"
@@ -52,11 +53,15 @@ void Move(const std::string& from, const std::string& to) {
     throw SystemFailure("Cannot move " + Quoted(from) + " to " + Quoted(to), errno);
 }
 
+void MakeLink(const std::string& target, const std::string& name) {
+  if (RepeatWhileInterrupted([&] { return ::symlink(target.c_str(), name.c_str()); }) != 0)
+    throw SystemFailure("Cannot make the symbolic link " + Quoted(name), errno);
+}
+
 /// Has name be a link to target, whatever it was before.
 void Link(const std::string& target, const std::string& name) {
   const std::string fresh = InWorkshop("link");
-  if (RepeatWhileInterrupted([&] { return ::symlink(target.c_str(), fresh.c_str()); }) != 0)
-    throw SystemFailure("Cannot make the link " + Quoted(fresh), errno);
+  MakeLink(target, fresh);
   Move(fresh, name);
 }
 
@@ -65,9 +70,21 @@ void FlushOrFail(const std::string& directory) {
     throw SystemFailure("Cannot have " + Quoted(directory) + " written to the disk", errno);
 }
 
-/// Whether there is a file by both names, be it behind a link of the site's.
-bool IsPairThere() {
-  return FileFacts(kKey).isRegular() && FileFacts(kCertificate).isRegular();
+/// What is not this program's is not touched, and what it would lead to still less.
+void RequireOwnWorkshop() {
+  const FileFacts workshop(kWorkshop);
+  if (workshop.isLink || !workshop.isDirectory()) {
+    throw Failure(Quoted(kWorkshop) + " is " +
+                  (workshop.isThere() && workshop.isLink ? "a link" : workshop.kindText()) +
+                  ": move it away");
+  }
+  if (workshop.uid != ::geteuid())
+    throw Failure(Quoted(kWorkshop) + " belongs to " + workshop.owner + ": move it away");
+  const FileFacts pair(InWorkshop(kPair));
+  if (!pair.isMissing() && pair.linkTarget != kOld && pair.linkTarget != kNew) {
+    throw Failure(Quoted(pair.path) + " leads to neither pair: move " + Quoted(kWorkshop) +
+                  " away");
+  }
 }
 
 void RemoveWorkshop() {
@@ -78,7 +95,6 @@ void RemoveWorkshop() {
 
 /// The directory with the new pair in it, which nothing leads to yet.
 void MakeWorkshop(const std::string& key, const std::string& certificate) {
-  RemoveWorkshop();
   MakeOwnDirectory(kWorkshop);
   for (const char* name : {kOld, kNew})
     MakeOwnDirectory(InWorkshop(name));
@@ -87,15 +103,20 @@ void MakeWorkshop(const std::string& key, const std::string& certificate) {
   FlushOrFail(InWorkshop(kNew));
 }
 
-/// Gives an old file a second name; a link of the site's becomes one that leads there from
-/// anywhere. What is in it is read by nobody. False, with errno set, where that cannot be.
-bool KeepOld(const char* name) {
+/// What a link here holds, so that it leads to the same from elsewhere.
+std::string FromAnywhere(const std::string& target) {
+  return (std::filesystem::current_path() / target).string();
+}
+
+/// Gives what is there by this name a second one, and a copy where it can have none: there are file
+/// systems without, and files that only their owner may give one.
+void KeepOld(const char* name) {
   const FileFacts facts(name);
   const std::string kept = InWorkshop(kOld, name);
-  return RepeatWhileInterrupted([&] {
-           return facts.isLink ? ::symlink(facts.realPath.c_str(), kept.c_str())
-                               : ::link(name, kept.c_str());
-         }) == 0;
+  if (facts.isMissing()) return;
+  if (facts.isLink) return MakeLink(FromAnywhere(facts.linkTarget), kept);
+  if (RepeatWhileInterrupted([&] { return ::link(name, kept.c_str()); }) != 0)
+    Write(kept, ReadWhole(name), facts.permissions());
 }
 
 /// Has both files be links to what is in them, and "pair" the one thing that tells old from new.
@@ -119,27 +140,29 @@ void PutOneAfterTheOther() {
 
 /// The new pair takes the place of the old, step by step.
 void Exchange() {
-  if (!IsPairThere()) return PutOneAfterTheOther();
-  if (!KeepOld(kKey) || !KeepOld(kCertificate)) {
-    const int error = errno;
-    Warn(std::string("the old pair can be given no second name (") + std::strerror(error) +
-         "): key and certificate are replaced one after the other");
-    return PutOneAfterTheOther();
-  }
+  if (!FileFacts(kCertificate).isRegular()) return PutOneAfterTheOther();
+  for (const char* name : {kKey, kCertificate})
+    KeepOld(name);
   PutBehindLinks();
   Link(kNew, InWorkshop(kPair));
 }
 
-/// Has a link into the workshop be the file that it leads to; whether it was one.
+/// Has a link into the workshop be the file that it leads to, or nothing where there was none;
+/// whether it was such a link.
 bool MakeFileOf(const char* name) {
   const FileFacts facts(name);
   if (!facts.isLink || facts.linkTarget != ThroughPair(name)) return false;
-  Move(ThroughPair(name), name);
+  if (!FileFacts(ThroughPair(name)).isMissing()) {
+    Move(ThroughPair(name), name);
+  } else if (::unlink(name) != 0) {
+    throw SystemFailure("Cannot remove the link " + Quoted(name), errno);
+  }
   return true;
 }
 
 /// Whether there were links.
 bool MakeFiles() {
+  RequireOwnWorkshop();
   // What was turned last must be on the disk before either file is what it leads to.
   FlushOrFail(kWorkshop);
   const bool hadKeyLink = MakeFileOf(kKey);

@@ -49,10 +49,8 @@ WaitingFile::WaitingFile(std::string name, const std::string& text, mode_t permi
 }
 
 void WaitingFile::write(int descriptor, const std::string& text, mode_t permissions) {
-  if (!GiveToOwner(descriptor) || ::fchmod(descriptor, permissions) != 0 ||
-      !WriteAll(descriptor, text) || !Flush(descriptor)) {
+  if (::fchmod(descriptor, permissions) != 0 || !WriteAll(descriptor, text) || !Flush(descriptor))
     throw SystemFailure("Cannot write " + Quoted(name_), errno);
-  }
 }
 
 WaitingFile::~WaitingFile() {

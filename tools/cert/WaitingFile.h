@@ -7,8 +7,7 @@
 namespace qv::tools::cert {
 
 /// A new file below the current directory, whole and on the disk, that is to be moved to its place
-/// there. It belongs to the owner of the directory where root makes it: to a server that is not
-/// root it would be of no use otherwise.
+/// there.
 class WaitingFile {
  public:
   /// Makes the file, whose name must be free, with these permissions and this text. Throws Failure,

@@ -1,6 +1,7 @@
 #include "tools/cert/WorkingDirectory.h"
 
 #include <fcntl.h>
+#include <grp.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -43,6 +44,13 @@ bool IsLink(const std::string& name) {
   return ::lstat(name.c_str(), &entry) == 0 && S_ISLNK(entry.st_mode);
 }
 
+/// Whom to name where root is told that something is not permitted.
+std::string WhoTries() {
+  if (::geteuid() == ::getuid()) return "";
+  return " as user " + std::to_string(::geteuid()) +
+         ", who owns the directory that holds it; give that user both, with chown -R";
+}
+
 }  // namespace
 
 void EnterDirectory(const std::string& path) {
@@ -54,7 +62,21 @@ void EnterOwnDirectory(const std::string& name) {
   if (!directory.isOpen() || ::fchdir(directory.number()) != 0) {
     const int error = errno;
     if (IsLink(name)) throw Failure(Quoted(name) + " is a symbolic link, which is not followed");
-    throw SystemFailure("Cannot enter " + Quoted(name), error);
+    throw SystemFailure("Cannot enter " + Quoted(name) + WhoTries(), error);
+  }
+}
+
+void ActAsOwner() {
+  struct stat directory {};
+  if (::geteuid() != 0) return;
+  if (::stat(".", &directory) != 0)
+    throw SystemFailure("Cannot tell whose directory this is", errno);
+  if (directory.st_uid == 0) return;
+  if (::setgroups(1, &directory.st_gid) != 0 || ::setegid(directory.st_gid) != 0 ||
+      ::seteuid(directory.st_uid) != 0) {
+    throw SystemFailure(
+        "Cannot become user " + std::to_string(directory.st_uid) + ", whose directory this is",
+        errno);
   }
 }
 
@@ -63,9 +85,9 @@ void MakeOwnDirectory(const std::string& name) {
     if (errno == EEXIST) return;
     throw SystemFailure("Cannot make the directory " + Quoted(name), errno);
   }
-  const Descriptor directory(Open(name, O_NOFOLLOW));
-  if (!directory.isOpen() || !GiveToOwner(directory.number()) || !FlushDirectory())
-    throw SystemFailure("Cannot make the directory " + Quoted(name) + " what it should be", errno);
+  if (!FlushDirectory())
+    throw SystemFailure("Cannot have the directory " + Quoted(name) + " written to the disk",
+                        errno);
 }
 
 bool Flush(int descriptor) {
@@ -76,13 +98,6 @@ bool Flush(int descriptor) {
 bool FlushDirectory(const std::string& name) {
   const Descriptor directory(Open(name));
   return directory.isOpen() && Flush(directory.number());
-}
-
-bool GiveToOwner(int descriptor) {
-  struct stat directory {};
-  if (::geteuid() != 0) return true;
-  return ::stat(".", &directory) == 0 &&
-         ::fchown(descriptor, directory.st_uid, directory.st_gid) == 0;
 }
 
 }  // namespace qv::tools::cert

@@ -1,4 +1,6 @@
 // qvsslinit-cert: puts the key and certificate of a site where Init looks for them.
+#include <sys/stat.h>
+
 #include <clocale>
 #include <csignal>
 #include <cstdio>
@@ -77,6 +79,8 @@ int Run(int argc, char** argv) {
 int main(int argc, char** argv) {
   // As hosts do: names of directories are read in the encoding of the locale.
   std::setlocale(LC_ALL, "");
+  // Each mode is given where something is made.
+  ::umask(0);
   // Where no more can be written, that is an error as any other, to be cleared up after.
   std::signal(SIGXFSZ, SIG_IGN);
   std::signal(SIGPIPE, SIG_IGN);

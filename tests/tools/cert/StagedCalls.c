@@ -1,47 +1,68 @@
 /* Preloaded into a process: the system calls by which it changes a directory, from its first chdir
  * on, go wrong where a test wants it.
  *
- * QVTEST_STAGE       "WHAT:NUMBER" for the call of that number, counted from 1: "kill" or "term"
- * sends that signal before it, a number is the errno with which it fails; "short:0" has every write
- * move one byte QVTEST_LOG         a file that gets the name of each call QVTEST_HOST_NAME   what
- * gethostname gives
+ * QVTEST_STAGE is "WHAT:NUMBER" for the call of that number, counted from 1. WHAT is a signal that
+ * is sent before it ("kill", "term", "hup", "int", "quit"), or the errno with which it fails;
+ * "short:0" has every write move one byte. QVTEST_REFUSED is the name of a call that is never
+ * permitted. QVTEST_LOG is a file that gets a line for each call: its name, and what it is about.
+ * QVTEST_HOST_NAME is what gethostname gives.
  */
 #define _GNU_SOURCE
 #include <dlfcn.h>
 #include <errno.h>
 #include <fcntl.h>
+#include <grp.h>
 #include <signal.h>
 #include <stdarg.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/types.h>
+#include <time.h>
 #include <unistd.h>
 
 static int g_begun = 0;
 static int g_count = 0;
 
-static void Log(const char* name) {
+static const struct {
+  const char* name;
+  int number;
+} kSignals[] = {
+    {"kill:", SIGKILL}, {"term:", SIGTERM}, {"hup:", SIGHUP}, {"int:", SIGINT}, {"quit:", SIGQUIT}};
+
+static void Log(const char* name, const char* about) {
   const char* file = getenv("QVTEST_LOG");
   FILE* stream = file == NULL ? NULL : fopen(file, "a");
   if (stream == NULL) return;
-  fprintf(stream, "%s\n", name);
+  fprintf(stream, "%s %s\n", name, about);
   fclose(stream);
 }
 
 /* Whether the call of this name is to fail. */
-static int Fails(const char* name) {
+static int FailsAbout(const char* name, const char* about) {
   const char* stage = getenv("QVTEST_STAGE");
-  const char* number = stage == NULL ? NULL : strchr(stage, ':');
+  const char* refused = getenv("QVTEST_REFUSED");
+  const char* which = stage == NULL ? NULL : strchr(stage, ':');
   if (!g_begun) return 0;
-  Log(name);
-  if (number == NULL || ++g_count != atoi(number + 1)) return 0;
-  if (strncmp(stage, "kill", 4) == 0) raise(SIGKILL);
-  if (strncmp(stage, "term", 4) == 0) raise(SIGTERM);
+  Log(name, about);
+  ++g_count;
+  if (refused != NULL && strcmp(name, refused) == 0) {
+    errno = EPERM;
+    return 1;
+  }
+  if (which == NULL || g_count != atoi(which + 1)) return 0;
+  for (size_t i = 0; i < sizeof kSignals / sizeof *kSignals; ++i) {
+    if (strncmp(stage, kSignals[i].name, strlen(kSignals[i].name)) == 0) raise(kSignals[i].number);
+  }
   if (atoi(stage) == 0) return 0;
   errno = atoi(stage);
   return 1;
+}
+
+static int Fails(const char* name) {
+  return FailsAbout(name, "");
 }
 
 static void* Real(const char* name) {
@@ -57,21 +78,46 @@ static void* Real(const char* name) {
 
 STAGED(int, mkdir, (const char* path, mode_t mode), (path, mode))
 STAGED(int, fchdir, (int descriptor), (descriptor))
-STAGED(int, fchown, (int descriptor, uid_t user, gid_t group), (descriptor, user, group))
 STAGED(int, fchmod, (int descriptor, mode_t mode), (descriptor, mode))
 STAGED(int, fstat, (int descriptor, struct stat* entry), (descriptor, entry))
-STAGED(int, flock, (int descriptor, int operation), (descriptor, operation))
-STAGED(int, rename, (const char* from, const char* to), (from, to))
+STAGED(int, seteuid, (uid_t user), (user))
+STAGED(int, setegid, (gid_t group), (group))
+STAGED(int, setgroups, (size_t count, const gid_t* groups), (count, groups))
 STAGED(int, link, (const char* from, const char* to), (from, to))
 STAGED(int, symlink, (const char* from, const char* to), (from, to))
 STAGED(int, remove, (const char* path), (path))
 STAGED(int, unlinkat, (int directory, const char* path, int flags), (directory, path, flags))
 STAGED(int, unlink, (const char* path), (path))
 
+__attribute__((visibility("default"))) int rename(const char* from, const char* to) {
+  int (*real)(const char*, const char*);
+  *(void**)&real = Real("rename");
+  return FailsAbout("rename", to) ? -1 : real(from, to);
+}
+
+__attribute__((visibility("default"))) int flock(int descriptor, int operation) {
+  int (*real)(int, int);
+  *(void**)&real = Real("flock");
+  return FailsAbout("flock", operation == LOCK_UN ? "unlock" : "lock")
+             ? -1
+             : real(descriptor, operation);
+}
+
 /* Nobody pulls the plug here, and a disk takes its time. */
 __attribute__((visibility("default"))) int fsync(int descriptor) {
-  (void)descriptor;
-  return Fails("fsync") ? -1 : 0;
+  char link[64];
+  char path[4096] = "";
+  snprintf(link, sizeof link, "/proc/self/fd/%d", descriptor);
+  if (readlink(link, path, sizeof path - 1) < 0) return -1;
+  return FailsAbout("fsync", path) ? -1 : 0;
+}
+
+/* Nobody has to wait. */
+__attribute__((visibility("default"))) int nanosleep(const struct timespec* time,
+                                                     struct timespec* left) {
+  (void)time;
+  (void)left;
+  return 0;
 }
 
 __attribute__((visibility("default"))) int chdir(const char* path) {
@@ -85,11 +131,14 @@ __attribute__((visibility("default"))) int open(const char* path, int flags, ...
   int (*real)(const char*, int, ...);
   va_list arguments;
   mode_t mode = 0;
+  char about[64] = "";
   *(void**)&real = Real("open");
   va_start(arguments, flags);
   if ((flags & O_CREAT) != 0) mode = va_arg(arguments, mode_t);
   va_end(arguments);
-  return Fails("open") ? -1 : real(path, flags, mode);
+  if ((flags & O_CREAT) != 0)
+    snprintf(about, sizeof about, "%s %o", (flags & O_EXCL) != 0 ? "new" : "any", mode);
+  return FailsAbout("open", about) ? -1 : real(path, flags, mode);
 }
 
 __attribute__((visibility("default"))) ssize_t write(int descriptor, const void* bytes,

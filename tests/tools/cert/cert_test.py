@@ -269,8 +269,10 @@ class CertPlace(Site):
         return stat.S_IMODE(path.lstat().st_mode)
 
     def test_has_the_same_modes_whatever_the_umask(self):
-        for umask in (0, 0o077):
-            self.make(preexec_fn=lambda mask=umask: os.umask(mask))
+        self.root.chmod(0o755)
+        self.data.chmod(0o777)
+        for umask in (0, 0o077, 0o777):
+            self.make(preexec_fn=lambda mask=umask: os.umask(mask), **self.nobody())
             self.assertEqual((self.mode(self.key), self.mode(self.certificate)), (0o600, 0o644))
             self.assertEqual(sorted(path.name for path in self.store.iterdir()),
                              ["open_csrs", "server_certs", "temp"])
@@ -287,6 +289,10 @@ class CertPlace(Site):
             self.assertEqual(sorted(os.listdir(self.pairs)), ["server_0.cer", "server_0.key"])
             self.key.unlink()
             self.certificate.unlink()
+
+    def nobody(self):
+        """How to start the program as a user without privileges, where this one has them."""
+        return {} if os.geteuid() else {"user": NOBODY, "group": NOBODY, "extra_groups": []}
 
     def test_keeps_what_else_lies_there(self):
         self.lie_there()
@@ -346,7 +352,7 @@ class CertPlace(Site):
 
     def test_where_this_user_may_not_write_is_refused(self):
         self.root.chmod(0o755)
-        options = {} if os.geteuid() else {"user": NOBODY, "group": NOBODY, "extra_groups": []}
+        options = self.nobody()
         self.data.chmod(0o555)
         self.refuse("Cannot make the directory 'certstore': Permission denied", "--key", "p256",
                     **options)
@@ -359,10 +365,78 @@ class CertPlace(Site):
 
     @unittest.skipUnless(os.geteuid() == 0, "only root can give files to others")
     def test_gets_the_owner_of_its_directory_from_root(self):
+        self.root.chmod(0o755)
         os.chown(self.data, NOBODY, NOBODY)
         self.make()
         for path in (self.store, self.pairs, self.key, self.certificate):
             self.assertEqual((path.stat().st_uid, path.stat().st_gid), (NOBODY, NOBODY), path)
+
+    def give(self, *paths):
+        for path in paths:
+            os.chown(path, NOBODY, NOBODY, follow_symlinks=False)
+
+    @unittest.skipUnless(os.geteuid() == 0, "only root has rights to lend")
+    def test_of_another_user_does_not_have_root_touch_the_files_of_others(self):
+        others = self.root / "others"
+        others.mkdir(mode=0o700)
+        for name in ("server_0.key", "server_0.cer"):
+            (others / name).write_text(f"root's {name}")
+        before = {path: path.read_text() for path in others.iterdir()}
+        workshop = self.pairs / "server_0.replacing"
+        for arguments in ((), ("--replace",)):
+            for names in (("pair",), ("pair", "old"), ("old", "new"), ()):
+                self.pairs.mkdir(mode=0o700, parents=True)
+                if names:
+                    workshop.mkdir(mode=0o700)
+                else:
+                    workshop.symlink_to(others)
+                for name in names:
+                    (workshop / name).symlink_to(others)
+                for file in (self.key, self.certificate):
+                    file.symlink_to(f"server_0.replacing/pair/{file.name}")
+                self.give(self.store, self.pairs, self.key, self.certificate, workshop,
+                          *(workshop / name for name in names))
+                with self.subTest(arguments=arguments, names=names):
+                    self.call("--key", "p256", *arguments)
+                    self.assertEqual({path: path.read_text() for path in others.iterdir()}, before)
+                    self.assertEqual(others.stat().st_uid, 0)
+                shutil.rmtree(self.store)
+
+    @unittest.skipUnless(os.geteuid() == 0, "only root has rights to give up")
+    def test_of_another_user_is_not_touched_where_root_cannot_become_that_user(self):
+        self.lie_there()
+        self.give(self.pairs, self.store)
+        for call in ("setgroups", "setegid", "seteuid"):
+            self.refuse(f"Cannot become user {NOBODY}, .*: {os.strerror(errno.EPERM)}", "--replace",
+                        "--key", "p256", staged={"QVTEST_REFUSED": call})
+
+    @unittest.skipUnless(os.geteuid() == 0, "only root can make a store that is another's in part")
+    def test_of_root_in_a_directory_of_another_user_is_refused_with_advice(self):
+        self.lie_there()
+        self.give(self.data)
+        self.refuse("Cannot enter 'certstore' as user 65534.*chown -R", "--replace", "--key", "p256")
+
+    def test_where_something_else_bears_the_name_that_is_needed_for_a_time_is_refused(self):
+        self.lie_there()
+        workshop = self.pairs / "server_0.replacing"
+        elsewhere = self.root / "elsewhere"
+        elsewhere.mkdir()
+        for make, reason in ((lambda: workshop.write_text("x"), "is a regular file: move it away"),
+                             (lambda: workshop.symlink_to("nowhere"), "is a link that leads nowhere: move"),
+                             (lambda: workshop.symlink_to(elsewhere), "is a link: move it away")):
+            make()
+            self.refuse(f"'server_0.replacing' {reason}", "--replace", "--key", "p256")
+            workshop.unlink()
+        workshop.mkdir()
+        for target in ("../..", "new/"):
+            (workshop / "pair").symlink_to(target)
+            self.refuse("pair' leads to neither pair: move 'server_0.replacing' away", "--key", "p256")
+            (workshop / "pair").unlink()
+        (workshop / "pair").mkdir()
+        self.refuse("pair' leads to neither pair: move 'server_0.replacing' away", "--key", "p256")
+        if os.geteuid() == 0:
+            self.give(workshop)
+            self.refuse("'server_0.replacing' belongs to .*: move it away", "--key", "p256")
 
     def test_that_another_process_works_on_is_waited_for_and_not_for_ever(self):
         self.store.mkdir(mode=0o700)
@@ -408,14 +482,59 @@ class CertImport(Site):
         self.make("--import", "--replace", sec1, certificate)
         self.assertEqual(self.certificate.read_bytes(), certificate.read_bytes())
 
+    def sign(self, name, *arguments, key=None):
+        """A certificate of a signer's for the public half of key, and that signer's own behind it."""
+        signer, root = self.bring("signer")
+        own, request = self.bring(name)[0], self.root / "request"
+        public, certificate = self.root / "public", self.root / f"{name}.cer"
+        extensions = self.root / "extensions"
+        extensions.write_text(f"subjectAltName=DNS:{name}\nextendedKeyUsage=" +
+                              ("clientAuth\n" if name == "client" else "serverAuth\n"))
+        self.openssl("pkey", "-in", key or own, "-pubout", "-out", public)
+        self.openssl("req", "-new", "-key", own, "-subj", f"/CN={name}", "-out", request)
+        self.openssl("x509", "-req", "-in", request, "-force_pubkey", public, "-CA", root, "-CAkey",
+                     signer, "-CAcreateserial", "-extfile", extensions, "-out", certificate,
+                     *arguments)
+        certificate.write_text(certificate.read_text() + root.read_text())
+        return key or own, certificate
+
     def test_keeps_the_certificates_of_signers_and_nothing_else(self):
-        key, certificate = self.bring("site")
-        _, signer = self.bring("signer")
+        key, certificate = self.sign("site")
         whole = self.root / "whole.cer"
-        whole.write_text("A word.\n" + certificate.read_text() + key.read_text() +
-                         signer.read_text())
+        whole.write_text("A word.\n" + key.read_text() + certificate.read_text() + "Another.\n")
         self.make("--import", key, whole)
-        self.assertEqual(self.certificate.read_text(), certificate.read_text() + signer.read_text())
+        self.assertEqual(self.certificate.read_text(), certificate.read_text())
+
+    def test_refuses_a_key_whose_public_half_alone_belongs_to_the_certificate(self):
+        key, certificate = self.bring("site")
+        other, _ = self.bring("other")
+        mixed, theirs = (ssl.PEM_cert_to_DER_cert(re.sub(
+            "EC PRIVATE KEY", "CERTIFICATE", self.openssl("pkey", "-traditional", "-in", file)))
+            for file in (key, other))
+        # SEQUENCE, version, OCTET STRING of 32 octets, and then the public half.
+        self.assertEqual(mixed[:7], bytes.fromhex("30770201010420"))
+        key.write_text(re.sub("CERTIFICATE", "EC PRIVATE KEY", ssl.DER_cert_to_PEM_cert(
+            mixed[:7] + theirs[7:39] + mixed[39:])))
+        self.refuse("No TLS server can serve with this pair: ", "--import", key, certificate)
+
+    def test_refuses_a_key_that_cannot_sign(self):
+        key = self.root / "agreement.key"
+        self.openssl("genpkey", "-algorithm", "x25519", "-out", key)
+        self.refuse("No TLS server can serve with this pair: ", "--import",
+                    *self.sign("site", key=key))
+
+    def test_warns_of_what_servers_or_clients_may_refuse(self):
+        self.make("--import", *self.sign("old", "-sha1"),
+                  warning="a server may not start with this pair: .*md too weak")
+        self.make("--replace", "--import", *self.sign("client"), warning="for another use")
+        key, certificate = self.sign("site")
+        lone, signer = certificate.read_text().split("-----END CERTIFICATE-----\n", 1)
+        lone += "-----END CERTIFICATE-----\n"
+        for chain, number in ((lone + self.bring("other")[1].read_text(), 2), (lone + lone, 2),
+                              (lone + signer + signer, 3)):
+            certificate.write_text(chain)
+            self.make("--replace", "--import", key, certificate,
+                      warning=f"certificate {number} is not that of the signer")
 
     def test_refuses_what_does_not_match(self):
         key, certificate = self.bring("site")
@@ -480,7 +599,8 @@ class CertImport(Site):
         nameless = self.root / "weak.cer"
         self.openssl("req", "-x509", "-newkey", "rsa:1024", "-nodes", "-subj", "/CN=weak", "-addext",
                      "subjectAltName=DNS:weak", "-keyout", weak, "-out", nameless)
-        self.make("--replace", "--import", weak, nameless, warning="too short")
+        self.make("--replace", "--import", weak, nameless,
+                  warning="a server may not start with this pair: .*key too small")
         self.openssl("req", "-x509", "-newkey", "ed25519", "-nodes", "-subj", "/CN=weak",
                      "-keyout", weak, "-out", nameless)
         self.make("--replace", "--import", weak, nameless, warning="no subjectAltName")
@@ -507,27 +627,33 @@ class CertInterruption(Site):
             shutil.rmtree(self.store)
         return kind.made
 
-    def stage(self, what, number, *arguments):
-        self.log.write_text("")
-        return self.call("--replace", "--import", "new.key", "new.cer", *arguments,
-                         staged={"QVTEST_STAGE": f"{what}:{number}", "QVTEST_LOG": str(self.log)})
+    def calls(self, *names):
+        """The calls of the last run, or those of these names: the name, and what it was about."""
+        lines = [tuple(line.split(" ", 1)) for line in self.log.read_text().splitlines()]
+        return [line for line in lines if not names or line[0] in names]
 
-    def start(self, is_fresh=False):
+    def stage(self, what, number, refused=""):
+        self.log.write_text("")
+        return self.call("--replace", "--import", "new.key", "new.cer",
+                         staged={"QVTEST_STAGE": f"{what}:{number}", "QVTEST_REFUSED": refused,
+                                 "QVTEST_LOG": str(self.log)})
+
+    def start(self, is_fresh=False, lying=None):
         shutil.rmtree(self.store, ignore_errors=True)
         if not is_fresh:
-            self.lie_there()
+            self.lie_there(**(lying or {}))
         self.old = self.pair()
 
-    def steps(self, what, is_fresh=False, stride=1):
+    def steps(self, what, is_fresh=False, stride=1, first=1, refused="", lying=None):
         """The run that each step was spoilt for, up to the first in which none was; or of so many one."""
         names = []
-        for number in range(1, 200, stride):
-            self.start(is_fresh)
-            done = self.stage(what, number)
-            calls = self.log.read_text().split()
+        for number in range(first, 200, stride):
+            self.start(is_fresh, lying)
+            done = self.stage(what, number, refused)
+            calls = [name for name, _ in self.calls()]
             if len(calls) < number:
                 self.assertGreater(number, 20)
-                self.assertGreater(len(names), 20 // stride)
+                self.assertGreater(len(names), (20 if first == 1 else 5) // stride)
                 return
             names.append(calls[number - 1])
             with self.subTest(number=number, call=names[-1]):
@@ -581,8 +707,23 @@ class CertInterruption(Site):
         self.assertEqual(found, {(None, None), (self.new[0], None), self.new})
 
     def test_by_a_signal_waits_for_the_end_of_the_move(self):
+        turn = self.number_of("rename", 4)
+        for name, number in (("hup", signal.SIGHUP), ("int", signal.SIGINT), ("quit", signal.SIGQUIT)):
+            self.start()
+            self.assertEqual(self.stage(name, turn).returncode, -number)
+            self.assertEqual(self.pair(), self.new)
+            self.expect_nothing_left()
         for done, _ in self.steps("term", stride=3):
             self.assertEqual(done.returncode, -signal.SIGTERM)
+            self.assertIn(self.pair(), (self.old, self.new))
+            self.expect_nothing_left()
+
+    def test_by_a_signal_waits_for_the_end_of_what_an_earlier_run_left_too(self):
+        turn = self.number_of("rename", 4)
+        for number in range(20, 40, 2):
+            self.start()
+            self.stage("kill", turn)
+            self.stage("term", number)
             self.assertIn(self.pair(), (self.old, self.new))
             self.expect_nothing_left()
 
@@ -609,7 +750,9 @@ class CertInterruption(Site):
             self.start(is_fresh=True)
             self.pairs.mkdir(mode=0o700, parents=True)
             for name, file in zip(texts, (self.key, self.certificate)):
-                (self.data / name).write_text(texts[name])
+                (self.data / f"first-{name}").write_text(texts[name])
+                (self.data / name).unlink(missing_ok=True)
+                (self.data / name).symlink_to(f"first-{name}")
                 file.symlink_to(f"../../{name}")
             self.old = self.pair()
             done = self.stage("kill", number)
@@ -619,14 +762,19 @@ class CertInterruption(Site):
             kept = self.pair()
             self.call("--key", "p256")
             self.assertEqual(self.pair(), kept)
+            if kept == self.old:
+                for name in texts:
+                    (self.data / name).unlink()
+                    (self.data / name).write_text("the next")
+                self.assertEqual(self.pair(), (b"the next", b"the next"))
         self.assertEqual(self.pair(), self.new)
-        self.assertEqual({name: (self.data / name).read_text() for name in texts}, texts)
+        self.assertEqual({name: (self.data / f"first-{name}").read_text() for name in texts}, texts)
 
     def spoil(self, error, *names):
         """The runs in which one of the calls of these names fails."""
         self.start()
         self.stage(error, 0)
-        calls = self.log.read_text().split()
+        calls = [name for name, _ in self.calls()]
         self.assertLessEqual(set(names), set(calls))
         for number, call in enumerate(calls, 1):
             if call in names:
@@ -649,27 +797,75 @@ class CertInterruption(Site):
         said, *_ = list(self.spoil(errno.EBADF, "flock"))
         self.assertIn("cannot be locked", said)
 
+    def expect_on_disk_in_this_order(self, *expected):
+        """Where every line is a step that is flushed, or "> file" for one that is moved there."""
+        steps = [f"> {about}" if name == "rename" else os.path.relpath(about, self.pairs)
+                 for name, about in self.calls("fsync", "rename")]
+        self.assertEqual(steps, [step.replace("=", "server_0.replacing") for step in expected])
+        self.assertEqual(self.calls("flock"), [("flock", "lock"), ("flock", "unlock")])
+        self.assertEqual([name for name, _ in self.calls("flock", "rename")][-1], "flock")
+        self.assertEqual({about for _, about in self.calls("open")}, {"", "new 600"})
+
     def test_by_a_power_cut_finds_on_the_disk_what_was_done_in_this_order(self):
         self.start()
+        for name in ("open_csrs", "temp"):
+            (self.store / name).mkdir()
         self.stage("none", 0)
-        steps = [call for call in self.log.read_text().split() if call in ("fsync", "rename")]
-        renames = [number for number, call in enumerate(steps) if call == "rename"]
-        # The link to the old pair, two files behind it, the turn, two files again.
-        self.assertEqual(len(renames), 6)
-        _, key, certificate, turn, first, second = renames
-        self.assertEqual((certificate, second), (key + 1, first + 1))
-        self.assertEqual(steps[key - 2:key], ["fsync"] * 2)
-        self.assertEqual(steps[certificate + 1:], ["fsync", "rename", "fsync", "rename", "rename",
-                                                   "fsync"])
+        self.expect_on_disk_in_this_order(
+            ".", ".", ".", "=/new/server_0.key", "=/new/server_0.cer", "=/new",
+            "=/old", "> =/pair", "=", ".", "> server_0.key", "> server_0.cer", ".",
+            "> =/pair", "=", "> server_0.key", "> server_0.cer", ".")
 
-    def test_where_there_are_no_second_names_is_warned_of(self):
-        for said in self.spoil(errno.EPERM, "link"):
-            self.assertIn("replaced one after the other", said)
+    def test_by_a_power_cut_of_the_first_run_finds_the_key_on_the_disk_before_its_certificate(self):
+        self.start(is_fresh=True)
+        self.stage("none", 0)
+        self.expect_on_disk_in_this_order(
+            "../..", "..", "..", "..",
+            ".", ".", ".", "=/new/server_0.key", "=/new/server_0.cer", "=/new",
+            "=", "> server_0.key", ".", "> server_0.cer", ".", "=", ".")
+
+    def test_where_a_file_can_have_no_second_name_goes_the_same_way_with_a_copy(self):
+        self.start()
+        turn = self.number_of("rename", 4, "link")
+        self.start()
+        self.certificate.chmod(0o640)
+        self.stage("kill", turn, "link")
+        self.assertTrue(self.certificate.is_symlink())
+        self.assertEqual(stat.S_IMODE(self.certificate.stat().st_mode), 0o640)
+        for what in ("kill", errno.EIO):
+            found = []
+            for done, _ in self.steps(what, stride=2, first=self.number_of("link", 1, "link"),
+                                      refused="link"):
+                found.append(self.pair())
+                self.assertIn(found[-1], (self.old, self.new), done.stderr)
+                if done.returncode != 0:
+                    self.expect_next_run_to_clear_up()
+                self.expect_nothing_left()
+            self.assertEqual(len(set(found)), 2)
+
+    def number_of(self, name, count, refused=""):
+        """Which call of an undisturbed run is the one of this name and number."""
+        self.start()
+        self.stage("none", 0, refused)
+        numbers = [number for number, (call, _) in enumerate(self.calls(), 1) if call == name]
+        return numbers[count - 1]
+
+    def test_of_a_replacement_of_a_lone_certificate_leaves_that_or_the_new_pair(self):
+        for what in ("kill", errno.EIO):
+            found = []
+            for done, _ in self.steps(what, stride=2 if what == "kill" else 1, first=16,
+                                      lying={"key": None}):
+                found.append(self.pair())
+                self.assertIn(found[-1], (self.old, self.new), done.stderr)
+                if done.returncode != 0:
+                    self.expect_next_run_to_clear_up()
+                self.expect_nothing_left()
+            self.assertEqual(len(set(found)), 2)
 
     def test_of_each_write_after_a_byte_does_no_harm(self):
         self.start()
         self.assertEqual(self.stage("short", 0).returncode, 0)
-        self.assertEqual(self.log.read_text().split().count("write"), sum(map(len, self.new)))
+        self.assertEqual(len(self.calls("write")), sum(map(len, self.new)))
         self.assertEqual(self.pair(), self.new)
 
     def test_by_a_full_disk_is_told_and_leaves_the_old_pair(self):
