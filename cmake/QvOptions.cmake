@@ -1,6 +1,9 @@
 # One interface target carries what all of our code is compiled with.
 set(QV_SANITIZE "" CACHE STRING "Sanitizers, as -fsanitize= takes them")
 
+# For those who work on the sources: another compiler may warn of more.
+option(QV_WARNINGS_AS_ERRORS "Let what the compiler warns of break the build, as the presets do" OFF)
+
 add_library(qv_options INTERFACE)
 target_compile_features(qv_options INTERFACE cxx_std_17 c_std_99)
 target_include_directories(qv_options INTERFACE "${PROJECT_SOURCE_DIR}")
@@ -9,7 +12,7 @@ target_include_directories(qv_options INTERFACE "${PROJECT_SOURCE_DIR}")
 target_compile_definitions(qv_options INTERFACE
   "$<$<EQUAL:${CMAKE_SIZEOF_VOID_P},4>:_FILE_OFFSET_BITS=64;_TIME_BITS=64>")
 target_compile_options(qv_options INTERFACE
-  -Wall -Wextra -Wpedantic -Wconversion -Werror
+  -Wall -Wextra -Wpedantic -Wconversion $<$<BOOL:${QV_WARNINGS_AS_ERRORS}>:-Werror>
   $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Woverloaded-virtual>
   # Exceptions carry __FILE__: relative to the root, builds are the same wherever they are made.
   "-fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=")

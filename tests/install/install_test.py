@@ -26,7 +26,8 @@ FILES = {
     "bin/qvsslinit-cert", "bin/qvsslinit-doctor", "include/qvsslinit.h", "lib/libeay32.dylib",
     "lib/libqv_traceengine.dylib",
     "lib/libqvsslinit.so", "lib/libqvsslinit.so.1", f"lib/libqvsslinit.so.{VERSION}",
-    "lib/libssleay32.dylib", "lib/pkgconfig/qvsslinit.pc", "lib/qvsslinit/libqvini.a",
+    "lib/libssleay32.dylib", "lib/pkgconfig/qvsslinit.pc", "lib/pkgconfig/qvsslinit-engine.pc",
+    "lib/qvsslinit/libqvini.a",
     "lib/qvsslinit/libqvkit.a", "share/man/man3/QVSSLINIT_Init.3", "share/man/man3/QVSSLINIT_Uninit.3",
     "share/man/man5/qvsslinit.cfg.5", "share/man/man8/qvsslinit-cert.8",
     "share/man/man8/qvsslinit-doctor.8",
@@ -54,7 +55,7 @@ class Document(unittest.TestCase):
     def test_holds_the_blocks_that_are_tried_and_no_others(self):
         self.assertEqual(re.findall(r"^```(.*)$", HOSTING, re.M)[::2],
                          ["sh install", "sh pkg-config", "cmake host", "sh load", *SERVERS,
-                          "cmake subproject", "cmake engine"])
+                          "cmake subproject", "cmake engine", "sh engine"])
 
 
 class Installation(unittest.TestCase):
@@ -94,6 +95,8 @@ class Installation(unittest.TestCase):
     def test_holds_what_there_is_to_use(self):
         found = {str(path.relative_to(self.prefix)) for path in self.prefix.rglob("*")}
         self.assertEqual(FILES - found, set())
+        documents = {path.suffix for path in (self.prefix / "share").rglob("*.*") if path.is_file()}
+        self.assertLessEqual(documents, {".md", ".svg", ".c", ".cpp", ".h", ".js", ".py", ".3", ".5", ".8"})
         for rows in re.findall(r"^\| (`\S.*?`) \|", HOSTING, re.M):
             for name in re.findall("`(.*?)`", rows):
                 self.assertTrue(list(self.prefix.glob(name)), name)
@@ -127,11 +130,16 @@ class Installation(unittest.TestCase):
             (self.host / "build" / "compile_commands.json").read_text())).split())
         self.assertEqual([option for option in options if re.match("-[DWfO]", option)
                           and option not in ("-Dmy_engine_EXPORTS", "-fPIC", "-fvisibility=hidden")], [])
-        shutil.copy(self.host / "build" / "libqv_traceengine.dylib", self.prefix / "lib")
         (self.root / "qvsslinit.cfg").write_text("RefCount : 1 : yes\n")
-        done = self.start("./build/server 2>&1", MY_TRACE_DIRECTORY=str(self.root))
-        self.assertIn("LoadLibrary | returning status=ok, handle=1, refCount_=1", done)
-        self.assertIn("OpenSSL is ready\n", done)
+        plain = self.root / "plain"
+        plain.symlink_to(self.prefix)
+        self.sh(block(HOSTING, "sh engine"), PKG_CONFIG_PATH=str(plain / "lib" / "pkgconfig"))
+        for folder in ("build", "."):
+            shutil.copy(self.host / folder / "libqv_traceengine.dylib", self.prefix / "lib")
+            done = self.start("./build/server 2>&1", MY_TRACE_DIRECTORY=str(self.root))
+            self.assertIn("LoadLibrary | returning status=ok, handle=1, refCount_=1", done)
+            self.assertIn("OpenSSL is ready\n", done)
+            (self.prefix / "lib" / "libqv_traceengine.dylib").unlink()
 
     def test_is_loaded_by_the_host_that_comes_with_it(self):
         shutil.copy(self.prefix / "share/doc/qvsslinit/examples/minimal_host.c", self.host)
@@ -152,9 +160,11 @@ class Installation(unittest.TestCase):
     def test_refuses_who_wants_another_major_version(self):
         self.write("CMakeLists.txt", LINES_OF_BUILDS + "foreach(version IN ITEMS 0.9 1.0 2)\n"
                    "find_package(qvsslinit ${version} CONFIG QUIET)\n"
-                   "file(APPEND found ${qvsslinit_FOUND})\nendforeach()\n")
+                   "file(APPEND found ${qvsslinit_FOUND})\nendforeach()\n"
+                   "find_package(qvsslinit 1 CONFIG QUIET COMPONENTS nonsense)\n"
+                   "file(APPEND found ${qvsslinit_FOUND})\n")
         self.sh("cmake -S . -B build -G Ninja")
-        self.assertEqual((self.host / "found").read_text(), "010")
+        self.assertEqual((self.host / "found").read_text().replace("FALSE", "0"), "0100")
 
 
 if __name__ == "__main__":

@@ -89,6 +89,8 @@ class Subproject(unittest.TestCase):
         for file, command in self.commands().items():
             self.assertEqual([word for word in command.split() if re.match("-[DWOf]", word)
                               and word not in ("-Dmy_engine_EXPORTS", "-fPIC")], [], file)
+        for file, command in self.all_commands().items():
+            self.assertNotRegex(command, "-Werror", file)
         part = self.root / "qvsslinit"
         self.assertEqual({file.relative_to(part).parts[0] for file in self.all_commands()
                           if file.is_relative_to(part)},
@@ -100,13 +102,19 @@ class Subproject(unittest.TestCase):
     def test_names_whole_paths_only_where_the_library_goes_elsewhere_than_below_the_prefix(self):
         for directory, up in (("lib/x86_64-linux-gnu", "../../.."), ("/opt/server/lib64", "../..")):
             self.configure("-DQV_INSTALL=ON", f"-DCMAKE_INSTALL_LIBDIR={directory}")
-            self.assertEqual(self.pkg_config(), {"libdir": "${pcfiledir}/..",
-                                                 "includedir": "${pcfiledir}/" + up + "/include"})
+            self.assertEqual(self.pkg_config(), {"prefix": "${pcfiledir}/" + up,
+                                                 "libdir": "${pcfiledir}/..",
+                                                 "includedir": "${prefix}/include"})
         self.assertNotIn("/opt/server/", "".join(
             path.read_text() for path in self.build.rglob("qvsslinitTargets*.cmake")))
         # The library goes elsewhere.
         self.configure("-DQV_INSTALL=ON", "-DCMAKE_INSTALL_LIBDIR=/srv/lib")
-        self.assertEqual(self.pkg_config(), {"libdir": "${pcfiledir}/..", "includedir": "/opt/server/include"})
+        self.assertEqual(self.pkg_config(), {"prefix": "/opt/server", "libdir": "${pcfiledir}/..",
+                                             "includedir": "${prefix}/include"})
+        # Pages are of those programs alone that are there.
+        installed = "".join(path.read_text() for path in self.build.rglob("cmake_install.cmake"))
+        self.assertIn("QVSSLINIT_Init.3", installed)
+        self.assertNotIn("qvsslinit-doctor.8", installed)
 
 
 if __name__ == "__main__":
