@@ -124,6 +124,8 @@ class Reader {
 
   /// Takes the words behind the options, and looks whether all goes together.
   Request finish(int count, char** words) {
+    if (options_.printPaths && (isAboutPair_ || count > 0))
+      return Refuse("nothing else goes with", "--print-paths");
     if (isImport_) {
       if (count != 2) return Refuse("the files KEY and CERTIFICATE are to follow", "--import");
       options_.importedKey = words[0];
@@ -144,8 +146,11 @@ class Reader {
     return Request::Work;
   }
 
-  /// Notes that an option was given by which a new pair is made.
-  void noteChoice(int choice) { isAboutNewPair_ = isAboutNewPair_ || choice <= kDays; }
+  /// Notes what an option is about that was given.
+  void noteChoice(int choice) {
+    isAboutNewPair_ = isAboutNewPair_ || choice <= kDays;
+    isAboutPair_ = isAboutPair_ || choice < kPrintPaths;
+  }
 
  private:
   Request takeName(int choice, const char* value) {
@@ -153,6 +158,8 @@ class Reader {
       const std::string advice = IsAddress(value) ? " (there is --address)" : "";
       return Refuse("no name of a host, for " + reason + advice + ":", value);
     }
+    if (choice == kHostName && *value == '*')
+      return Refuse("a host has a name without '*' (there is --name):", value);
     if (choice == kName) {
       AddHost(value, options_.names);
     } else {
@@ -184,6 +191,7 @@ class Reader {
   Options& options_;
   bool isImport_ = false;
   bool isAboutNewPair_ = false;
+  bool isAboutPair_ = false;
 };
 
 }  // namespace

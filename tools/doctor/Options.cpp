@@ -26,7 +26,8 @@ trace. Each finding that needs a hand says what to do.
   --verbose               everything: each of the OpenSSL functions, and records
                           of OpenSSL's lock callbacks
   --json                  the same findings for machines
-  --time-limit SECONDS    how long each run of foreign code may take (default 60)
+  --time-limit SECONDS    how long each run of foreign code may take: 1 to 3600
+                          (default 60)
   --help                  this text
   --version               the version of this program
 

@@ -2,10 +2,10 @@
  * on, go wrong where a test wants it.
  *
  * QVTEST_STAGE is "WHAT:NUMBER" for the call of that number, counted from 1. WHAT is a signal that
- * is sent before it ("kill", "term", "hup", "int", "quit"), or the errno with which it fails;
- * "short:0" has every write move one byte. QVTEST_REFUSED is the name of a call that is never
- * permitted. QVTEST_LOG is a file that gets a line for each call: its name, and what it is about.
- * QVTEST_HOST_NAME is what gethostname gives.
+ * is sent before it ("kill", "term", "hup", "int", "quit", "stop"), or the errno with which it
+ * fails; "short:0" has every write move one byte. QVTEST_REFUSED is the name of a call that is
+ * never permitted. QVTEST_LOG is a file that gets a line for each call: its name, and what it is
+ * about. QVTEST_HOST_NAME is what gethostname gives.
  */
 #define _GNU_SOURCE
 #include <dlfcn.h>
@@ -29,8 +29,8 @@ static int g_count = 0;
 static const struct {
   const char* name;
   int number;
-} kSignals[] = {
-    {"kill:", SIGKILL}, {"term:", SIGTERM}, {"hup:", SIGHUP}, {"int:", SIGINT}, {"quit:", SIGQUIT}};
+} kSignals[] = {{"kill:", SIGKILL}, {"term:", SIGTERM}, {"hup:", SIGHUP},
+                {"int:", SIGINT},   {"quit:", SIGQUIT}, {"stop:", SIGSTOP}};
 
 static void Log(const char* name, const char* about) {
   const char* file = getenv("QVTEST_LOG");

@@ -232,7 +232,9 @@ class CertCommandLine(Site):
                           ["--import", "a", "b", "c"], ["--import", "", "b"],
                           ["--import", "a", "b", "--days", "3"],
                           ["--import", "a", "b", "--name", "c"],
-                          ["--name", "a", "--host-name", "b"]):
+                          ["--name", "a", "--host-name", "b"], ["--host-name", "*.example.org"],
+                          ["--print-paths", "--import", "a", "b"], ["--print-paths", "a"],
+                          ["--print-paths", "--replace"], ["--wait", "1", "--print-paths"]):
             with self.subTest(arguments=arguments):
                 error = self.refuse("", *arguments, status=2)
                 self.assertTrue(error.endswith(f"\nTry '{PROGRAM} --help'.\n"), error)
@@ -255,6 +257,15 @@ class CertCommandLine(Site):
         del self.environment["QVPUBAPPDATADIR"]
         self.assertIn("/var/lib/kestrix/certstore/server_certs/server_0.key\n",
                       run(CERT, "--print-paths", env=self.environment))
+
+    def test_output_that_nobody_reads_is_status_1(self):
+        end, closed = os.pipe()
+        os.close(end)
+        done = subprocess.run([CERT, "--print-paths"], stdout=closed, stderr=subprocess.PIPE,
+                              env=self.environment, text=True, timeout=60, check=False)
+        os.close(closed)
+        self.assertEqual(done.returncode, 1)
+        self.assertIn(os.strerror(errno.EPIPE), done.stderr)
 
     def test_output_that_goes_nowhere_is_status_1(self):
         with open("/dev/full", "w") as full:
@@ -349,6 +360,18 @@ class CertPlace(Site):
             self.refuse(reason, "--print-paths")
         self.environment |= {"QVPUBAPPDATADIR": f"{self.data}/dätä", "LC_ALL": "C"}
         self.refuse("cannot be read in this locale", "--key", "p256")
+
+    @unittest.skipUnless(os.geteuid() == 0, "only root can lend the rights of another user")
+    def test_that_a_set_user_id_copy_would_not_look_at_is_refused(self):
+        copy = self.root / "lent"
+        shutil.copy(CERT, copy)
+        self.give(copy)
+        copy.chmod(0o4755)
+        done = subprocess.run([copy, "--print-paths"], env=self.environment, capture_output=True,
+                              text=True, timeout=60, check=False)
+        self.assertEqual((done.returncode, done.stdout), (1, ""))
+        self.assertIn("counts for nothing with the rights of another user", done.stderr)
+        self.assertIn("the store is '/var/lib/kestrix/certstore'", done.stderr)
 
     def test_where_this_user_may_not_write_is_refused(self):
         self.root.chmod(0o755)
@@ -727,6 +750,22 @@ class CertInterruption(Site):
             self.assertIn(self.pair(), (self.old, self.new))
             self.expect_nothing_left()
 
+    def test_keeps_other_runs_away_until_the_end_of_the_move(self):
+        turn = self.number_of("rename", 5)
+        self.start()
+        stopped = subprocess.Popen(
+            [CERT, "--replace", "--import", "new.key", "new.cer"], cwd=self.root,
+            stdout=subprocess.DEVNULL,
+            env=self.environment | {"LD_PRELOAD": str(STAGED_CALLS), "QVTEST_STAGE": f"stop:{turn}"})
+        self.assertTrue(os.WIFSTOPPED(os.waitpid(stopped.pid, os.WUNTRACED)[1]))
+        try:
+            self.refuse("is locked by another process", "--replace", "--key", "p256", "--wait", "0")
+        finally:
+            stopped.send_signal(signal.SIGCONT)
+            self.assertEqual(stopped.wait(timeout=60), 0)
+        self.assertEqual(self.pair(), self.new)
+        self.expect_nothing_left()
+
     def test_by_a_failure_is_told_and_leaves_the_old_pair_or_the_new_one(self):
         outcomes = set()
         for done, _ in self.steps(errno.EIO):
@@ -942,6 +981,30 @@ class CertPages(Site):
         told = set(re.findall(r"^\.It Fl -([a-z-]+)", self.manual.read_text(), re.M))
         self.assertEqual(told, set(re.findall(r"^  --([a-z-]+)", run(CERT, "--help"), re.M)))
         self.assertGreater(len(told), 8)
+
+    def test_manual_help_and_program_agree_on_numbers(self):
+        told = " ".join(run(CERT, "--help").split())
+        page = self.manual.read_text()
+        for option, least, most, default in (("days", 1, 3650, 365), ("wait", 0, 60, 10)):
+            self.assertRegex(told, f"--{option} [^-]*: {least} to {most} \\(default {default}\\)")
+            (text,) = re.findall(rf"^\.It Fl -{option} .*\n((?:[^.].*\n)*)", page, re.M)
+            self.assertIn(f": {least} to {most}.\nThe default is {default}.\n", text)
+            for number in (least - 1, most + 1):
+                self.refuse("", f"--{option}", str(number), status=2)
+        self.assertIn("rsa3072 (default)", told)
+        self.assertIn(".Cm rsa3072\n(the default)", page)
+        self.assertIn("The key gets mode 0600 and the certificate mode 0644.", page)
+        self.assertRegex(told, "Exit status: 0 [^,]*, 1 refused or failed, 2 the command line makes no sense")
+        self.assertRegex(page, r"(?s)EXIT STATUS.*\.It 0\nThe pair is in its place.*\.It 1\nIt was refused, "
+                               r"or failed.*\.It 2\nThe command line makes no sense")
+
+    def test_waits_as_long_as_they_say_unless_told_otherwise(self):
+        self.store.mkdir(mode=0o700)
+        lock = os.open(self.store, os.O_RDONLY)
+        self.addCleanup(os.close, lock)
+        fcntl.flock(lock, fcntl.LOCK_EX)
+        # Time passes at once.
+        self.refuse("after 10 seconds still", "--key", "p256", staged={})
 
     def test_commands_of_the_page_on_the_store_do_what_they_say(self):
         page = (SOURCES / "docs" / "certificate-store.md").read_text()
