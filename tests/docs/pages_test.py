@@ -65,8 +65,9 @@ BLOCKS = {
     "docs/tracing.md": "tests/tracing/tracing_doc_test.py "
                        "Document.test_holds_the_blocks_and_tables_that_are_tried_here_and_no_others",
 }
-# A line that needs a system of its own, and the script that has one.
-RUN_ELSEWHERE = {"dpkg-statoverride --add --update www-data www-data 0755 /var/lib/kestrix": "packaging/test"}
+# Lines that need a system of their own, and the script that has one.
+RUN_ELSEWHERE = {"dpkg-statoverride --add --update www-data www-data 0755 /var/lib/kestrix": "packaging/test",
+                 "chown -R www-data:www-data /var/lib/kestrix": "packaging/test"}
 
 # A place of an installation, which has a test of its own.
 INSTALLED = "include/qvsslinit-engine"
