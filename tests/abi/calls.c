@@ -2,6 +2,12 @@
 
 #include <string.h>
 
+#include "include/qvsslinit.h"
+
+// What hosts were compiled with: the compiler refuses any other signature in the header.
+struct QvSslInitHandle* QVSSLINIT_Init(void);
+void QVSSLINIT_Uninit(struct QvSslInitHandle* handle);
+
 typedef void (*Operation)(void* self);
 
 /// What every object with virtual operations begins with.

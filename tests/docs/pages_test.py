@@ -248,6 +248,13 @@ class Blocks(unittest.TestCase):
                         self.assertIn(line.strip(), script.read_text().splitlines())
 
 
+class Changelog(unittest.TestCase):
+    def test_begins_with_the_version_that_is_built(self):
+        built = re.search(r"^project\(qvsslinit VERSION (\S+)", (SOURCES / "CMakeLists.txt").read_text(), re.M)
+        told = re.search(r"^## (\S+)$", (SOURCES / "CHANGELOG.md").read_text(), re.M)
+        self.assertEqual(told.group(1), built.group(1))
+
+
 class LongCommands(unittest.TestCase):
     """Commands that take minutes are not run here: what they name is there to be run."""
 
