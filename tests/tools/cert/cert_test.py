@@ -398,6 +398,18 @@ class CertPlace(Site):
         for path in paths:
             os.chown(path, NOBODY, NOBODY, follow_symlinks=False)
 
+    @unittest.skipUnless(os.geteuid() == 0, "only root can give files to others")
+    def test_gets_the_owner_of_the_first_directory_that_is_not_root_s_from_root(self):
+        self.root.chmod(0o755)
+        for given in (self.store, self.pairs):
+            given.mkdir(mode=0o700, parents=True)
+            self.give(given)
+            self.store.chmod(0o711)
+            self.make()
+            for path in given.rglob("*"):
+                self.assertEqual((path.stat().st_uid, path.stat().st_gid), (NOBODY, NOBODY), path)
+            shutil.rmtree(self.store)
+
     @unittest.skipUnless(os.geteuid() == 0, "only root has rights to lend")
     def test_of_another_user_does_not_have_root_touch_the_files_of_others(self):
         others = self.root / "others"
