@@ -124,7 +124,7 @@ class Reader {
 
   /// Takes the words behind the options, and looks whether all goes together.
   Request finish(int count, char** words) {
-    if (options_.printPaths && (isAboutPair_ || count > 0))
+    if (options_.printPaths && isAboutPair_)
       return Refuse("nothing else goes with", "--print-paths");
     if (isImport_) {
       if (count != 2) return Refuse("the files KEY and CERTIFICATE are to follow", "--import");
