@@ -1,8 +1,11 @@
-// Takes, beside Google Benchmark's own arguments, --iterations=N: each benchmark goes round its
-// loop N times, however long that takes. One round is a test that it works; the instructions of
-// 2000 rounds less those of 1000 are those of 1000 rounds, without all that happens once.
+// Takes, beside Google Benchmark's own arguments:
+//     --iterations=N   each benchmark goes round its loop N times, however long that takes. One
+//                      round is a test that it works; the instructions of 2000 rounds less those of
+//                      1000 are those of 1000 rounds, without all that happens once.
+//     --reversed       the benchmark that was added last comes first
 #include <unistd.h>
 
+#include <algorithm>
 #include <charconv>
 #include <cstdlib>
 #include <cstring>
@@ -15,41 +18,55 @@
 namespace qv::bench {
 namespace {
 
-using Registered = ::benchmark::internal::Benchmark;
+struct Added {
+  const char* name;
+  Function function;
+  std::vector<long> sizes;
+  int threads;  // 0 where the processor's time counts
+};
 
-std::vector<Registered*> g_added;
+std::vector<Added> g_added;
 
-/// Takes the argument away, and gives its number; 0 where it is missing or no number.
-long TakeIterations(int& count, char** arguments) {
-  constexpr std::string_view kName = "--iterations=";
+/// Takes the first argument that begins so away, and gives what follows; null where there is none.
+const char* Take(std::string_view begin, int& count, char** arguments) {
   for (int i = 1; i < count; ++i) {
-    const std::string_view argument = arguments[i];
-    if (argument.substr(0, kName.size()) != kName) continue;
-    long iterations = 0;
-    std::from_chars(argument.data() + kName.size(), argument.data() + argument.size(), iterations);
+    const char* const argument = arguments[i];
+    if (std::string_view(argument).substr(0, begin.size()) != begin) continue;
     std::memmove(arguments + i, arguments + i + 1,
                  static_cast<std::size_t>(count - i) * sizeof *arguments);
     --count;
-    return iterations;
+    return argument + begin.size();
   }
-  return 0;
+  return nullptr;
+}
+
+/// 0 where there is no number.
+long Number(const char* text) {
+  long number = 0;
+  if (text != nullptr) std::from_chars(text, text + std::strlen(text), number);
+  return number;
+}
+
+void Register(const Added& added, long iterations) {
+  auto* const registered = ::benchmark::RegisterBenchmark(added.name, added.function);
+  for (const long size : added.sizes)
+    registered->Arg(size);
+  if (added.threads > 0) registered->Threads(added.threads)->UseRealTime();
+  if (iterations > 0) registered->Iterations(iterations);
 }
 
 }  // namespace
 
 void Add(const char* name, Function function) {
-  g_added.push_back(::benchmark::RegisterBenchmark(name, function));
+  Add(name, function, {});
 }
 
 void Add(const char* name, Function function, std::initializer_list<long> sizes) {
-  Add(name, function);
-  for (const long size : sizes)
-    g_added.back()->Arg(size);
+  g_added.push_back({name, function, sizes, 0});
 }
 
 void AddThreads(const char* name, Function function, int threads) {
-  Add(name, function);
-  g_added.back()->Threads(threads)->UseRealTime();
+  g_added.push_back({name, function, {}, threads});
 }
 
 long ResidentBytes() {
@@ -68,13 +85,13 @@ void Require(bool holds) {
 }  // namespace qv::bench
 
 int main(int count, char** arguments) {
-  const long iterations = qv::bench::TakeIterations(count, arguments);
+  const long iterations = qv::bench::Number(qv::bench::Take("--iterations=", count, arguments));
+  const bool isReversed = qv::bench::Take("--reversed", count, arguments) != nullptr;
   benchmark::Initialize(&count, arguments);
   if (benchmark::ReportUnrecognizedArguments(count, arguments)) return 2;
   qv::bench::AddBenchmarks();
-  if (iterations > 0) {
-    for (auto* added : qv::bench::g_added)
-      added->Iterations(iterations);
-  }
+  if (isReversed) std::reverse(qv::bench::g_added.begin(), qv::bench::g_added.end());
+  for (const qv::bench::Added& added : qv::bench::g_added)
+    qv::bench::Register(added, iterations);
   return benchmark::RunSpecifiedBenchmarks() > 0 ? 0 : 1;
 }

@@ -9,8 +9,10 @@ import shutil
 import subprocess
 import tempfile
 
+from bench_programs import in_turns
+
 FILES = ("libqvsslinit.so", "libeay32.dylib", "libssleay32.dylib")
-COUNTED_TIMES = 3  # instructions differ little
+COUNTED_TIMES = 3  # with the same random numbers, instructions differ by less than one in a thousand
 
 
 @contextlib.contextmanager
@@ -31,20 +33,30 @@ def site(tree, has_certificate):
 def command(tree, name, place):
     """The process that does the work of a name: "init", "create" and "load" are ours."""
     library, host, loader = place / FILES[0], tree / "bin" / "bench_host", tree / "bin" / "bench_load"
+    same_random = place / FILES[1]
     return {"init": [host, "init", library], "init/hand": [host, "start", place],
-            "create": [host, "init", library], "create/hand": [host, "create", place],
+            "create": [host, "init", library, same_random], "create/hand": [host, "create", place, same_random],
             "load": [loader, library], "load/empty": [loader, tree / "lib" / "libbench_empty.so"]}[name]
 
 
+def made(name, place):
+    """The key and the certificate that the work of a name makes; none where it finds them."""
+    servers = place / "data" / "certstore" / "server_certs"
+    return {"create": [servers / "server_0.key", servers / "server_0.cer"],
+            "create/hand": [place / "key", place / "certificate"]}.get(name, [])
+
+
 def run(tree, name, prefix=()):
+    """What the process printed, and what is in the files that it made."""
     with site(tree, has_certificate=not name.startswith("create")) as place:
-        return subprocess.run([*prefix, *command(tree, name, place)], cwd=place,
-                              env=os.environ | {"QVPUBAPPDATADIR": str(place / "data")}, check=True,
-                              stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
+        printed = subprocess.run([*prefix, *command(tree, name, place)], cwd=place,
+                                 env=os.environ | {"QVPUBAPPDATADIR": str(place / "data")}, check=True,
+                                 stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True).stdout
+        return printed, [file.read_text() for file in made(name, place)]
 
 
 def nanoseconds(tree, name):
-    return float(run(tree, name).stdout)
+    return float(run(tree, name)[0])
 
 
 def instructions(tree, name):
@@ -71,7 +83,7 @@ def measure(tree, names, clock, repetitions):
     """In turns, as scripts/bench wants it: {name: {clock: [...]}}."""
     figure, rounds = (instructions, COUNTED_TIMES) if clock == "instructions" else (nanoseconds, repetitions)
     times = {name: {clock: []} for name in names}
-    for turn in range(rounds):
-        for name in names if turn % 2 == 0 else reversed(names):
+    for turn in in_turns(names, rounds):
+        for name in turn:
             times[name][clock].append(figure(tree, name))
     return times

@@ -7,6 +7,13 @@ import math
 import re
 import statistics
 
+from rows import File, Ratio
+
+
+def given_name(name):
+    """Without what Google Benchmark appends."""
+    return re.sub(r"(/real_time)?(/threads:\d+)?$", "", name)
+
 
 def read_times(text):
     """By benchmark, the nanoseconds that a round took in each repetition: {name: {clock: [...]}}."""
@@ -17,7 +24,7 @@ def read_times(text):
             raise ValueError(f"{run['name']}: {run['error_message']}")
         if run["run_type"] != "iteration":
             continue
-        name = re.sub(r"(/real_time)?(/threads:\d+)?$", "", run["run_name"])
+        name = given_name(run["run_name"])
         for clock in ("cpu_time", "real_time"):
             times[name][clock].append(run[clock] * scales[run["time_unit"]])
     return times
@@ -34,6 +41,10 @@ class Spread:
     def of(values):
         low, median, high = statistics.quantiles(values, n=4, method="inclusive")
         return Spread(median, low, high)
+
+
+def spread_text(spread, unit=""):
+    return f"{spread.median:.2f}{unit} ({spread.low:.2f} to {spread.high:.2f})"
 
 
 @dataclasses.dataclass(frozen=True)
@@ -64,7 +75,15 @@ def instructions_text(count):
 
 def sized(row, name):
     """The benchmarks that bear a name of a row: one for each size, if it has any."""
-    return [f"{name}/{size}" for size in row.sizes] or [name]
+    return [f"{name}/{size}" for size in getattr(row, "sizes", ())] or [name]
+
+
+def names(row):
+    """The benchmarks that a row wants, ours first; none where it looks at files."""
+    if isinstance(row, File):
+        return []
+    peers = row.peers.values() if isinstance(row, Ratio) else [row.theirs]
+    return [each for name in (row.ours, *peers) if name for each in sized(row, name)]
 
 
 def fastest_peer(row, times):
@@ -73,7 +92,7 @@ def fastest_peer(row, times):
 
 
 def compare(row, ours, theirs):
-    """Repetitions are compared one by one, for what disturbs the machine disturbs both."""
+    """Turns are compared one by one, for what disturbs the machine disturbs both."""
     pairs = zip(ours, theirs)
     if row.difference:
         return Spread.of([one - other for one, other in pairs])
@@ -92,10 +111,10 @@ def ratio_line(row, times, instructions=""):
     ours, theirs = values(row.ours), values(row.peers[peer])
     spreads = [compare(row, *each) for each in zip(ours, theirs)]
     reached = all(each.median >= row.most if row.inverted else each.median <= row.most for each in spreads)
-    unit = " ns more" if row.difference else ""
-    wanted = f"{'at least' if row.inverted else 'at most'} {row.most:g}{unit}" if row.most else ""
+    unit, more = (" ns", " ns more") if row.difference else ("", "")
+    wanted = f"{'at least' if row.inverted else 'at most'} {row.most:g}{more}" if row.most else ""
     return Line(row.number, row.work, medians(ours), peer, medians(theirs),
-                "; ".join(f"{each.median:.2f} ({each.low:.2f} to {each.high:.2f})" for each in spreads),
+                "; ".join(spread_text(each, unit) for each in spreads),
                 wanted, reached, instructions)
 
 
@@ -132,8 +151,7 @@ def growth_line(row, times):
         peers = f"{shown(theirs)}, exponent {theirs.exponent.median:.2f}"
     spread = ours.exponent
     return Line(row.number, f"{row.work}: exponent, {sizes}", shown(ours), row.peer, peers,
-                f"{spread.median:.2f} ({spread.low:.2f} to {spread.high:.2f})",
-                f"at most {row.most:g}", spread.median <= row.most)
+                spread_text(spread), f"at most {row.most:g}", spread.median <= row.most)
 
 
 def plot(curves, output):
@@ -168,11 +186,12 @@ def read_bytes(text):
     return run["bytes"]
 
 
-def memory_line(row, ours, theirs):
-    ratio = ours / theirs
+def memory_line(row, counted):
+    ours, theirs = counted[row.ours], counted[row.theirs]
+    spread = Spread.of([one / other for one, other in zip(ours, theirs)])
     wanted = "" if math.isinf(row.most) else f"at most {row.most:g}"
-    return Line(row.number, row.work, f"{ours:.0f} bytes", row.peer, f"{theirs:.0f} bytes", f"{ratio:.2f}",
-                wanted, ratio <= row.most)
+    return Line(row.number, row.work, f"{statistics.median(ours):.0f} bytes", row.peer,
+                f"{statistics.median(theirs):.0f} bytes", spread_text(spread), wanted, spread.median <= row.most)
 
 
 def relocations(shown):

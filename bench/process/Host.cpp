@@ -2,6 +2,7 @@
 //     init LIBRARY        Init, by a library that is in memory already
 //     start DIRECTORY     what Init has OpenSSL do, by hand
 //     create DIRECTORY    the same with a pair, "key" and "certificate" in the current directory
+// A third argument is a library whose OpenSSL is to give the same random numbers in every process.
 // What is measured is a function with a plain name, so that a profiler can be told to count it.
 #include <dlfcn.h>
 
@@ -11,6 +12,7 @@
 #include <string>
 
 #include "bench/process/BareStart.h"
+#include "bench/process/SameRandom.h"
 
 namespace {
 
@@ -37,7 +39,8 @@ int Measure(Work work) {
 }  // namespace
 
 int main(int count, char** arguments) {
-  if (count != 3) return 2;
+  if (count != 3 && count != 4) return 2;
+  if (count == 4 && !qv::bench::UseSameRandom(arguments[3])) return 1;
   const std::string work = arguments[1];
   const char* const place = arguments[2];
   if (work == "start") return Measure([&] { return MeasuredStart(place); });

@@ -4,6 +4,7 @@ usage: bench_test.py ROOT [Class.test]
 """
 
 import json
+import re
 import sys
 import unittest
 
@@ -12,6 +13,7 @@ sys.dont_write_bytecode = True
 sys.path[:0] = [f"{ROOT}/scripts", f"{ROOT}/bench"]
 
 import bench_process
+import bench_programs
 import bench_report
 from rows import File, Growth, Memory, Ratio
 
@@ -82,7 +84,7 @@ class RatioLine(unittest.TestCase):
             times = bench_report.read_times(written([("work", [ours] * 2), ("one", [10] * 2)]))
             line = bench_report.ratio_line(row, times)
             self.assertEqual((line.reached, line.wanted), (reached, "at most 5 ns more"))
-            self.assertTrue(line.ratio.startswith(f"{ours - 10:.2f} ("))
+            self.assertTrue(line.ratio.startswith(f"{ours - 10:.2f} ns ("))
 
     def test_of_several_sizes_is_reached_if_it_is_for_each(self):
         row = Ratio(1, "work", "program", "work", {"one": "one", "other": "other"}, 1.5, sizes=(1, 20))
@@ -189,18 +191,44 @@ class Processes(unittest.TestCase):
 
 
 class MemoryLine(unittest.TestCase):
+    def line(self, ours, theirs, row=MEMORY):
+        return bench_report.memory_line(row, {"work": ours, "work/peer": theirs})
+
     def test_compares_what_two_processes_counted(self):
-        ours, theirs = (bench_report.read_bytes(written([("a", [1])], bytes=count)) for count in (150.2, 99.9))
-        line = bench_report.memory_line(MEMORY, ours, theirs)
-        self.assertEqual((line.ours, line.peers, line.ratio), ("150 bytes", "100 bytes", "1.50"))
+        line = self.line([100, 150.2, 300], [100, 99.9, 100])
+        self.assertEqual((line.ours, line.peers, line.ratio), ("150 bytes", "100 bytes", "1.50 (1.25 to 2.25)"))
+
+    def test_takes_the_bytes_that_a_benchmark_counted(self):
+        self.assertEqual(bench_report.read_bytes(written([("a", [1])], bytes=150.2)), 150.2)
 
     def test_is_reached_up_to_the_limit_and_not_beyond(self):
-        self.assertTrue(bench_report.memory_line(MEMORY, 150, 100).reached)
-        self.assertFalse(bench_report.memory_line(MEMORY, 151, 100).reached)
+        self.assertTrue(self.line([150] * 3, [100] * 3).reached)
+        self.assertFalse(self.line([151] * 3, [100] * 3).reached)
 
     def test_may_have_no_limit(self):
-        line = bench_report.memory_line(Memory(3, "work", "program", "work", "peer", "work/peer"), 900, 1)
+        line = self.line([900] * 3, [1] * 3, Memory(3, "work", "program", "work", "peer", "work/peer"))
         self.assertEqual((line.wanted, line.reached), ("", True))
+
+
+class Names(unittest.TestCase):
+    def test_are_ours_and_those_of_all_peers_in_all_sizes(self):
+        row = Ratio(1, "work", "program", "work", {"one": "work/one"}, 1, sizes=(1, 20))
+        self.assertEqual(bench_report.names(row), ["work/1", "work/20", "work/one/1", "work/one/20"])
+        self.assertEqual(bench_report.names(RATIO), ["work", "work/one", "work/other"])
+        self.assertEqual(bench_report.names(GROWTH), ["work/10", "work/1000"])
+        self.assertEqual(bench_report.names(MEMORY), ["work", "work/peer"])
+
+
+class Turns(unittest.TestCase):
+    def test_go_there_and_back_again(self):
+        self.assertEqual(list(bench_programs.in_turns(["a", "b", "c"], 3)),
+                         [["a", "b", "c"], ["c", "b", "a"], ["a", "b", "c"]])
+
+    def test_pick_the_named_benchmarks_and_no_others(self):
+        pattern = bench_programs.only(["a", "b/1"]).removeprefix("--benchmark_filter=")
+        for name, picked in (("a", True), ("a/real_time/threads:2", True), ("a/iterations:5", True), ("b/1", True),
+                             ("aa", False), ("a/1", False), ("b/10", False)):
+            self.assertEqual(re.search(pattern, name) is not None, picked, name)
 
 
 class Page(unittest.TestCase):
