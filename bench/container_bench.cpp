@@ -64,6 +64,14 @@ struct Bytes : kit::AutoBuffer {
 };
 
 template <typename Container>
+long ElementsOf(const Container& container) {
+  return static_cast<long>(container.size());
+}
+long ElementsOf(const Bytes& buffer) {
+  return static_cast<long>(buffer.Len());
+}
+
+template <typename Container>
 void Append(benchmark::State& state) {
   for (auto _ : state) {
     Container container;
@@ -72,6 +80,10 @@ void Append(benchmark::State& state) {
     benchmark::DoNotOptimize(container);
     benchmark::ClobberMemory();
   }
+  Container container;
+  for (long count = state.range(0); count > 0; --count)
+    container.push_back(1);
+  Require(ElementsOf(container) == state.range(0));
 }
 
 }  // namespace

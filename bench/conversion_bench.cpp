@@ -5,8 +5,10 @@
 #include <clocale>
 #include <cstddef>
 #include <cstdint>
+#include <cwchar>
 #include <limits>
 #include <string>
+#include <type_traits>
 
 #include "bench/Bench.h"
 #include "kit/StringBase.h"
@@ -109,14 +111,27 @@ void LegacyByIconv(benchmark::State& state) {
   BareIconv(state, Japanese(kLegacyMegabyte), kLegacy);
 }
 
+// Integers as text in a base. In bases other than 10 a negative number has the bits of its own
+// width.
+
 struct Decimal {
+  static constexpr int kBase = 10;
   WString operator()(std::int8_t value) const { return kit::osdep::Int8ToString(value, 10); }
   WString operator()(std::int16_t value) const { return kit::osdep::Int16ToString(value, 10); }
   WString operator()(std::int32_t value) const { return kit::osdep::Int32ToString(value, 10); }
   WString operator()(std::int64_t value) const { return kit::osdep::Int64ToString(value, 10); }
+  WString operator()(std::uint8_t value) const { return kit::osdep::UInt8ToString(value, 10); }
+  WString operator()(std::uint16_t value) const { return kit::osdep::UInt16ToString(value, 10); }
+  WString operator()(std::uint32_t value) const { return kit::osdep::UInt32ToString(value, 10); }
+  WString operator()(std::uint64_t value) const { return kit::osdep::UInt64ToString(value, 10); }
 };
 
 struct Hexadecimal {
+  static constexpr int kBase = 16;
+  WString operator()(std::int8_t value) const { return kit::osdep::Int8ToString(value, 16); }
+  WString operator()(std::int16_t value) const { return kit::osdep::Int16ToString(value, 16); }
+  WString operator()(std::int32_t value) const { return kit::osdep::Int32ToString(value, 16); }
+  WString operator()(std::int64_t value) const { return kit::osdep::Int64ToString(value, 16); }
   WString operator()(std::uint8_t value) const { return kit::osdep::UInt8ToString(value, 16); }
   WString operator()(std::uint16_t value) const { return kit::osdep::UInt16ToString(value, 16); }
   WString operator()(std::uint32_t value) const { return kit::osdep::UInt32ToString(value, 16); }
@@ -125,24 +140,51 @@ struct Hexadecimal {
 
 template <int base>
 struct ToChars {
+  static constexpr int kBase = base;
   template <typename Integer>
   WString operator()(Integer value) const {
     char digits[std::numeric_limits<Integer>::digits + 1];
-    const char* const end = std::to_chars(digits, digits + sizeof(digits), value, base).ptr;
+    // Otherwise the compiler fears that they are read before they are there.
+    benchmark::DoNotOptimize(&digits[0]);
+    const std::conditional_t<base == 10, Integer, std::make_unsigned_t<Integer>> number = value;
+    const char* const end = std::to_chars(digits, digits + sizeof(digits), number, base).ptr;
     wchar_t wide[sizeof(digits)];
     return WString(wide, std::copy(static_cast<const char*>(digits), end, wide));
   }
 };
 
 /// Numbers of all lengths that the type has, another one each time.
+template <typename Integer>
+class Various {
+ public:
+  Integer next() {
+    random_ = random_ * 6364136223846793005U + 1442695040888963407U;
+    const auto value = static_cast<Integer>(random_);
+    const std::uint64_t places = (random_ >> 58U) % std::numeric_limits<Integer>::digits;
+    return static_cast<Integer>(value >> places);
+  }
+
+ private:
+  std::uint64_t random_ = 1;
+};
+
+template <typename Integer, typename ToText>
+void RequireTexts() {
+  Various<Integer> numbers;
+  for (int i = 0; i < 1000; ++i) {
+    const Integer number = numbers.next();
+    const WString text = ToText()(number);
+    const std::wstring digits(text.begin(), text.end());
+    Require(static_cast<Integer>(std::wcstoull(digits.c_str(), nullptr, ToText::kBase)) == number);
+  }
+}
+
 template <typename Integer, typename ToText>
 void EachNumber(benchmark::State& state) {
-  std::uint64_t random = 1;
+  RequireTexts<Integer, ToText>();
+  Various<Integer> numbers;
   for (auto _ : state) {
-    random = random * 6364136223846793005U + 1442695040888963407U;
-    const auto value = static_cast<Integer>(random);
-    const std::uint64_t places = (random >> 58U) % std::numeric_limits<Integer>::digits;
-    const WString text = ToText()(static_cast<Integer>(value >> places));
+    const WString text = ToText()(numbers.next());
     benchmark::DoNotOptimize(text.begin());
   }
 }
@@ -168,10 +210,17 @@ void AddBenchmarks() {
   Add("Legacy", Legacy);
   Add("Legacy/iconv", LegacyByIconv);
   Add("LegacyCharacters", LegacyCharacters, {1000, 10'000, 100'000, 1'000'000});
-  Add("Decimal", kSigned<Decimal>, {8, 16, 32, 64});
-  Add("Decimal/to_chars", kSigned<ToChars<10>>, {8, 16, 32, 64});
-  Add("Hexadecimal", kUnsigned<Hexadecimal>, {8, 16, 32, 64});
-  Add("Hexadecimal/to_chars", kUnsigned<ToChars<16>>, {8, 16, 32, 64});
+  const auto addWidths = [](const char* name, Function function) {
+    Add(name, function, {8, 16, 32, 64});
+  };
+  addWidths("Decimal", kSigned<Decimal>);
+  addWidths("Decimal/to_chars", kSigned<ToChars<10>>);
+  addWidths("UnsignedDecimal", kUnsigned<Decimal>);
+  addWidths("UnsignedDecimal/to_chars", kUnsigned<ToChars<10>>);
+  addWidths("Hexadecimal", kSigned<Hexadecimal>);
+  addWidths("Hexadecimal/to_chars", kSigned<ToChars<16>>);
+  addWidths("UnsignedHexadecimal", kUnsigned<Hexadecimal>);
+  addWidths("UnsignedHexadecimal/to_chars", kUnsigned<ToChars<16>>);
 }
 
 }  // namespace qv::bench

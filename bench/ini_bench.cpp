@@ -195,10 +195,18 @@ const Library& TheDocument() {
   return document;
 }
 
+/// That so many entries are there, in any order.
+template <class Library>
+void RequireEntries(const Library& document, std::size_t count) {
+  for (std::size_t i = 0; i < count; ++i) {
+    const Place& place = TheSample().places[i];
+    Require(document.get(place) == ValueOf(place));
+  }
+}
+
 template <class Library, class Source>
 void ReadFrom(benchmark::State& state, const Source& source) {
-  const Place& place = TheSample().places.front();
-  Require(Library(source).get(place) == ValueOf(place));
+  RequireEntries(Library(source), 100);
   for (auto _ : state) {
     const Library library(source);
     benchmark::DoNotOptimize(&library);
@@ -220,8 +228,7 @@ template <class Library>
 void Get(benchmark::State& state) {
   const Library& document = TheDocument<Library>();
   const std::vector<Place>& places = TheSample().places;
-  for (const Place& place : places)
-    Require(document.get(place) == ValueOf(place));
+  RequireEntries(document, places.size());
   size_t i = 0;
   for (auto _ : state) {
     benchmark::DoNotOptimize(document.get(places[i]));
@@ -232,7 +239,7 @@ void Get(benchmark::State& state) {
 template <class Library>
 void Write(benchmark::State& state) {
   const Library& document = TheDocument<Library>();
-  Require(document.written().size() > TheSample().text.size() / 10 * 9);
+  RequireEntries(Library(document.written()), TheSample().places.size());
   for (auto _ : state)
     benchmark::DoNotOptimize(document.written());
 }
@@ -276,13 +283,22 @@ std::string SectionsOfOneKey(long count) {
   return text;
 }
 
-template <std::string (*MakeText)(long)>
+// The last entry of a document as these make it.
+Place LastKey(long count) {
+  return {"Section", "Key " + std::to_string(count - 1), ""};
+}
+Place LastSection(long count) {
+  return {"Section " + std::to_string(count - 1), "Key", ""};
+}
+
+template <std::string (*MakeText)(long), Place (*lastPlace)(long)>
 void ReadMany(benchmark::State& state) {
   const std::string text = MakeText(state.range(0));
   for (auto _ : state) {
     const Qvini library(text);
     benchmark::DoNotOptimize(&library);
   }
+  Require(Qvini(text).get(lastPlace(state.range(0))) != nullptr);
 }
 
 void GetOfMany(benchmark::State& state) {
@@ -291,7 +307,8 @@ void GetOfMany(benchmark::State& state) {
   std::vector<Place> places;
   for (long i = 0; i < 10'000; ++i)
     places.push_back({"Section", "Key " + std::to_string(i * 7919 % count), ""});
-  Require(library.get(places.back()) != nullptr);
+  for (const Place& place : places)
+    Require(library.get(place) != nullptr);
   std::size_t i = 0;
   for (auto _ : state) {
     benchmark::DoNotOptimize(library.get(places[i]));
@@ -301,6 +318,7 @@ void GetOfMany(benchmark::State& state) {
 
 void WriteMany(benchmark::State& state) {
   const Qvini library(KeysInOneSection(state.range(0)));
+  Require(Qvini(library.written()).get(LastKey(state.range(0))) != nullptr);
   for (auto _ : state)
     benchmark::DoNotOptimize(library.written());
 }
@@ -331,8 +349,8 @@ void AddBenchmarks() {
   const auto addSizes = [](const char* name, Function function) {
     Add(name, function, {1000, 10'000, 100'000, 1'000'000});
   };
-  addSizes("IniReadKeys", ReadMany<KeysInOneSection>);
-  addSizes("IniReadSections", ReadMany<SectionsOfOneKey>);
+  addSizes("IniReadKeys", ReadMany<KeysInOneSection, LastKey>);
+  addSizes("IniReadSections", ReadMany<SectionsOfOneKey, LastSection>);
   addSizes("IniGetKeys", GetOfMany);
   addSizes("IniWriteKeys", WriteMany);
 }

@@ -33,7 +33,7 @@ struct Library {
     Require(library != nullptr);
     init = reinterpret_cast<decltype(init)>(::dlsym(library, "QVSSLINIT_Init"));
     uninit = reinterpret_cast<decltype(uninit)>(::dlsym(library, "QVSSLINIT_Uninit"));
-    Require(init() != nullptr);
+    Require(init != nullptr && uninit != nullptr && init() != nullptr);
     std::filesystem::remove_all(store);
   }
 
@@ -46,10 +46,16 @@ const Library& TheLibrary() {
   return library;
 }
 
+QvSslInitHandle* Init(const Library& library) {
+  QvSslInitHandle* const handle = library.init();
+  Require(handle != nullptr);
+  return handle;
+}
+
 void InitAndUninit(benchmark::State& state) {
   const Library& library = TheLibrary();
   for (auto _ : state)
-    library.uninit(library.init());
+    library.uninit(Init(library));
 }
 
 void FourLocksAndAnObject(benchmark::State& state) {
@@ -67,7 +73,7 @@ void FourLocksAndAnObject(benchmark::State& state) {
 
 /// Handles, and how they come and go.
 struct Handle {
-  static void* take() { return TheLibrary().init(); }
+  static void* take() { return Init(TheLibrary()); }
   static void giveBack(void* handle) { TheLibrary().uninit(static_cast<QvSslInitHandle*>(handle)); }
 };
 
@@ -115,7 +121,7 @@ void HandleMemory(benchmark::State& state) {
   for (auto _ : state) {
     const long before = ResidentBytes();
     for (long i = 0; i < kHandles; ++i)
-      library.init();
+      Init(library);
     state.counters["bytes"] = static_cast<double>(ResidentBytes() - before) / kHandles;
   }
 }

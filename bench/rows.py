@@ -18,7 +18,7 @@ class Ratio:
     difference: bool = False    # ours less the peer's, which is to be at most `most` nanoseconds
     sizes: tuple = ()           # where there are several: appended to all names, "ours/1000"
     instructions: bool = False  # counted too: where a single path is measured
-    rounds: int = 1000          # that are counted
+    rounds: int = 10_000        # that are counted
 
 
 @dataclasses.dataclass(frozen=True)
@@ -61,7 +61,8 @@ class File:
 ROWS = [
     Ratio(1, "a disabled scope, in and out", "trace", "Scope",
           {"two loads with their branches": "Scope/loads"}, 2.5, instructions=True),
-    Ratio(2, "the same", "trace", "Scope", {"two disabled calls of spdlog": "Scope/spdlog"}, 0.25),
+    Ratio(2, "the same", "trace", "Scope", {"two disabled calls of spdlog": "Scope/spdlog"}, 0.25,
+          instructions=True),
     Ratio(3, "a record of about 100 bytes", "trace", "Record",
           {"spdlog, a sink under a mutex that discards": "Record/spdlog"}, 0.9, instructions=True),
     Ratio(4, "the same", "trace", "Record",
@@ -94,7 +95,8 @@ ROWS = [
            "Boost.PropertyTree": "IniRead/PropertyTree"}, 0.5, instructions=True, rounds=5),
     Ratio(12, "INI: reading the same from a file", "ini", "IniReadFile",
           {"SimpleIni": "IniReadFile/SimpleIni", "inih's `INIReader`": "IniReadFile/inih",
-           "Boost.PropertyTree": "IniReadFile/PropertyTree", "iniparser": "IniReadFile/iniparser"}, 0.5),
+           "Boost.PropertyTree": "IniReadFile/PropertyTree", "iniparser": "IniReadFile/iniparser"}, 0.5,
+          instructions=True, rounds=5),
     Growth("INI: reading n keys of one section", "n", "ini", "IniReadKeys", number=13, most=1.1),
     Growth("INI: reading n sections of one key", "n", "ini", "IniReadSections", number=13, most=1.1),
     Ratio(14, "INI: one look-up of a random key in the document of row 12", "ini", "IniGet",
@@ -108,7 +110,8 @@ ROWS = [
           {"utfcpp": "Ascii/utfcpp", "ICU (`U8_NEXT`, `U8_APPEND`)": "Ascii/icu"}, 0.6),
     Ratio(16, "the same", "utf8", "Ascii", {"copying each into the other's width": "Ascii/copying"}, 1.5),
     Ratio(17, "UTF-8 to wide and back, 1 MB of Latin, CJK and emoji", "utf8", "Mixed",
-          {"utfcpp": "Mixed/utfcpp", "ICU (`U8_NEXT`, `U8_APPEND`)": "Mixed/icu", "`iconv`": "Mixed/iconv"}, 0.8),
+          {"utfcpp": "Mixed/utfcpp", "ICU (`U8_NEXT`, `U8_APPEND`)": "Mixed/icu", "`iconv`": "Mixed/iconv",
+           "`mbsnrtowcs`, `wcsnrtombs`": "Mixed/libc"}, 0.8, instructions=True, rounds=5),
     Ratio(18, "a path of 40 characters to narrow text and back, process locale UTF-8", "conversion", "PathUtf8",
           {"`iconv_open`, `iconv`, `iconv_close`": "PathUtf8/iconv"}, 0.2, instructions=True),
     Ratio(18, "the same, process locale \"C\"", "conversion", "PathC",
@@ -129,9 +132,10 @@ ROWS = [
           {"`std::vector`, same growth": "Vector/std"}, 1.1, sizes=(1, 1000, 1_000_000)),
     Ratio(23, "appending 1, 1,000, 1,000,000 single bytes to an `AutoBuffer`", "container", "AutoBuffer",
           {"`std::vector`, same growth": "AutoBuffer/std"}, 1.1, sizes=(1, 1000, 1_000_000)),
-    *(Ratio(24, f"an integer of 8, 16, 32, 64 bits as text in base {base}", "conversion", ours,
-            {"`std::to_chars`, and the string made of it": f"{ours}/to_chars"}, 1.3, sizes=(8, 16, 32, 64))
-      for base, ours in ((10, "Decimal"), (16, "Hexadecimal"))),
+    *(Ratio(24, f"{kind} integer of 8, 16, 32, 64 bits as text in base {base}", "conversion", sign + ours,
+            {"`std::to_chars`, and the string made of it": f"{sign}{ours}/to_chars"}, 1.3, sizes=(8, 16, 32, 64))
+      for base, ours in ((10, "Decimal"), (16, "Hexadecimal"))
+      for kind, sign in (("a signed", ""), ("an unsigned", "Unsigned"))),
     Ratio(25, "`CurrentSystemTime`", "clock", "TimeStamp", {"`gettimeofday`": "TimeStamp/gettimeofday"}, 1.5,
           instructions=True),
     Memory(26, "memory of a live handle", "init", "HandleMemory", "its number", "HandleMemory/data"),

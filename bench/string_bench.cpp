@@ -1,5 +1,7 @@
 #include <strings.h>
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <cwchar>
 #include <string>
@@ -14,27 +16,39 @@ namespace {
 using kit::String;
 using kit::WString;
 
+template <typename Character, typename Text>
+void RequireAll(const Text& text, long length) {
+  const std::basic_string<Character> expected(static_cast<std::size_t>(length), Character{'a'});
+  Require(std::equal(text.begin(), text.end(), expected.begin(), expected.end()));
+}
+
 /// Appended one by one until they are as many as state.range(0).
 template <typename Text, typename Character>
 void Characters(benchmark::State& state) {
-  for (auto _ : state) {
+  const auto appended = [&] {
     Text text;
     for (long count = state.range(0); count > 0; --count)
       text += Character{'a'};
-    benchmark::DoNotOptimize(text.begin());
-  }
+    return text;
+  };
+  for (auto _ : state)
+    benchmark::DoNotOptimize(appended().begin());
+  RequireAll<Character>(appended(), state.range(0));
 }
 
 /// The same by pieces of 16, the last of which may be shorter.
 template <typename Text, typename Character>
 void Pieces(benchmark::State& state) {
   const std::basic_string<Character> piece(16, Character{'a'});
-  for (auto _ : state) {
+  const auto appended = [&] {
     Text text;
     for (long count = state.range(0); count > 0; count -= 16)
       text.append(piece.data(), static_cast<std::uint32_t>(count < 16 ? count : 16));
-    benchmark::DoNotOptimize(text.begin());
-  }
+    return text;
+  };
+  for (auto _ : state)
+    benchmark::DoNotOptimize(appended().begin());
+  RequireAll<Character>(appended(), state.range(0));
 }
 
 /// Texts of 64 characters.
@@ -42,10 +56,12 @@ template <typename Character>
 struct Pair {
   std::basic_string<Character> one = std::basic_string<Character>(64, Character{'x'});
   std::basic_string<Character> other = one;
+  bool areEqual = false;
 
   static Pair WithOtherCase() {
     Pair pair;
     pair.other.assign(64, Character{'X'});
+    pair.areEqual = true;
     return pair;
   }
   static Pair WithOtherEnd() {
@@ -62,6 +78,7 @@ void Equal(benchmark::State& state) {
   const Text other(pair.other.c_str());
   for (auto _ : state)
     benchmark::DoNotOptimize(one == other);
+  Require((one == other) == pair.areEqual);
 }
 
 int Compare(const char* one, const char* other) {
@@ -80,6 +97,7 @@ void EqualByLibrary(benchmark::State& state) {
     benchmark::DoNotOptimize(one);
     benchmark::DoNotOptimize(Compare(one, other) == 0);
   }
+  Require((Compare(one, other) == 0) == pair.areEqual);
 }
 
 }  // namespace

@@ -1,9 +1,11 @@
 #include <iconv.h>
+#include <locale.h>
 #include <unicode/utf8.h>
 #include <utf8.h>
 
 #include <cstddef>
 #include <cstdint>
+#include <cwchar>
 #include <string_view>
 #include <vector>
 
@@ -122,6 +124,32 @@ struct Iconv {
   iconv_t encoder = ::iconv_open("UTF-8", "WCHAR_T");
 };
 
+/// The C library's functions for the encoding of the thread's locale.
+struct Libc {
+  Libc() { Require(encoding != nullptr); }
+  Libc(const Libc&) = delete;
+  Libc& operator=(const Libc&) = delete;
+  ~Libc() {
+    ::uselocale(before);
+    ::freelocale(encoding);
+  }
+
+  std::size_t toWide(const Utf8& utf8, Wide& wide) const {
+    std::mbstate_t state{};
+    const char* in = reinterpret_cast<const char*>(utf8.data());
+    return ::mbsnrtowcs(wide.data(), &in, utf8.size(), wide.size(), &state);
+  }
+  std::size_t toUtf8(const Wide& wide, std::size_t length, Utf8& utf8) const {
+    std::mbstate_t state{};
+    const wchar_t* in = wide.data();
+    return ::wcsnrtombs(reinterpret_cast<char*>(utf8.data()), &in, length, utf8.size(), &state);
+  }
+
+ private:
+  locale_t encoding = ::newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
+  locale_t before = ::uselocale(encoding);
+};
+
 /// No conversion at all: as fast as ASCII can be.
 struct Copying {
   std::size_t toWide(const Utf8& utf8, Wide& wide) const {
@@ -174,6 +202,7 @@ void AddBenchmarks() {
   Add("Mixed/utfcpp", ThereAndBack<Utfcpp, Mixed>);
   Add("Mixed/icu", ThereAndBack<Icu, Mixed>);
   Add("Mixed/iconv", ThereAndBack<Iconv, Mixed>);
+  Add("Mixed/libc", ThereAndBack<Libc, Mixed>);
   Add("MixedBytes", AnySizeThereAndBack<Ours, Mixed>, {1000, 10'000, 100'000, 1'000'000});
 }
 
