@@ -64,9 +64,11 @@ ROWS = [
     Ratio(2, "the same", "trace", "Scope", {"two disabled calls of spdlog": "Scope/spdlog"}, 0.25,
           instructions=True),
     Ratio(3, "a record of about 100 bytes", "trace", "Record",
-          {"spdlog, a sink under a mutex that discards": "Record/spdlog"}, 0.9, instructions=True),
+          {"spdlog, a sink under a mutex that discards": "Record/spdlog"}, 0.9, instructions=True,
+          rounds=1000),
     Ratio(4, "the same", "trace", "Record",
-          {"one `vsnprintf` and one `gettimeofday`": "Record/vsnprintf"}, 1.3, instructions=True),
+          {"one `vsnprintf` and one `gettimeofday`": "Record/vsnprintf"}, 1.3, instructions=True,
+          rounds=1000),
     Ratio(5, "records from two threads", "trace", "RecordsOfTwo", {"from one": "RecordsOfOne"}, 1.8,
           clock="real_time", inverted=True),
     Ratio(5, "the machine's own limit: `vsnprintf` from two threads", "trace", "PrintingOfTwo",
@@ -113,9 +115,9 @@ ROWS = [
           {"utfcpp": "Mixed/utfcpp", "ICU (`U8_NEXT`, `U8_APPEND`)": "Mixed/icu", "`iconv`": "Mixed/iconv",
            "`mbsnrtowcs`, `wcsnrtombs`": "Mixed/libc"}, 0.8, instructions=True, rounds=5),
     Ratio(18, "a path of 40 characters to narrow text and back, process locale UTF-8", "conversion", "PathUtf8",
-          {"`iconv_open`, `iconv`, `iconv_close`": "PathUtf8/iconv"}, 0.2, instructions=True),
+          {"`iconv_open`, `iconv`, `iconv_close`": "PathUtf8/iconv"}, 0.2, instructions=True, rounds=1000),
     Ratio(18, "the same, process locale \"C\"", "conversion", "PathC",
-          {"`iconv_open`, `iconv`, `iconv_close`": "PathC/iconv"}, 0.2, instructions=True),
+          {"`iconv_open`, `iconv`, `iconv_close`": "PathC/iconv"}, 0.2, instructions=True, rounds=1000),
     Ratio(19, "1 MB of EUC-JP from wide text and back", "conversion", "Legacy",
           {"the bare `iconv` calls": "Legacy/iconv"}, 1.1),
     *(Ratio(20, f"{what} to {text}, up to 1, 100, 1,000,000 characters", "string", ours,
@@ -123,7 +125,7 @@ ROWS = [
       for what, kind in (("appending characters", "Characters"), ("appending pieces of 16 characters", "Pieces"))
       for text, peer, ours in (("narrow text", "std::string", kind), ("wide text", "std::wstring", "Wide" + kind))),
     *(Ratio(21, f"equality of two {text} of 64 characters that differ {how}", "string", kind + ours,
-            {f"`{peer}`": f"{kind}{ours}/libc"}, most, instructions=True)
+            {f"`{peer}`": f"{kind}{ours}/libc"}, most, instructions=True, rounds=2000)
       for text, kind, peer, most in (("narrow texts", "", "strcasecmp", 1.5), ("wide texts", "Wide", "wcscasecmp", 0.3))
       for how, ours in (("only in case", "OtherCase"), ("in the last one", "OtherEnd"))),
     Ratio(22, "`StatusChain`: construct, clear, pass, test, destroy", "container", "StatusChain",
