@@ -81,6 +81,8 @@ std::uint64_t LengthOf(wchar_t character) {
 // Bytes of the first characters that stay within limit together.
 std::uint64_t CountBytes(const wchar_t* p, const wchar_t* end, std::uint64_t limit) {
   std::uint64_t count = 0;
+  // An empty text may be two null pointers, whose difference is 0.
+  // cppcheck-suppress nullPointerArithmetic
   for (; end - p >= kUtf8Run && limit - count >= kUtf8Run * kLongestInUtf8; p += kUtf8Run) {
     if (IsAsciiRun(p)) {
       count += kUtf8Run;
