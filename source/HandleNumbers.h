@@ -45,18 +45,11 @@ class HandleNumbers {
   using Place = std::vector<std::int32_t>::iterator;
 
   /// The place of number, or that of the next one. Looks at the last place first: who came last
-  /// often goes first. Numbers rise, so that none lies further from the first than the two differ,
-  /// and lies just there as long as no place between has been taken away.
+  /// often goes first.
   Place find(std::int32_t number) noexcept {
-    if (places_.empty()) return places_.end();
-    if (places_.back() == number) return places_.end() - 1;
-    const auto furthest = static_cast<std::size_t>(
-        std::clamp<std::int64_t>(std::int64_t{number} - std::abs(places_.front()), 0,
-                                 static_cast<std::int64_t>(places_.size()) - 1));
-    const auto guess = places_.begin() + static_cast<std::ptrdiff_t>(furthest);
-    if (*guess == number) return guess;
+    if (!places_.empty() && places_.back() == number) return places_.end() - 1;
     return std::lower_bound(
-        places_.begin(), guess + 1, number,
+        places_.begin(), places_.end(), number,
         [](std::int32_t place, std::int32_t wanted) { return std::abs(place) < wanted; });
   }
 
