@@ -155,8 +155,8 @@ class Document(unittest.TestCase):
         self.assertIn("/opt/openssl-1.0/lib/libssl.so.1.0.0\n",
                       self.there(self.run_block("sh running", PID=str(self.host().pid))))
 
-    def test_adapters_for_an_openssl_elsewhere_are_built_as_told(self):
-        """In its place the one that is installed, with another home."""
+    def install_openssl_elsewhere(self):
+        """The one that is there, with another home, which is returned."""
         home = self.root / "opt/openssl-1.1"
         (home / "lib").mkdir(parents=True)
         headers = output("pkg-config", "--variable=includedir", "openssl").strip()
@@ -168,6 +168,10 @@ class Document(unittest.TestCase):
         for library, link in ((LIBCRYPTO, "libcrypto.so"), (LIBSSL, "libssl.so")):
             shutil.copy(library, home / "lib" / soname(library))
             (home / "lib" / link).symlink_to(soname(library))
+        return home
+
+    def test_adapters_for_an_openssl_elsewhere_are_built_as_told(self):
+        home = self.install_openssl_elsewhere()
         self.run_block("sh build")
         section = self.openssl_section()
         self.assertNotIn("WRONG", section)
@@ -175,6 +179,16 @@ class Document(unittest.TestCase):
                       section)
         self.assertIn(f"'libssleay32.dylib' is an adapter to '{home}/lib/{soname(LIBSSL)}'",
                       section)
+
+    def test_the_certificate_tool_is_installed_to_find_an_openssl_elsewhere(self):
+        """By what the installation is told to write into it: to build it would take a minute."""
+        home = self.install_openssl_elsewhere()
+        output("cmake", "-S", SOURCES, "-B", self.root / "build", "-G", "Ninja",
+               f"-DOPENSSL_ROOT_DIR={home}", "-DQV_BUILD_TESTS=OFF", env=self.environment)
+        told = (self.root / "build/cmake_install.cmake").read_text()
+        (place,) = re.findall(r'RPATH_CHANGE\s+FILE "\S*/qvsslinit-cert"\s+OLD_RPATH "\S+"\s+'
+                              r'NEW_RPATH "(.*?)"', told)
+        self.assertEqual(place, str(home / "lib"))
 
     def test_the_numbers_are_those_of_the_list_and_the_adapters(self):
         lists = {name: (SOURCES / "tests/adapters/openssl" / f"{name}_exports.txt").read_text().split()
