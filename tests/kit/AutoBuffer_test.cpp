@@ -488,6 +488,15 @@ TEST(AutoBufferLimits, ALengthThatNeedsMoreThanThirtyTwoBitsChangesNothing) {
   EXPECT_EQ(Text(buffer), "abc");
 }
 
+TEST(AutoBufferLimits, NoLengthIsTakenForRoomThatThereIs) {
+  AutoBuffer buffer = Holding("abc");
+  for (const std::uint32_t length : {0xFFFFFFFD, 0xFFFFFFFE, 0xFFFFFFFF}) {
+    EXPECT_THROW(buffer.Append("x", length), OutOfRange) << length;
+    EXPECT_THROW(buffer.appendReverseByteOrder("x", length), OutOfRange) << length;
+  }
+  EXPECT_EQ(Text(buffer), "abc");
+}
+
 TEST(AutoBufferLimits, AFailedCheckCreatesNoStorage) {
   AutoBuffer buffer;
   EXPECT_THROW(buffer.Modify(0xFFFFFFFF, "x", 1), OutOfRange);
