@@ -1,4 +1,11 @@
 find_package(Python3 REQUIRED COMPONENTS Interpreter)
+# What is found may be a script that looks for an interpreter whenever it is started, and takes longer
+# to find it than that takes to start.
+if(NOT QV_PYTHON)
+  execute_process(COMMAND "${Python3_EXECUTABLE}" -c "import sys; print(sys.executable)"
+    OUTPUT_VARIABLE python OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+  set(QV_PYTHON "${python}" CACHE INTERNAL "")
+endif()
 
 # qv_add_python_tests(LABEL script [TOGETHER] argument...)
 # Registers every test method of a unittest script as a ctest test of its own; TOGETHER registers every
@@ -21,7 +28,7 @@ function(qv_add_python_tests label script)
         continue()
       endif()
       set(name "${label}.${test}")
-      add_test(NAME "${name}" COMMAND Python3::Interpreter "${file}" ${arguments} "${test}")
+      add_test(NAME "${name}" COMMAND "${QV_PYTHON}" "${file}" ${arguments} "${test}")
       set_tests_properties("${name}" PROPERTIES LABELS "${label}")
       math(EXPR count "${count} + 1")
     endif()
