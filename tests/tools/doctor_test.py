@@ -410,6 +410,76 @@ class Trial(Site):
         self.assertEqual(list(self.temporary.iterdir()), [])
 
 
+class Locale(Site):
+    """Names that a process can only read once it has called setlocale."""
+
+    advice = "Use a name in ASCII, or have the host call setlocale before its first Init."
+
+    def setUp(self):
+        super().setUp()
+        self.host = self.bin / "host"
+        source = self.temporary / "source.c"
+        source.write_text("""
+            #include <dlfcn.h>
+            #include <locale.h>
+            int main(int count, char** words) {
+              void* (*init)(void);
+              if (count > 2) setlocale(LC_ALL, "");
+              init = (void* (*)(void))dlsym(dlopen(words[1], RTLD_NOW), "QVSSLINIT_Init");
+              return init() == 0;
+            }
+            """)
+        run(COMPILER, "-o", self.host, source, "-ldl")
+        source.unlink()
+
+    def init_works(self, *setlocale):
+        """Whether a host that calls setlocale, or does not, gets a handle."""
+        return subprocess.run([self.host, self.library, *setlocale], env=self.environment,
+                              timeout=60, check=False).returncode == 0
+
+    def finding(self, report, section):
+        """The note on the name in a section."""
+        found = [finding for finding in report.section(section)["findings"]
+                 if "setlocale" in finding["text"]]
+        self.assertEqual([finding["level"] for finding in found], ["note"])
+        return found[0]
+
+    def test_plain_names_need_none(self):
+        self.assertTrue(self.init_works())
+        report = self.look(0)
+        for section in ("library", "store"):
+            self.assertIs(report.facts(section)["needs_locale"], False)
+        self.assertNotIn("setlocale", self.page("--no-init"))
+
+    def test_directory_of_the_library_needs_one(self):
+        self.lib.rename(self.root / "präfix")
+        self.library = self.root / "präfix" / "libqvsslinit.so"
+        report = self.report("--no-init", "--library", str(self.library), status=0)
+        self.assertEqual(self.finding(report, "library"), {
+            "level": "note", "advice": self.advice,
+            "text": f"'{self.library.parent}/' is not ASCII: a host that never calls setlocale "
+                    "cannot read it, whatever its environment says, and Init gives it null"})
+        self.assertIs(report.facts("library")["needs_locale"], True)
+        self.assertIs(report.facts("store")["needs_locale"], False)
+        self.assertEqual((self.init_works(), self.init_works("setlocale")), (False, True))
+
+    def test_store_needs_one(self):
+        self.data.rename(self.root / "dätä")
+        self.environment["QVPUBAPPDATADIR"] = str(self.root / "dätä")
+        self.store = self.root / "dätä" / "certstore"
+        report = self.look(0)
+        self.assertEqual(self.finding(report, "store"), {
+            "level": "note", "advice": self.advice,
+            "text": f"'{self.store}' is not ASCII: a host that never calls setlocale cannot read "
+                    "it, whatever its environment says, and Init makes no pair there"})
+        self.assertIs(report.facts("store")["needs_locale"], True)
+        self.assertIs(report.facts("library")["needs_locale"], False)
+        self.assertTrue(self.init_works())
+        self.assertFalse(self.store.exists())
+        self.assertTrue(self.init_works("setlocale"))
+        self.assertTrue((self.store / "server_certs" / "server_0.cer").exists())
+
+
 class Library(Site):
     def test_in_a_directory_that_this_locale_cannot_read_is_told(self):
         strange = self.root / "sité"

@@ -5,6 +5,7 @@
 #include "tools/common/FileFacts.h"
 #include "tools/common/Printable.h"
 #include "tools/doctor/ChildProcess.h"
+#include "tools/doctor/LocaleNeed.h"
 #include "tools/doctor/Probes.h"
 
 namespace qv::tools::doctor {
@@ -43,6 +44,7 @@ void JudgeDirectory(const ChildResult& child, LibraryExamination& examination) {
   examination.directory = directory;
   section.facts["directory"] = examination.directory;
   section.ok("It looks for OpenSSL in " + Quoted(examination.directory));
+  JudgeLocaleNeed(examination.directory, "and Init gives it null", section);
 }
 
 void JudgeLoading(const ChildResult& child, LibraryExamination& examination) {

@@ -7,6 +7,7 @@
 #include "tools/common/Printable.h"
 #include "tools/common/SmallFile.h"
 #include "tools/common/StoreLocation.h"
+#include "tools/doctor/LocaleNeed.h"
 #include "tools/doctor/PairExamination.h"
 #include "tools/doctor/StoreAccess.h"
 
@@ -27,6 +28,7 @@ std::string LocateStore(Section& section) {
   } else {
     section.ok("It is " + Quoted(location.path) +
                (location.isVariableSet ? ", by QVPUBAPPDATADIR" : "; QVPUBAPPDATADIR is not set"));
+    JudgeLocaleNeed(location.path, "and Init makes no pair there", section);
   }
   return location.path;
 }
