@@ -60,7 +60,7 @@ BLOCKS = {
     "docs/performance.md": [("sh", LONG)],
     "docs/porting.md":
         "tests/porting/porting_doc_test.py PortingDocument.test_has_no_other_blocks",
-    "docs/reliability.md": [("sh", LONG)] * 7,
+    "docs/reliability.md": [("sh", LONG)] * 8,
     "docs/text.md": [],
     "docs/tracing.md": "tests/tracing/tracing_doc_test.py "
                        "Document.test_holds_the_blocks_and_tables_that_are_tried_here_and_no_others",

@@ -1,8 +1,12 @@
-"""What scripts/coverage makes of what it counts, on figures made up here.
+"""What scripts/coverage and scripts/mutate make of what they measure, on figures made up here.
 
 usage: scripts_test.py SCRIPTS [Class.test]
 """
 
+import contextlib
+import importlib.machinery
+import importlib.util
+import io
 import sys
 import unittest
 
@@ -11,7 +15,12 @@ sys.dont_write_bytecode = True
 sys.path.insert(0, SCRIPTS)
 
 import coverage_report
+import mutants
 from reasons import read_listed
+
+LOADER = importlib.machinery.SourceFileLoader("mutate", f"{SCRIPTS}/mutate")
+mutate = importlib.util.module_from_spec(importlib.util.spec_from_loader("mutate", LOADER))
+LOADER.exec_module(mutate)
 
 TEXT = """int choose(int a, int b) {
   if (a > 0 && done(b)) {
@@ -103,6 +112,83 @@ class Coverage(unittest.TestCase):
     def test_takes_no_list_without_a_reason(self):
         with self.assertRaises(SystemExit):
             read_listed("It has a reason.\n  kit/a.cpp: never run: f();\n\n  kit/b.cpp: never run: g();\n")
+
+
+CODE = """#include <vector>
+// if (a < b) f();
+static const char* text = "a < b && 7";
+template <typename T, int kSize = 3>
+int f(const std::vector<int>& all, char* p) {
+  if (all.size() <= 4 && p != nullptr) g(all);
+  total += 'x';
+  return true;
+}
+"""
+
+
+class Mutation(unittest.TestCase):
+    def changed_lines(self):
+        for mutant in mutants.mutants_of("kit/f.cpp", CODE):
+            before, after = CODE.splitlines(), mutant.apply(CODE).splitlines()
+            self.assertEqual(len(before), len(after))
+            changed = [(old, new) for old, new in zip(before, after) if old != new]
+            self.assertEqual(len(changed), 1)
+            yield mutant.kind, changed[0][1].strip()
+
+    def test_changes_operators_constants_conditions_and_statements_one_at_a_time(self):
+        self.assertCountEqual(list(self.changed_lines()), [
+            ("comparison", "if (all.size() < 4 && p != nullptr) g(all);"),
+            ("comparison", "if (all.size() <= 4 && p == nullptr) g(all);"),
+            ("logic", "if (all.size() <= 4 || p != nullptr) g(all);"),
+            ("constant", "if (all.size() <= 5 && p != nullptr) g(all);"),
+            ("constant", "if (all.size() <= 3 && p != nullptr) g(all);"),
+            ("condition", "if (!(all.size() <= 4 && p != nullptr)) g(all);"),
+            ("statement", "if (all.size() <= 4 && p != nullptr) ;"),
+            ("arithmetic", "total -= 'x';"),
+            ("statement", ";"),
+            ("constant", "return false;")])
+
+    def test_gives_each_change_a_name_of_its_own_that_outlives_other_lines(self):
+        twice = "  ++a;\n  ++a;\n"
+        names = [mutant.name for mutant in mutants.mutants_of("a.c", twice)]
+        self.assertEqual(len(names), 4)
+        self.assertEqual(len(set(names)), 4)
+        self.assertEqual(names, [mutant.name for mutant in mutants.mutants_of("a.c", "// new\n" + twice)])
+
+    def test_takes_from_each_file_its_share_and_the_same_each_time(self):
+        sources = {"a.c": "  ++a;\n" * 50, "b.c": "  ++a;\n" * 150}
+        chosen = mutants.sample(sources, 40, 1)
+        self.assertEqual(sum(mutant.path == "a.c" for mutant in chosen), 10)
+        self.assertEqual(sum(mutant.path == "b.c" for mutant in chosen), 30)
+        self.assertEqual(chosen, mutants.sample(sources, 40, 1))
+        self.assertNotEqual(chosen, mutants.sample(sources, 40, 2))
+
+    def objections(self, noticed, unnoticed=0, untried=0, excused=()):
+        chosen = list(mutants.mutants_of("a.c", "  ++a;\n" * 100))[:noticed + unnoticed + untried]
+        ends = ["noticed"] * noticed + ["unnoticed"] * unnoticed
+        results = {mutant.name: {"end": end} for mutant, end in zip(chosen, ends)}
+        excused = listed(*(chosen[place].name for place in excused))
+        with contextlib.redirect_stdout(io.StringIO()):
+            return mutate.report(chosen, results, excused)
+
+    def test_is_content_when_every_change_is_noticed_or_excused(self):
+        self.assertEqual(self.objections(noticed=10), [])
+        self.assertEqual(self.objections(noticed=9, unnoticed=1, excused=[9]), [])
+
+    def test_objects_to_what_is_not_noticed_not_tried_or_excused_for_nothing(self):
+        self.assertEqual(len(self.objections(noticed=99, unnoticed=1)), 1)
+        self.assertEqual(len(self.objections(noticed=99, untried=1)), 1)
+        self.assertEqual(len(self.objections(noticed=10, excused=[3])), 1)
+
+    def test_objects_when_fewer_than_ninety_of_a_hundred_are_noticed(self):
+        def too_few(noticed, unnoticed):
+            return any("fewer than" in objection for objection in self.objections(noticed, unnoticed))
+
+        self.assertFalse(too_few(90, 10))
+        self.assertTrue(too_few(89, 11))
+
+    def test_objects_when_nothing_was_tried(self):
+        self.assertNotEqual(self.objections(noticed=0), [])
 
 
 if __name__ == "__main__":
