@@ -24,28 +24,35 @@ void SetDirectory(kit::WString& directory, const char* path) {
   }
 }
 
-/// The number that text consists of; 0 when it is none, or more than kMostBlocks.
-std::uint32_t BlocksIn(const char* text) noexcept {
+}  // namespace
+
+bool EngineSettings::IsPath(const char* value) noexcept {
+  return value[0] == '/';
+}
+
+std::uint32_t EngineSettings::BlocksIn(const char* value) noexcept {
   std::uint32_t number = 0;
-  for (; *text != '\0'; ++text) {
-    if (*text < '0' || *text > '9') return 0;
-    number = number * 10 + static_cast<std::uint32_t>(*text - '0');
-    if (number > EngineSettings::kMostBlocks) return 0;
+  for (; *value != '\0'; ++value) {
+    if (*value < '0' || *value > '9') return 0;
+    number = number * 10 + static_cast<std::uint32_t>(*value - '0');
+    if (number > kMostBlocks) return 0;
   }
   return number;
 }
 
-}  // namespace
+bool EngineSettings::HidesTagNames(const char* value) noexcept {
+  return std::strcmp(value, "no") == 0;
+}
 
 EngineSettings EngineSettings::FromEnvironment() {
   EngineSettings settings;
   const char* directory = Variable("QV_TRACE_CONFIG_DIR");
-  if (directory[0] == '/') SetDirectory(settings.configDirectory, directory);
+  if (IsPath(directory)) SetDirectory(settings.configDirectory, directory);
   const char* output = Variable("QV_TRACE_OUTPUT");
-  if (output[0] == '/') settings.outputPath = output;
+  if (IsPath(output)) settings.outputPath = output;
   const std::uint32_t blocks = BlocksIn(Variable("QV_TRACE_BLOCKS"));
   if (blocks != 0) settings.blocks = blocks;
-  settings.showTagNames = std::strcmp(Variable("QV_TRACE_TAG_NAMES"), "no") != 0;
+  settings.showTagNames = !HidesTagNames(Variable("QV_TRACE_TAG_NAMES"));
   return settings;
 }
 

@@ -23,6 +23,14 @@ struct EngineSettings {
   /// Whether records bear the name of their tag: unless QV_TRACE_TAG_NAMES is "no".
   bool showTagNames = true;
 
+  /// @{
+  /// How the variables are read: whether a value can be a path here, the number that it consists
+  /// of, 0 for none within the bounds, and whether it leaves the names of tags out.
+  static bool IsPath(const char* value) noexcept;
+  static std::uint32_t BlocksIn(const char* value) noexcept;
+  static bool HidesTagNames(const char* value) noexcept;
+  /// @}
+
   /// Reads the environment, but takes the defaults in a program that runs with more rights than its
   /// user has. Throws std::bad_alloc.
   static EngineSettings FromEnvironment();

@@ -1456,6 +1456,136 @@ class Engine(Site):
         self.assertFalse(output.exists())
 
 
+class EngineVariables(Site):
+    """What the engine that comes with the library is told by the environment."""
+
+    def setUp(self):
+        super().setUp()
+        shutil.copy(BUILD / "lib" / "libqv_traceengine.dylib", self.lib)
+        self.environment["QV_TRACE_CONFIG_DIR"] = str(self.tags)
+        self.output = self.root / "trace.log"
+
+    def judged(self, **variables):
+        """The report, its notes on the engine as (text, advice), and the facts by variable."""
+        self.environment.update(variables)
+        report = self.look(0)
+        notes = [(finding["text"], finding["advice"])
+                 for finding in report.section("engine")["findings"] if finding["level"] == "note"]
+        return report, notes, {entry.pop("variable"): entry
+                               for entry in report.facts("engine")["variables"]}
+
+    def lost(self, path):
+        """Why, with this output, all records are lost; empty when they are not."""
+        self.environment["QV_TRACE_OUTPUT"] = str(path)
+        report, notes, facts = self.judged()
+        reason = facts["QV_TRACE_OUTPUT"]["reason"]
+        self.assertEqual(facts["QV_TRACE_OUTPUT"], {"value": str(path), "usable": not reason,
+                                                    "reason": reason})
+        self.assertEqual(notes, reason and [
+            (f"QV_TRACE_OUTPUT is '{path}', and all records are lost, for {reason}",
+             "Name a file that the server's user may write to or make, in a directory that is "
+             "there.")] or [])
+        self.assertEqual(f"In this environment the trace goes to '{path}'"
+                         in report.texts("ok", "engine"), not reason)
+        return reason
+
+    def test_that_are_taken_are_worth_no_note(self):
+        _, notes, facts = self.judged(QV_TRACE_OUTPUT=str(self.output), QV_TRACE_BLOCKS="65536",
+                                      QV_TRACE_TAG_NAMES="no")
+        self.assertEqual(notes, [])
+        self.assertEqual(facts, {
+            name: {"value": value, "usable": True, "reason": ""} for name, value in (
+                ("QV_TRACE_CONFIG_DIR", str(self.tags)), ("QV_TRACE_OUTPUT", str(self.output)),
+                ("QV_TRACE_BLOCKS", "65536"), ("QV_TRACE_TAG_NAMES", "no"))})
+
+    def test_that_are_not_set_or_change_nothing_are_worth_no_note(self):
+        for variables in ({}, {"QV_TRACE_OUTPUT": "", "QV_TRACE_BLOCKS": "",
+                               "QV_TRACE_TAG_NAMES": "yes"}):
+            report, notes, facts = self.judged(**variables)
+            self.assertEqual(notes, [])
+            self.assertEqual({name for name, entry in facts.items() if not entry["usable"]}, set())
+            self.assertNotIn("QV_TRACE_OUTPUT", facts)
+            self.assertIn("In this environment the trace goes to standard error",
+                          report.texts("ok", "engine"))
+
+    def test_that_will_be_ignored_are_noted_each_with_what_happens_instead(self):
+        report, notes, facts = self.judged(QV_TRACE_OUTPUT="trace.log", QV_TRACE_CONFIG_DIR="tags",
+                                           QV_TRACE_BLOCKS="1k", QV_TRACE_TAG_NAMES="NO")
+        path = "Set it to a path that begins with a slash, or not at all."
+        self.assertEqual(notes, [
+            ("QV_TRACE_OUTPUT is 'trace.log', which is no absolute path, and is ignored: the trace "
+             "goes to standard error", path),
+            ("QV_TRACE_CONFIG_DIR is 'tags', which is no absolute path, and is ignored: the tag "
+             "files are in '/etc/kestrix/trace'", path),
+            ("QV_TRACE_BLOCKS is '1k', which is no number from 1 to 65536 in digits alone, and is "
+             "ignored: 1024 records may wait", "Set it to such a number, or not at all."),
+            ("QV_TRACE_TAG_NAMES is 'NO', which is not 'no', and is ignored: records bear the name "
+             "of their tag", "Set it to 'no', spelt like this, or not at all.")])
+        self.assertEqual(facts["QV_TRACE_BLOCKS"],
+                         {"value": "1k", "usable": False,
+                          "reason": "is no number from 1 to 65536 in digits alone"})
+        self.assertEqual({entry["usable"] for entry in facts.values()}, {False})
+        # That is what the engine says itself.
+        self.assertEqual(report.facts("engine")["engine"],
+                         {"shows_tag_names": True, "config_directory": "/etc/kestrix/trace"})
+
+    def test_output_is_judged_without_being_made_or_changed(self):
+        self.assertEqual(self.lost(self.output), "")
+        self.assertFalse(self.output.exists())
+        self.output.write_text("a record\n")
+        before = self.snapshot()
+        self.assertEqual(self.lost(self.output), "")
+        self.assertEqual(self.snapshot(), before)
+
+    def test_output_that_can_never_be_a_file_is_told(self):
+        missing = self.root / "missing"
+        self.assertEqual(self.lost(missing / "trace.log"),
+                         f"'{missing}', which is to hold it, is missing")
+        self.assertEqual(self.lost(self.library / "trace.log"),
+                         f"'{self.library}', which is to hold it, is a regular file")
+        self.assertEqual(self.lost(self.data), "it is a directory")
+        address = self.root / "socket"
+        with socket.socket(socket.AF_UNIX) as listener:
+            listener.bind(str(address))
+            self.assertEqual(self.lost(address), "it is a socket")
+
+    def test_output_is_what_a_link_leads_to(self):
+        link = self.root / "link"
+        link.symlink_to("data/trace.log")
+        self.assertEqual(self.lost(link), "")
+        link.unlink()
+        link.symlink_to(self.root / "missing" / "trace.log")
+        self.assertEqual(self.lost(link),
+                         f"it is a link to '{self.root}/missing/trace.log', and "
+                         f"'{self.root}/missing', which is to hold it, is missing")
+        link.unlink()
+        link.symlink_to("link")
+        self.assertEqual(self.lost(link), "it is a link that leads nowhere")
+
+    def test_output_that_this_user_may_not_write_to_is_told(self):
+        self.output.touch()
+        self.become_unprivileged()
+        owner = run("stat", "-c", "%U:%G", self.output).strip()
+        self.output.chmod(0o400)
+        self.assertEqual(self.lost(self.output),
+                         f"this user may not write to it (mode 0400, owner {owner})")
+        self.data.chmod(0o500)
+        self.addCleanup(self.data.chmod, 0o700)
+        self.environment["QVPUBAPPDATADIR"] = str(self.current)
+        self.assertEqual(self.lost(self.data / "trace.log"),
+                         f"this user may not make it in '{self.data}' (mode 0500, owner {owner})")
+        self.data.chmod(0o600)
+        self.assertEqual(self.lost(self.data / "trace.log"),
+                         "it is out of sight (Permission denied)")
+
+    def test_mean_nothing_to_an_engine_of_others(self):
+        self.install_engine()
+        self.environment.update(QV_TRACE_OUTPUT="trace.log", QV_TRACE_BLOCKS="1k")
+        report = self.look(0)
+        self.assertIsNone(report.facts("engine")["variables"])
+        self.assertNotIn("QV_TRACE", self.page("--no-init"))
+
+
 class Tags(Site):
     def setUp(self):
         super().setUp()
@@ -1806,6 +1936,10 @@ class Documentation(Site):
         rows = re.findall(r"^\| `(\w+)` \| (.*) \|$", self.text, re.M)
         self.assertEqual([name for name, _ in rows], [section["name"] for section in sections])
         facts = {section["name"]: self.keys(section["facts"]) for section in sections}
+        # Another engine than that of the example.
+        shutil.copy(BUILD / "lib" / "libqv_traceengine.dylib", self.lib)
+        self.environment["QV_TRACE_CONFIG_DIR"] = str(self.tags)
+        facts["engine"] |= self.keys(self.look(1).facts("engine"))
         # Init made the store: what is in it stands in the section that shows it afterwards.
         facts["store"] = facts["store_after"]
         for name, text in rows:

@@ -2,6 +2,7 @@
 
 #include "tools/common/Printable.h"
 #include "tools/doctor/ChildProcess.h"
+#include "tools/doctor/EngineVariables.h"
 #include "tools/doctor/Probes.h"
 
 namespace qv::tools::doctor {
@@ -55,6 +56,9 @@ EngineExamination::EngineExamination(const std::string& library, int timeLimit) 
     section.ok("It has the tag files in " + Quoted(configDirectory) +
                (showsTagNames ? " and wants tag names in the records" : " and wants no tag names"));
   }
+  section.facts["variables"] = nullptr;
+  // Engines of others read variables of their own.
+  if (child.isTrue("is_ours")) JudgeEngineVariables(section);
   section.facts["found"] = isFound;
   if (!isFound) {
     section.note("There is no usable trace engine: the library traces nothing",

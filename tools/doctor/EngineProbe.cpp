@@ -1,10 +1,13 @@
+#include <cxxabi.h>
 #include <dlfcn.h>
 #include <link.h>
 
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <set>
 #include <string>
+#include <typeinfo>
 #include <vector>
 
 #include "kit/LibraryInterface.h"
@@ -75,10 +78,18 @@ std::string Try(const char* name, StatusChain& status, LibraryInterface<ITraceEn
   return engine.interface() == nullptr ? "its GetInterface gave no trace engine" : "engine";
 }
 
+/// Whether it is the engine that comes with the library, by the name of its class.
+bool IsOurs(const ITraceEngine& engine) {
+  const std::unique_ptr<char, void (*)(void*)> name(
+      abi::__cxa_demangle(typeid(engine).name(), nullptr, nullptr, nullptr), std::free);
+  return name != nullptr && std::strcmp(name.get(), "qv::traceengine::TraceEngine") == 0;
+}
+
 void AskEngine(ITraceEngine& engine) {
   WString directory;
   engine.getConfigDirectory(directory);
-  Report({{"shows_tag_names", engine.showTagNames()},
+  Report({{"is_ours", IsOurs(engine)},
+          {"shows_tag_names", engine.showTagNames()},
           {"config_directory", String(directory).c_str()}});
 }
 
