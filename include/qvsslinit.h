@@ -5,10 +5,15 @@
  * Both functions may be called from any thread, at any time, concurrently. Neither lets an
  * exception out or ends the process, and a thread that is cancelled meanwhile finishes the call
  * first, unless its cancellation is of the asynchronous type. What they have to say goes to the
- * trace engine, where one is installed. Nothing is printed, unless "vantis.ini" asks for it: a file
- * that is read once, when the library is loaded, from the current directory of the process. With
- * [NVE] ShowReleaseAsserts = true in it, each internal check that fails leaves a line on standard
- * error.
+ * trace engine, where one is installed; the one that comes with the library puts errors on standard
+ * error until QV_TRACE_OUTPUT names a file. The library itself prints nothing, unless "vantis.ini"
+ * asks for it: a file that is read once, when the library is loaded, from the current directory of
+ * the process. With [NVE] ShowReleaseAsserts = true in it, each internal check that fails leaves a
+ * line on standard error.
+ *
+ * Names of directories are read and written in the encoding of the process's locale. A host whose
+ * directories may have names beyond ASCII calls setlocale(LC_ALL, "") before its first Init, and
+ * before it has threads.
  *
  * An Init within a call of the same thread gives null, whoever makes it: a library that is being
  * loaded, whatever OpenSSL or the trace engine calls back meanwhile, a signal handler. At any other
@@ -43,10 +48,14 @@ struct QvSslInitHandle;
  * Makes OpenSSL ready and returns a handle that says so, or null.
  *
  * The first call that succeeds loads "libeay32.dylib" and "libssleay32.dylib" from the directory of
- * this library and starts OpenSSL; later calls only count. The very first call of a process, if it
- * succeeds, also sees to it that a default key and certificate exist; that they could not be made
- * does not fail the call. Load this library by an absolute path: "its directory" is otherwise
- * looked for from wherever the process is when it calls.
+ * this library and starts OpenSSL; calls only count as long as a handle is out. The very first call
+ * of a process, if it succeeds, also sees to it that a default key and certificate exist,
+ * "server_0.key" and "server_0.cer" in the directory certstore/server_certs below the one that the
+ * environment variable QVPUBAPPDATADIR names, an absolute path, or else below /var/lib/kestrix.
+ * That they could not be made does not fail the call. To make them takes the time of a 1024-bit
+ * key, and up to ten seconds more where another process is making them. Load this library by its
+ * name alone or by an absolute path: with a relative one, its directory is looked for from wherever
+ * the process is when it calls.
  *
  * A null result means that OpenSSL is not ready for this caller and that the caller owns nothing.
  * Calling again is allowed and tries to start OpenSSL again, so a repaired installation is noticed;

@@ -232,9 +232,10 @@ int IniReadFromFile(IniDocument* document, const char* path);
 int IniWriteToFile(IniDocument* document, const char* path);
 
 /// Sets the value of a key, and the quotes that it is written in: kIniDoubleQuote, kIniSingleQuote,
-/// or kIniUnquoted for none. Names and value are copied without the white space around them. A
-/// section that is missing is added after the others, a key that is missing after the other keys of
-/// its section. A key that exists, with mergeDuplicates, keeps its spelling and its line.
+/// or kIniUnquoted for none; any other character is written around the value too, and read back as
+/// a part of it. Names and value are copied without the white space around them. A section that is
+/// missing is added after the others, a key that is missing after the other keys of its section. A
+/// key that exists, with mergeDuplicates, keeps its spelling and its line.
 ///
 /// 1; kIniEmptyName when section or key is blank; kIniOutOfMemory, or 0 when a list could not grow:
 /// the document is as it was then.

@@ -39,6 +39,7 @@ FLOORS = {
     6: """kit/LibraryInterface kit/InterfaceCast kit/LoadSharedLibrary kit/osdep/INIFileManager
           kit/osdep/OutputReleaseAssertion""",
 }
+FOLDERS = ("qvini", "kit", "source", "engine")
 COLOURS = ["#34507a", "#a4452c", "#2e7d4f", "#7a3f8f", "#8a6d1a"]
 # The string source reports bad positions with the two exceptions that carry a string.
 KNOWN_EXCEPTIONS = {
@@ -68,11 +69,11 @@ def floor_of(path: str) -> int:
 
 def includes():
     """Which file includes which, as two paths."""
-    for folder in ("qvini", "kit", "source", "engine"):
+    for folder in FOLDERS:
         for path in sorted((root / folder).rglob("*")):
             if path.suffix in (".h", ".c", ".cpp"):
                 name = str(path.relative_to(root))
-                for include in re.findall(r'^#include "((?:qvini|kit|source|engine)/[^"]+)"',
+                for include in re.findall(rf'^\s*#\s*include\s*["<]((?:{"|".join(FOLDERS)})/[^">]+)[">]',
                                           path.read_text(), re.M):
                     yield name, include
 

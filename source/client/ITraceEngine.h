@@ -22,7 +22,9 @@ class ITraceEngine : public kit::IRefCounted {
   virtual LoggingBlock* getFreeBlock() = 0;
   /// Whether records shall bear the name of their tag. Asked once by each client.
   virtual bool showTagNames() = 0;
-  /// Sets directory to the one that holds the clients' tag files.
+  /// Sets directory to the one that holds the clients' tag files, best an absolute path. Asked once
+  /// by each client. One that is left empty, has no tag file or is not given for an exception means
+  /// that all tags are off.
   virtual void getConfigDirectory(kit::WString& directory) = 0;
   /// Told once for each record that was lost because no block was free.
   virtual void noteDroppedRecord() = 0;

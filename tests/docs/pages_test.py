@@ -32,6 +32,7 @@ STORE = ("tests/tools/cert/cert_test.py "
 BLOCKS = {
     "README.md": [
         ("sh commands", LONG),
+        ("sh build", "tests/docs/pages_test.py Readme.test_shows_lines_of_the_hosting_guide"),
         ("sh install", "tests/docs/pages_test.py Readme.test_shows_lines_of_the_hosting_guide"),
         ("c", f"{INSTALL} Installation.test_gives_a_host_by_pkg_config"),
         ("sh pkg-config", "tests/docs/pages_test.py Readme.test_shows_lines_of_the_hosting_guide"),
@@ -43,6 +44,7 @@ BLOCKS = {
     "CHANGELOG.md": [],
     "docs/architecture.md": [
         ("text folders", "tests/docs/pages_test.py Architecture.test_names_the_folders_that_there_are"),
+        ("sh", LONG),
     ],
     "docs/certificate-store.md": [("sh run", STORE), ("sh run", STORE), ("sh run", STORE)],
     "docs/doctor.md": [
@@ -112,6 +114,14 @@ def links(page):
 
 
 class Links(unittest.TestCase):
+    def test_and_blocks_have_the_one_form_that_is_looked_at(self):
+        for page in PAGES:
+            text = page.read_text()
+            with self.subTest(page=name_of(page)):
+                self.assertNotRegex(text, r"(?m)^~~~|^ +```|^ {0,3}\[[^\]]+\]: ")
+                self.assertNotRegex(re.sub(r"`[^`]*`", "`", "\n".join(split(page)[0])),
+                                    r"\]\([^()]*[\s<>][^()]*\)|\]\[|<a |<img ")
+
     def test_lead_somewhere(self):
         count = 0
         for page in PAGES:
@@ -151,12 +161,12 @@ class Links(unittest.TestCase):
 
 class Readme(unittest.TestCase):
     def test_is_a_page(self):
-        self.assertLessEqual(len((SOURCES / "README.md").read_text().splitlines()), 75)
+        self.assertLessEqual(len((SOURCES / "README.md").read_text().splitlines()), 80)
 
     def test_shows_lines_of_the_hosting_guide(self):
         guide = split(SOURCES / "docs" / "hosting.md")[1]
         for block in split(SOURCES / "README.md")[1]:
-            if block[0] in ("sh install", "sh pkg-config"):
+            if block[0] in ("sh build", "sh install", "sh pkg-config"):
                 self.assertIn(block, guide)
 
 
@@ -194,7 +204,13 @@ class Pictures(unittest.TestCase):
     arrows and words, though perhaps in other places."""
 
     def words(self, picture):
-        return sorted(re.findall(r"<(title|text)\b[^>]*>(.*?)</", picture))
+        return sorted(re.findall(r"<(title|text)\b[^>]*>(.*?)</|(stroke-dasharray)", picture))
+
+    def test_are_each_shown_by_a_page(self):
+        shown = {(page.parent / link).resolve() for page in PAGES for link in links(page)}
+        pictures = set((SOURCES / "docs").rglob("*.svg"))
+        self.assertGreaterEqual(len(pictures), 4)
+        self.assertEqual(pictures - shown, set())
 
     def test_show_what_the_texts_say(self):
         texts = sorted((SOURCES / "docs" / "pictures").glob("*.dot"))
@@ -206,6 +222,11 @@ class Pictures(unittest.TestCase):
                 drawn = subprocess.run(["dot", "-Tsvg", text], check=True, capture_output=True, text=True)
                 self.assertEqual(self.words(text.with_suffix(".svg").read_text()), self.words(drawn.stdout),
                                  "scripts/pictures draws it anew")
+
+    def test_of_the_floors_allow_each_include(self):
+        done = subprocess.run([sys.executable, SOURCES / "scripts" / "check_floors.py"], check=False,
+                              capture_output=True, text=True)
+        self.assertEqual((done.returncode, done.stderr), (0, ""))
 
     def test_of_the_floors_shows_the_includes_there_are(self):
         self.assertEqual((SOURCES / "docs" / "pictures" / "floors.dot").read_text(),
@@ -261,12 +282,17 @@ class LongCommands(unittest.TestCase):
     def expect_script(self, program, *arguments):
         file = SOURCES / program
         self.assertTrue(file.stat().st_mode & 0o111)
-        head = file.read_text()[:1500]
-        for argument in arguments:
-            if argument.startswith("-"):
-                self.assertIn(argument, head)
+        # What a script says of itself, or tells its reader of options.
+        text = file.read_text()
+        head = "\n".join(line for line in text.splitlines() if re.match("#|\"\"\"|[A-Z]", line)
+                         or "add_argument" in line)
+        for option in [argument for argument in arguments if argument.startswith("-")]:
+            self.assertRegex(head, rf"(?<![\w-]){option}(?![\w-])")
+        plain = [argument for argument in arguments if not argument.startswith("-")]
         if program == "scripts/fuzz" and arguments:
-            self.assertTrue((SOURCES / "fuzz" / f"{arguments[0]}_fuzzer.cpp").exists())
+            self.assertTrue((SOURCES / "fuzz" / f"{plain.pop(0)}_fuzzer.cpp").exists())
+        self.assertTrue(all(re.fullmatch(r"\d+", number) for number in plain), plain)
+        self.assertLessEqual(len(plain), 1)
 
     def expect_preset(self, kind, name):
         presets = json.loads((SOURCES / "CMakePresets.json").read_text())
@@ -301,6 +327,8 @@ class LongCommands(unittest.TestCase):
                             self.assertIn(f'"{words.pop(0).split("=")[0]}"', sources)
                         if words[0] == "ctest":
                             self.expect_tests(words[1:])
+                        elif words[:2] == ["cmake", "--preset"]:
+                            self.expect_preset("configurePresets", *words[2:])
                         elif words[:2] == ["cmake", "--build"]:
                             self.expect_target(words[2:])
                         else:

@@ -54,8 +54,23 @@ def block(text, kind):
 class Document(unittest.TestCase):
     def test_holds_the_blocks_that_are_tried_and_no_others(self):
         self.assertEqual(re.findall(r"^```(.*)$", HOSTING, re.M)[::2],
-                         ["sh install", "sh pkg-config", "cmake host", "sh load", *SERVERS,
+                         ["sh build", "sh install", "sh store", "sh remove", "sh pkg-config", "cmake host", "sh load", *SERVERS,
                           "cmake subproject", "cmake engine", "sh engine"])
+
+
+    def test_builds_what_is_installed(self):
+        """The commands are tried on another directory, and what the second would run is only shown: to
+        run it takes minutes."""
+        configure, build = block(HOSTING, "sh build").strip().split(" && ")
+        self.assertEqual(build, "cmake --build --preset release")
+        with tempfile.TemporaryDirectory(prefix="qvsslinit-test-") as tree:
+            subprocess.run([*configure.split(), "-B", tree], cwd=SOURCES, check=True, capture_output=True)
+            steps = subprocess.run(["ninja", "-C", tree, "-t", "commands"], check=True, capture_output=True,
+                                   text=True).stdout
+        for file in FILES:
+            if re.match(r"bin/|lib/.*(\.dylib|\.so\.\d+\.\d+\.\d+|\.a)$", file):
+                self.assertRegex(steps, rf"\b{re.escape(file.replace('lib/qvsslinit/', 'lib/'))}\b")
+        self.assertNotIn("_tests", steps)
 
 
 class Installation(unittest.TestCase):
@@ -73,7 +88,7 @@ class Installation(unittest.TestCase):
                             "CMAKE_PREFIX_PATH": str(self.prefix)}
         self.prefix.parent.mkdir()
         self.host.mkdir()
-        self.sh(block(HOSTING, "sh install").replace("build/default", str(BUILD))
+        self.sh(block(HOSTING, "sh install").replace("build/release", str(BUILD))
                 .replace("/opt/server", str(self.root / "server")))
         (self.root / "server").rename(self.prefix)
 
@@ -110,13 +125,30 @@ class Installation(unittest.TestCase):
                     for place in (SOURCES, BUILD, self.root / "server"):
                         self.assertNotIn(str(place), file.read_text(), file)
 
+    def test_is_gone_once_it_is_removed_as_its_list_says(self):
+        files = [path for path in self.prefix.rglob("*") if not path.is_dir()]
+        listed = self.host / "build/release/install_manifest.txt"
+        listed.parent.mkdir(parents=True)
+        listed.write_text("".join(f"{path}\n" for path in files))
+        self.sh(block(HOSTING, "sh remove"))
+        self.assertGreater(len(files), 40)
+        self.assertEqual([path for path in self.prefix.rglob("*") if not path.is_dir()], [])
+
+    def test_has_a_place_for_its_store_that_is_the_servers(self):
+        place = self.root / "var/lib/kestrix"
+        lines = block(HOSTING, "sh store").replace("/var/lib", str(place.parent))
+        user = "www-data" if os.geteuid() == 0 else str(os.geteuid())
+        self.sh(lines.replace("www-data", user))
+        self.assertEqual(place.owner(), user if os.geteuid() == 0 else self.root.owner())
+        self.assertEqual(place.stat().st_mode & 0o7777, 0o755)
+
     def test_gives_a_host_by_pkg_config(self):
         self.write("server.c", block(README, "c"))
         # Names with blanks are for those who quote what pkg-config gives.
         plain = self.root / "plain"
         plain.symlink_to(self.prefix)
-        self.sh(block(HOSTING, "sh pkg-config"), PKG_CONFIG_PATH=str(plain / "lib" / "pkgconfig"))
-        self.assertEqual(self.start("./server"), "OpenSSL is ready\n")
+        found = self.sh(block(HOSTING, "sh pkg-config").replace("/opt/server", str(plain)), "./server")
+        self.assertEqual(found, "OpenSSL is ready\n")
         self.assertTrue((self.root / "certstore/server_certs/server_0.cer").is_file())
         self.assertEqual(self.sh("pkg-config --modversion qvsslinit"), f"{VERSION}\n")
 

@@ -1,4 +1,5 @@
-"""What scripts/coverage and scripts/mutate make of what they measure, on figures made up here.
+"""What scripts/coverage and scripts/mutate make of what they measure, on figures made up here; and which
+scripts take no arguments.
 
 usage: scripts_test.py SCRIPTS [Class.test]
 """
@@ -7,6 +8,7 @@ import contextlib
 import importlib.machinery
 import importlib.util
 import io
+import subprocess
 import sys
 import unittest
 
@@ -189,6 +191,16 @@ class Mutation(unittest.TestCase):
 
     def test_objects_when_nothing_was_tried(self):
         self.assertNotEqual(self.objections(noticed=0), [])
+
+
+class Arguments(unittest.TestCase):
+    def test_of_scripts_that_take_none_are_refused_before_anything_is_done(self):
+        for script in ("demo", "test"):
+            with self.subTest(script=script):
+                done = subprocess.run([f"{SCRIPTS}/{script}", "--help"], check=False, capture_output=True,
+                                      text=True, timeout=20)
+                self.assertEqual((done.returncode, done.stdout), (2, ""))
+                self.assertTrue(done.stderr.startswith(f"usage: scripts/{script}"), done.stderr)
 
 
 if __name__ == "__main__":

@@ -170,8 +170,10 @@ class Document(unittest.TestCase):
             (home / "lib" / link).symlink_to(soname(library))
         return home
 
-    def test_adapters_for_an_openssl_elsewhere_are_built_as_told(self):
+    def test_adapters_for_an_openssl_elsewhere_are_built_as_told_beside_a_server_that_runs(self):
         home = self.install_openssl_elsewhere()
+        self.install_adapters()
+        self.host()
         self.run_block("sh build")
         section = self.openssl_section()
         self.assertNotIn("WRONG", section)
