@@ -1,5 +1,6 @@
 // A trace engine for the doctor to find: it names the directory in QVTEST_TAG_DIRECTORY, and
 // QVTEST_ENGINE says what is the matter with it.
+#include <dlfcn.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -54,6 +55,11 @@ extern "C" [[gnu::visibility("default")]] IRefCounted* GetInterface(unsigned lon
   if (Is("failing")) {
     status.set(-77);
     return nullptr;
+  }
+  if (Is("forgetful")) {
+    // Another thing that did not work, and that it does without.
+    ::dlopen("/nowhere/extra.so", RTLD_NOW);
+    return &g_engine;
   }
   status.clear();
   if (Is("another")) return &g_somethingElse;

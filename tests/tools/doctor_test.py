@@ -1429,10 +1429,29 @@ class Engine(Site):
         self.assertIn("its GetInterface failed with code -77",
                       self.look(1).everything("wrong", "engine"))
 
+    def test_entry_point_that_leaves_the_status_as_it_was_has_failed(self):
+        self.install_engine("forgetful")
+        engine = self.lib / "libqv_traceengine.dylib"
+        reason = ("its GetInterface reported a failure, for it left the status unset, with code "
+                  "-2147467259: it has to clear() the status")
+        report = self.look(1)
+        self.assertEqual(report.texts("wrong", "engine"),
+                         [f"'{engine}' is no trace engine: {reason}"])
+        self.assertIn({"place": str(engine), "result": reason}, report.facts("engine")["places"])
+
+    def test_in_a_directory_that_this_locale_cannot_read_is_not_said_to_have_been_asked(self):
+        self.install_engine()
+        strange = self.root / "sité"
+        self.lib.rename(strange)
+        self.environment["LC_ALL"] = "C"
+        report = self.report("--no-init", "--library", str(strange / "libqvsslinit.so"), status=1)
+        self.assertRegex(report.everything("wrong", "engine"),
+                         "is no trace engine: it cannot be opened: .*No such file")
+
     def test_entry_point_gives_something_else(self):
         self.install_engine("another")
-        self.assertIn("its GetInterface gave no trace engine",
-                      self.look(1).everything("wrong", "engine"))
+        self.assertIn("its GetInterface gave no trace engine, or one that was built without "
+                      "run-time type information", self.look(1).everything("wrong", "engine"))
 
     def test_crashes(self):
         self.install_engine("crashing")

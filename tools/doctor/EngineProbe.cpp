@@ -60,22 +60,31 @@ std::string FileByNameAlone() {
   return map->l_name;
 }
 
-/// What the library makes of the engine called name, in words; "engine" when it takes it.
-std::string Try(const char* name, StatusChain& status, LibraryInterface<ITraceEngine>& engine) {
-  Report({{"trying", name}});
-  ::dlerror();
-  traceengine::LoadTraceEngineImpl(WString(name), 0, engine, status);
-  const char* error = ::dlerror();
-  if (status.code() == StatusChain::kNotSet) {
-    return error == nullptr ? "it cannot be opened" : std::string("it cannot be opened: ") + error;
+/// Why no status came of an engine: it cannot be opened, or else it was asked for one.
+std::string WhyNoStatus(const std::string& file) {
+  // By the name that the library would use, which in some locales is another.
+  if (::dlopen(String(WString(file.c_str())).c_str(), RTLD_NOW) == nullptr) {
+    return std::string("it cannot be opened: ") + ::dlerror();
   }
+  return "its GetInterface reported a failure, for it left the status unset, with code " +
+         std::to_string(StatusChain::kNotSet) + ": it has to clear() the status";
+}
+
+/// What the library makes of the engine called name, in words; "engine" when it takes it.
+std::string Try(const char* name, const std::string& file, StatusChain& status,
+                LibraryInterface<ITraceEngine>& engine) {
+  Report({{"trying", name}});
+  traceengine::LoadTraceEngineImpl(WString(name), 0, engine, status);
+  if (status.code() == StatusChain::kNotSet) return WhyNoStatus(file);
   if (status.code() == GetInterfaceFuncNoThrow::kNoEntryPoint) {
     return "it exports no GetInterface";
   }
   if (status.code() < 0) {
     return "its GetInterface failed with code " + std::to_string(status.code());
   }
-  return engine.interface() == nullptr ? "its GetInterface gave no trace engine" : "engine";
+  if (engine.interface() != nullptr) return "engine";
+  return "its GetInterface gave no trace engine, or one that was built without run-time type "
+         "information";
 }
 
 /// Whether it is the engine that comes with the library, by the name of its class.
@@ -102,7 +111,7 @@ bool TryPlace(const char* name, const std::string& file, bool isLast) {
   }
   StatusChain status;
   LibraryInterface<ITraceEngine> engine;
-  const std::string result = Try(name, status, engine);
+  const std::string result = Try(name, file, status, engine);
   Report({{"place", file}, {"result", result}});
   if (engine.interface() != nullptr) AskEngine(*engine.interface());
   return isLast || status.code() >= 0;
