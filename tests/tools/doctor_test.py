@@ -590,6 +590,33 @@ class Openssl(Site):
         self.assertIn("libgone.so: cannot open shared object file",
                       self.look(1).everything("wrong", "openssl"))
 
+    def exchange_files(self):
+        (self.lib / CRYPTO).rename(self.lib / "other")
+        (self.lib / SSL).rename(self.lib / CRYPTO)
+        (self.lib / "other").rename(self.lib / SSL)
+
+    def test_files_in_each_others_place_are_the_one_cause(self):
+        self.assertIs(self.look(0).facts("openssl")["exchanged"], False)
+        self.exchange_files()
+        report = self.report(status=1)
+        self.assertEqual([(finding["text"], finding["advice"])
+                          for finding in report.section("openssl")["findings"]
+                          if finding["level"] == "wrong"],
+                         [("The two files are in each other's place: Init gives null",
+                           "Give each of them the name of the other.")])
+        self.assertNotIn("nothing that is known as OpenSSL", report.everything("note", "openssl"))
+        self.assertIs(report.facts("openssl")["exchanged"], True)
+        self.assertFalse(report.facts("trial")["init"])
+        # As the advice has it.
+        self.exchange_files()
+        self.report(status=0)
+
+    def test_file_that_would_do_no_better_in_the_place_of_the_other_is_judged_alone(self):
+        shutil.copy(self.lib / CRYPTO, self.lib / SSL)
+        report = self.look(1)
+        self.assertIs(report.facts("openssl")["exchanged"], False)
+        self.assertIn(f"Missing in '{SSL}': SSL_library_init", report.everything("wrong", "openssl"))
+
     def test_functions_missing_are_named_one_by_one(self):
         self.compile(self.lib / SSL, "int SSL_library_init(void) { return 1; }\n")
         report = self.report(status=1)

@@ -57,7 +57,7 @@ void ReadMessages(const ChildResult& child, OpenedFile& file) {
   }
 }
 
-void JudgeFile(const OpenedFile& file, Section& section) {
+void JudgeFile(const OpenedFile& file, bool isExchanged, Section& section) {
   const std::string path = Quoted(file.name);
   if (!file.facts.isThere()) {
     section.wrong(path + " is " + file.facts.kindText() + ": Init gives null",
@@ -80,7 +80,8 @@ void JudgeFile(const OpenedFile& file, Section& section) {
     section.wrong(path + " cannot be opened: " + Printable(file.error), kPutThere);
     return;
   }
-  if (!file.isOpen) return;  // the child did not get that far; that is said elsewhere
+  // The child did not get that far, or it is the other of the two; that is said elsewhere.
+  if (!file.isOpen || isExchanged) return;
   if (file.leadsTo.empty()) {
     section.note(path + " opens, but is nothing that is known as OpenSSL", kPutThere);
     return;
@@ -144,14 +145,14 @@ class Functions {
     }
   }
 
-  /// What a file lacks that is not open at all goes without saying.
-  void judge(const std::map<std::string, bool>& isOpen, Section& section) const {
+  /// What a file lacks of which no more is expected goes without saying.
+  void judge(const std::map<std::string, bool>& isExpected, Section& section) const {
     section.facts["functions"] = facts_;
     if (lines_.empty()) return;
     section.listings.push_back(
         {"Functions, and the files that they were found in", lines_, Shown::Verbosely});
     for (const auto& [file, names] : missing_) {
-      if (!isOpen.at(file)) continue;
+      if (!isExpected.at(file)) continue;
       section.wrong("Missing in '" + file + "': " + List(names) + ": Init gives null",
                     "A genuine library from OpenSSL 1.1 on lacks functions of the 1.0 series: put "
                     "the adapter there in its place. A file of another origin is no OpenSSL.");
@@ -207,12 +208,18 @@ Section ExamineOpenssl(const std::string& directory, int timeLimit) {
     ssl.leadsTo = RealPath(libssl);
   }
 
-  JudgeFile(crypto, section);
-  JudgeFile(ssl, section);
+  const bool isExchanged = child.isTrue("exchanged");
+  JudgeFile(crypto, isExchanged, section);
+  JudgeFile(ssl, isExchanged, section);
+  if (isExchanged) {
+    section.wrong("The two files are in each other's place: Init gives null",
+                  "Give each of them the name of the other.");
+  }
   JudgeRelease(crypto, ssl, section);
-  section.facts = {{"crypto", FactsOf(crypto)}, {"ssl", FactsOf(ssl)}};
+  section.facts = {{"crypto", FactsOf(crypto)}, {"ssl", FactsOf(ssl)}, {"exchanged", isExchanged}};
   Functions(child, directory)
-      .judge({{crypto.name, crypto.isOpen}, {ssl.name, ssl.isOpen}}, section);
+      .judge({{crypto.name, crypto.isOpen && !isExchanged}, {ssl.name, ssl.isOpen && !isExchanged}},
+             section);
   JudgeEnd(child, section);
   section.facts["printed"] = child.output;
   if (!child.output.empty()) {

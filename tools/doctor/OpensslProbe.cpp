@@ -32,11 +32,27 @@ Fact FileOf(const void* address) {
   return module.dli_fname;
 }
 
-void ReportFunction(const SharedLibrary& library, const char* file, const char* name) {
-  Report({{"function", name},
-          {"looked_up_in", file},
-          {"found_in", FileOf(library.getFunctionPointer(name, true))}});
-}
+/// Looks functions up, and knows whether that would do better if the two files changed places.
+class LookUp {
+ public:
+  LookUp(const SharedLibrary& crypto, const SharedLibrary& ssl) : crypto_(crypto), ssl_(ssl) {}
+
+  void report(const SharedLibrary& library, const char* file, const char* name) {
+    const SharedLibrary& other = &library == &crypto_ ? ssl_ : crypto_;
+    const void* const found = library.getFunctionPointer(name, true);
+    isComplete_ = isComplete_ && found != nullptr;
+    isCompleteExchanged_ = isCompleteExchanged_ && other.getFunctionPointer(name, true) != nullptr;
+    Report({{"function", name}, {"looked_up_in", file}, {"found_in", FileOf(found)}});
+  }
+
+  void finish() const { Report({{"exchanged", !isComplete_ && isCompleteExchanged_}}); }
+
+ private:
+  const SharedLibrary& crypto_;
+  const SharedLibrary& ssl_;
+  bool isComplete_ = true;
+  bool isCompleteExchanged_ = true;
+};
 
 /// Which OpenSSL file leads to, and the words in which that tells its release: by its present name
 /// or by that of the 1.0 series.
@@ -64,10 +80,12 @@ void ProbeOpenssl(const std::string& directory) {
 
   static constexpr const char* kcryptoFile = kCryptoFile;
   static constexpr const char* ksslFile = kSslFile;
+  LookUp lookUp(crypto, ssl);
 #define QV_OPENSSL_FUNCTION(library, name, result, arguments) \
-  ReportFunction(library, k##library##File, #name);
+  lookUp.report(library, k##library##File, #name);
 #include "source/OpensslFunctions.def"
 #undef QV_OPENSSL_FUNCTION
+  lookUp.finish();
 
   Report({{"libssl", FileOf(ssl.getFunctionPointer("SSL_CTX_new", true))}});
   ReportRelease(crypto, kCryptoFile);
