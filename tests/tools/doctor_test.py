@@ -500,7 +500,39 @@ class Library(Site):
     def test_is_a_directory(self):
         self.library.unlink()
         self.library.mkdir()
-        self.assertIn("is no library but a directory", self.look(1).everything("wrong", "library"))
+        self.assertIn(f"'{self.library}' is no library but a directory, with no libqvsslinit.so or "
+                      "libqvsslinit.so.1 in it", self.look(1).texts("wrong", "library"))
+
+    def test_is_given_by_its_directory(self):
+        for name in ("libqvsslinit.so", "libqvsslinit.so.1"):
+            self.library = self.library.rename(self.lib / name)
+            for directory in (str(self.lib), "../lib/", "../lib"):
+                report = self.report("--no-init", "--library", directory, status=0)
+                self.assertEqual(os.path.realpath(report.json["library"]), str(self.library))
+                self.assertEqual(os.path.realpath(report.facts("library")["directory"]),
+                                 str(self.lib))
+        (self.root / "deeper" / "down").mkdir(parents=True)
+        (self.lib / "link").symlink_to(self.root / "deeper" / "down")
+        self.lib.rename(self.root / "deeper" / "lib")
+        self.report("--no-init", "--library", self.root / "deeper" / "lib" / "link" / ".." / "lib",
+                    status=0)
+
+    def test_that_is_missing_or_another_file_is_the_one_cause(self):
+        elsewhere = self.root / "elsewhere"
+        elsewhere.mkdir()
+        (elsewhere / "text").write_text("This is not a library at all.\n")
+        shutil.copy(self.lib / CRYPTO, elsewhere / "other.so")
+        for path in (elsewhere / "missing", elsewhere / "text", elsewhere / "other.so", elsewhere):
+            report = self.report("--library", str(path), status=1)
+            self.assertEqual(len(report.texts("wrong")), 1, report.texts("wrong"))
+            self.assertEqual(len(report.texts("wrong", "library")), 1)
+            directory = self.root if path == elsewhere else elsewhere
+            self.assertIn(f"Neither file is in '{directory}/': they belong beside the library",
+                          report.texts("note", "openssl"))
+        # One of them alone shows where the library was to be.
+        shutil.copy(self.lib / CRYPTO, elsewhere)
+        report = self.report("--library", str(elsewhere / "missing"), status=1)
+        self.assertIn(f"'{SSL}' is missing: Init gives null", report.texts("wrong", "openssl"))
 
     def test_is_no_library(self):
         self.library.write_text("This is not a library, but it is long enough to be read.\n" * 9)

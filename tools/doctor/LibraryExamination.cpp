@@ -72,19 +72,31 @@ void JudgeLoading(const ChildResult& child, LibraryExamination& examination) {
   JudgeDirectory(child, examination);
 }
 
+/// The library in directory: by the name that is there for compilers, or by the one that is there
+/// for programs. Empty for none.
+fs::path LibraryIn(const fs::path& directory) {
+  std::error_code ignored;
+  for (const char* name : {"libqvsslinit.so", QV_LIBRARY_SONAME}) {
+    fs::path library = directory / name;
+    if (fs::exists(library, ignored)) return library;
+  }
+  return {};
+}
+
 }  // namespace
 
 std::string FindLibrary(const Options& options) {
   std::error_code ignored;
-  if (!options.library.empty()) return fs::absolute(options.library, ignored).string();
+  if (!options.library.empty()) {
+    const fs::path given = fs::absolute(options.library, ignored);
+    const fs::path library = LibraryIn(given);
+    return (library.empty() ? given : library).string();
+  }
   const fs::path here = fs::read_symlink("/proc/self/exe", ignored).parent_path();
-  // As installed, as built, and in one directory with this program; by the name that is there for
-  // compilers, and by the one that is there for programs.
+  // As installed, as built, and in one directory with this program.
   for (const char* directory : {QV_LIBRARY_DIRECTORY, "../lib", "."}) {
-    for (const char* name : {"libqvsslinit.so", QV_LIBRARY_SONAME}) {
-      const fs::path library = (here / directory / name).lexically_normal();
-      if (fs::exists(library, ignored)) return library.string();
-    }
+    const fs::path library = LibraryIn((here / directory).lexically_normal());
+    if (!library.empty()) return library.string();
   }
   return (here / QV_LIBRARY_DIRECTORY / QV_LIBRARY_SONAME).lexically_normal().string();
 }
@@ -103,8 +115,10 @@ LibraryExamination::LibraryExamination(const std::string& library, int timeLimit
     return;
   }
   if (!file.isRegular()) {
-    section.wrong(Quoted(library) + " is no library but " + file.kindText(),
-                  "Say with --library where the library is.");
+    section.wrong(
+        Quoted(library) + " is no library but " + file.kindText() +
+            (file.isDirectory() ? ", with no libqvsslinit.so or " QV_LIBRARY_SONAME " in it" : ""),
+        "Say with --library where the library is.");
     return;
   }
   section.ok(Quoted(library) + ", " + file.accessText());

@@ -196,7 +196,7 @@ void JudgeEnd(const ChildResult& child, Section& section) {
 
 }  // namespace
 
-Section ExamineOpenssl(const std::string& directory, int timeLimit) {
+Section ExamineOpenssl(const std::string& directory, bool isOfLibrary, int timeLimit) {
   Section section{"openssl", "OpenSSL"};
   OpenedFile crypto(directory, kCryptoFile);
   OpenedFile ssl(directory, kSslFile);
@@ -209,8 +209,12 @@ Section ExamineOpenssl(const std::string& directory, int timeLimit) {
   }
 
   const bool isExchanged = child.isTrue("exchanged");
-  JudgeFile(crypto, isExchanged, section);
-  JudgeFile(ssl, isExchanged, section);
+  if (!isOfLibrary && crypto.facts.isMissing() && ssl.facts.isMissing()) {
+    section.note("Neither file is in " + Quoted(directory) + ": they belong beside the library");
+  } else {
+    JudgeFile(crypto, isExchanged, section);
+    JudgeFile(ssl, isExchanged, section);
+  }
   if (isExchanged) {
     section.wrong("The two files are in each other's place: Init gives null",
                   "Give each of them the name of the other.");

@@ -19,9 +19,9 @@ trace. Each finding that needs a hand says what to do.
   belong to whoever runs this. Run it as the user that the server runs as, or
   leave Init out with --no-init. Nothing else is changed.
 
-  --library PATH          the library (default: the one that was installed with
-                          this program, else one in ../lib as seen from it, or
-                          beside it)
+  --library PATH          the library, or the directory that it is in (default:
+                          the one that was installed with this program, else
+                          one in ../lib as seen from it, or beside it)
   --no-init               do not call Init and Uninit: nothing is created
   --verbose               everything: each of the OpenSSL functions, and records
                           of OpenSSL's lock callbacks

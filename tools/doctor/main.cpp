@@ -52,7 +52,7 @@ Diagnosis Examine(const Options& options) {
   diagnosis.library = FindLibrary(options);
   const LibraryExamination library(diagnosis.library, options.timeLimit);
   Add(diagnosis, library.section);
-  Add(diagnosis, ExamineOpenssl(library.directory, options.timeLimit));
+  Add(diagnosis, ExamineOpenssl(library.directory, library.isUsable, options.timeLimit));
   const Section store = ExamineStore();
   Add(diagnosis, store);
   if (library.isUsable) {
