@@ -1742,6 +1742,18 @@ class Tags(Site):
                           {"line": 5, "reason": "a comment"},
                           {"line": 6, "reason": "no definition"}])
 
+    def test_lines_without_a_colon_that_are_no_comments_are_worth_a_note(self):
+        for text, note in (
+                ("# Name\nRefCount : 1 : yes\n\nInitializer = yes\n",
+                 "Line 4 defines nothing: it has no colon"),
+                ("secret = yes\n; two\nsecret = yes\nsecret = yes\n",
+                 "Line 1 and 2 after it define nothing: they have no colon")):
+            report, _ = self.lines(text, 0, "note")
+            self.assertEqual([(finding["text"], finding["advice"])
+                              for finding in report.section("tags")["findings"]
+                              if "Line" in finding["text"]],
+                             [(note, "Write it as 'Name : 1 : yes'.")])
+
     def test_missing_second_colon(self):
         report, wrong = self.lines("Name : 4 yes\n", 1, "wrong")
         self.assertIn("Line 1 leaves its tag off: 'Name' has no colon", wrong)

@@ -20,6 +20,7 @@ constexpr int kLastId = 255;
 // Of what may be a name or a value; also what is no tag file has no long secrets shown.
 constexpr std::size_t kMostShown = 40;
 constexpr char kOn[] = "yes";
+constexpr char kWriteSo[] = "Write it as 'Name : 1 : yes'.";
 
 std::string Lower(std::string text) {
   std::transform(text.begin(), text.end(), text.begin(), [](unsigned char character) {
@@ -47,7 +48,16 @@ class Judge {
       piece(text.substr(begin, kPiece));
   }
 
-  void finish() { section_.facts["ignored_lines"] = ignored_; }
+  void finish() {
+    section_.facts["ignored_lines"] = ignored_;
+    if (withoutColon_ == 0) return;
+    const std::string first = "Line " + std::to_string(firstWithoutColon_);
+    // A file of another kind has many, and what stands in them may be anything.
+    section_.note(withoutColon_ == 1 ? first + " defines nothing: it has no colon"
+                                     : first + " and " + std::to_string(withoutColon_ - 1) +
+                                           " after it define nothing: they have no colon",
+                  kWriteSo);
+  }
 
  private:
   void piece(const std::string& text) {
@@ -70,13 +80,17 @@ class Judge {
     if (first == std::string::npos) return;
     const bool isComment = text[first] == '#' || text[first] == ';' || text[first] == '/';
     ignore(isComment ? "a comment" : "no definition");
-    if (isComment || text.find(':') == std::string::npos) return;
+    if (isComment) return;
+    if (text.find(':') == std::string::npos) {
+      if (withoutColon_++ == 0) firstWithoutColon_ = number_;
+      return;
+    }
     if (std::string(parts.name).find(':') != std::string::npos) {
       wrong("defines nothing: " + beginning(text) + " has no blank before its first colon",
-            "Write it as 'Name : 1 : yes'.");
+            kWriteSo);
     } else {
       wrong("defines nothing: " + beginning(text) + " has no number behind its first colon",
-            "Write it as 'Name : 1 : yes'.");
+            kWriteSo);
     }
   }
 
@@ -105,7 +119,7 @@ class Judge {
       // The value, if there is one, never got read.
       if (Lower(text).find(kOn) != std::string::npos) {
         wrong("leaves its tag off: " + beginning(text) + " has no colon between number and value",
-              "Write it as 'Name : 1 : yes'.");
+              kWriteSo);
       }
     } else if (value != kOn && Means(value, {"yes", "on", "true", "1", "y", "enabled"})) {
       wrong("leaves its tag off: " + shown(value, "its value") +
@@ -146,6 +160,8 @@ class Judge {
   Section& section_;
   bool mayQuote_;
   int number_ = 0;
+  int withoutColon_ = 0;
+  int firstWithoutColon_ = 0;
   /// The line that defined each tag last.
   std::map<int, int> definedBy_;
   Fact ignored_ = Fact::list();
