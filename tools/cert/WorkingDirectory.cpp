@@ -6,9 +6,12 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <filesystem>
+#include <system_error>
 
 #include "kit/osdep/RepeatWhileInterrupted.h"
 #include "tools/cert/Failure.h"
+#include "tools/common/FileFacts.h"
 #include "tools/common/Printable.h"
 
 namespace qv::tools::cert {
@@ -51,10 +54,42 @@ std::string WhoTries() {
          ", who owns the directory that holds it; give that user both, with chown -R";
 }
 
+/// name with the current directory before it; as it is where nobody can tell that one.
+std::string FullPath(const std::string& name) {
+  std::error_code error;
+  const std::filesystem::path here = std::filesystem::current_path(error);
+  return error ? name : (here / name).string();
+}
+
+/// Where error is that this user lacks the rights: mode and owner of the directory, with words for
+/// it before them, and whom to run this as.
+std::string WhoMay(const std::string& words, const FileFacts& directory, int error) {
+  if (error != EACCES && error != EPERM) return "";
+  const std::string rights =
+      directory.isThere() ? " (" + words + directory.accessText() + ")" : std::string();
+  // Root has acted as another user, whom the attempt names, or may do no more as anybody else.
+  if (::getuid() == 0) return rights;
+  return rights + ": run this as the user that the server runs as, or as root";
+}
+
+Failure CannotEnter(const std::string& name, const std::string& who, int error) {
+  const FileFacts directory(name);
+  return Failure(SystemFailure("Cannot enter " + Quoted(FullPath(name)) + who, error).what() +
+                 WhoMay("", directory, error));
+}
+
+Failure CannotMake(const std::string& name, int error) {
+  const std::string above = std::filesystem::path(name).parent_path().string();
+  return Failure(
+      SystemFailure("Cannot make the directory " + Quoted(FullPath(name)), error).what() +
+      WhoMay(Quoted(Directory(FullPath(name))) + " has ", FileFacts(above.empty() ? "." : above),
+             error));
+}
+
 }  // namespace
 
 void EnterDirectory(const std::string& path) {
-  if (::chdir(path.c_str()) != 0) throw SystemFailure("Cannot enter " + Quoted(path), errno);
+  if (::chdir(path.c_str()) != 0) throw CannotEnter(path, "", errno);
 }
 
 void EnterOwnDirectory(const std::string& name) {
@@ -62,7 +97,7 @@ void EnterOwnDirectory(const std::string& name) {
   if (!directory.isOpen() || ::fchdir(directory.number()) != 0) {
     const int error = errno;
     if (IsLink(name)) throw Failure(Quoted(name) + " is a symbolic link, which is not followed");
-    throw SystemFailure("Cannot enter " + Quoted(name) + WhoTries(), error);
+    throw CannotEnter(name, WhoTries(), error);
   }
 }
 
@@ -83,7 +118,7 @@ void ActAsOwner() {
 void MakeOwnDirectory(const std::string& name) {
   if (RepeatWhileInterrupted([&] { return ::mkdir(name.c_str(), S_IRWXU); }) != 0) {
     if (errno == EEXIST) return;
-    throw SystemFailure("Cannot make the directory " + Quoted(name), errno);
+    throw CannotMake(name, errno);
   }
   if (!FlushDirectory())
     throw SystemFailure("Cannot have the directory " + Quoted(name) + " written to the disk",

@@ -377,14 +377,36 @@ class CertPlace(Site):
         self.root.chmod(0o755)
         options = self.nobody()
         self.data.chmod(0o555)
-        self.refuse("Cannot make the directory 'certstore': Permission denied", "--key", "p256",
+        advice = ": run this as the user that the server runs as, or as root$"
+        owner = run("stat", "-c", "%U:%G", self.data).strip()
+        self.refuse(f"Cannot make the directory '{self.store}': Permission denied "
+                    rf"\('{self.data}' has mode 0555, owner {owner}\){advice}", "--key", "p256",
                     **options)
         self.data.chmod(0o777)
         self.make(**options)
         self.store.chmod(0o700)
         self.pairs.chmod(0o500)
-        self.refuse("Cannot make the directory 'server_0.replacing': Permission denied", "--key", "p256",
+        owner = run("stat", "-c", "%U:%G", self.pairs).strip()
+        self.refuse(f"Cannot make the directory '{self.pairs}/server_0.replacing': Permission denied "
+                    rf"\('{self.pairs}' has mode 0500, owner {owner}\){advice}", "--key", "p256",
                     "--replace", **options)
+
+    def test_that_this_user_may_not_enter_is_refused_with_its_owner_and_advice(self):
+        self.root.chmod(0o755)
+        options = self.nobody()
+        self.data.chmod(0o777)
+        self.make(**options)
+        owner = run("stat", "-c", "%U:%G", self.pairs).strip()
+        for closed in (self.pairs, self.store, self.data):
+            closed.chmod(0o000)
+            if closed == self.data:
+                owner = run("stat", "-c", "%U:%G", self.data).strip()
+            self.addCleanup(closed.chmod, 0o700)
+            done = self.call("--key", "p256", **options)
+            self.assertEqual((done.returncode, done.stderr),
+                             (1, f"{PROGRAM}: Cannot enter '{closed}': Permission denied (mode 0000, "
+                                 f"owner {owner}): run this as the user that the server runs as, or "
+                                 "as root\n"))
 
     @unittest.skipUnless(os.geteuid() == 0, "only root can give files to others")
     def test_gets_the_owner_of_its_directory_from_root(self):
@@ -449,7 +471,9 @@ class CertPlace(Site):
     def test_of_root_in_a_directory_of_another_user_is_refused_with_advice(self):
         self.lie_there()
         self.give(self.data)
-        self.refuse("Cannot enter 'certstore' as user 65534.*chown -R", "--replace", "--key", "p256")
+        self.refuse(f"Cannot enter '{self.store}' as user 65534, who owns the directory that holds it; "
+                    r"give that user both, with chown -R: Permission denied \(mode 0700, owner \S+\)$",
+                    "--replace", "--key", "p256")
 
     def test_where_something_else_bears_the_name_that_is_needed_for_a_time_is_refused(self):
         self.lie_there()
