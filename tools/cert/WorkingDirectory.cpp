@@ -65,7 +65,7 @@ std::string FullPath(const std::string& name) {
 /// it before them, and whom to run this as.
 std::string WhoMay(const std::string& words, const FileFacts& directory, int error) {
   if (error != EACCES && error != EPERM) return "";
-  const std::string rights =
+  std::string rights =
       directory.isThere() ? " (" + words + directory.accessText() + ")" : std::string();
   // Root has acted as another user, whom the attempt names, or may do no more as anybody else.
   if (::getuid() == 0) return rights;
