@@ -193,10 +193,11 @@ class Installation(unittest.TestCase):
         self.write("CMakeLists.txt", LINES_OF_BUILDS + "foreach(version IN ITEMS 0.9 1.0 2)\n"
                    "find_package(qvsslinit ${version} CONFIG QUIET)\n"
                    "file(APPEND found ${qvsslinit_FOUND})\nendforeach()\n"
-                   "find_package(qvsslinit 1 CONFIG QUIET COMPONENTS nonsense)\n"
+                   "find_package(qvsslinit 1 CONFIG COMPONENTS nonsense)\n"
                    "file(APPEND found ${qvsslinit_FOUND})\n")
-        self.sh("cmake -S . -B build -G Ninja")
+        told = self.sh("cmake -S . -B build -G Ninja 2>&1")
         self.assertEqual((self.host / "found").read_text().replace("FALSE", "0"), "0100")
+        self.assertIn("Reason given by package:\n\n  qvsslinit has no components\n", told)
 
 
 if __name__ == "__main__":
