@@ -1,15 +1,21 @@
-// A web server that starts on nothing: QVSSLINIT_Init leaves a key and a certificate, and one page
-// is served with exactly that pair, on the loopback interface, until SIGTERM or SIGINT.
-//
-//     https_host [PORT [LIBRARY]]
-//
-// PORT 0, the default, lets the system choose. LIBRARY is by default ../lib/libqvsslinit.so beside
-// this program.
+/*
+ * A web server that starts on nothing: QVSSLINIT_Init leaves a key and a certificate, and one page
+ * is served with exactly that pair, on the loopback interface, until SIGTERM or SIGINT.
+ *
+ *     https_host [PORT [LIBRARY]]
+ *
+ * PORT 0, the default, lets the system choose. LIBRARY is by default the one that the dynamic
+ * loader finds. To build it:
+ *
+ *     c++ -std=c++17 -o https_host https_host.cpp $(pkg-config --cflags qvsslinit) \
+ *       $(pkg-config --cflags --libs cpp-httplib openssl) -ldl
+ */
 #include <dlfcn.h>
 #include <httplib.h>
 #include <openssl/err.h>
 #include <pthread.h>
 #include <signal.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -17,8 +23,9 @@
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
-#include <filesystem>
 #include <future>
+#include <mutex>
+#include <set>
 #include <stdexcept>
 #include <string>
 
@@ -64,17 +71,46 @@ class ReadyOpenssl {
   QvSslInitHandle* handle_;
 };
 
-std::string DefaultLibrary() {
-  const auto program = std::filesystem::read_symlink("/proc/self/exe");
-  return (program.parent_path().parent_path() / "lib" / "libqvsslinit.so").string();
-}
-
 /// Where the default pair lies, without the ending that tells key and certificate apart.
 std::string DefaultPair() {
   const char* data = std::getenv("QVPUBAPPDATADIR");
   const std::string directory = data != nullptr && data[0] == '/' ? data : "/var/lib/kestrix";
   return directory + "/certstore/server_certs/server_0";
 }
+
+/// The connections that are open: OpenSSL says when one comes and goes.
+class Connections {
+ public:
+  Connections() : index_(SSL_get_ex_new_index(0, this, &Come, nullptr, &Go)) {
+    if (index_ < 0) throw std::runtime_error("connections cannot be watched");
+  }
+  Connections(const Connections&) = delete;
+  Connections& operator=(const Connections&) = delete;
+  ~Connections() { CRYPTO_free_ex_index(CRYPTO_EX_INDEX_SSL, index_); }
+
+  /// Whoever waits for one of their clients waits no longer.
+  void shutDown() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    for (const SSL* connection : open_)
+      shutdown(SSL_get_fd(connection), SHUT_RDWR);
+  }
+
+ private:
+  static void Come(void* connection, void*, CRYPTO_EX_DATA*, int, long, void* self) {
+    auto& connections = *static_cast<Connections*>(self);
+    const std::lock_guard<std::mutex> lock(connections.mutex_);
+    connections.open_.insert(static_cast<SSL*>(connection));
+  }
+  static void Go(void* connection, void*, CRYPTO_EX_DATA*, int, long, void* self) {
+    auto& connections = *static_cast<Connections*>(self);
+    const std::lock_guard<std::mutex> lock(connections.mutex_);
+    connections.open_.erase(static_cast<SSL*>(connection));
+  }
+
+  int index_;
+  std::mutex mutex_;
+  std::set<SSL*> open_;
+};
 
 std::string LastOpensslError() {
   char text[256];
@@ -83,9 +119,10 @@ std::string LastOpensslError() {
 }
 
 bool UseDefaultPair(SSL_CTX& context) {
-  // The certificate has an RSA key of 1024 bits and a SHA-1 signature, which today's default level
-  // refuses. The level counts from here on, so it comes first.
-  SSL_CTX_set_security_level(&context, 0);
+  SSL_CTX_set_min_proto_version(&context, TLS1_2_VERSION);
+  // Debian's level of security, 2, refuses the default pair, whose RSA key has 1024 bits. The level
+  // counts from here on, so it comes first. A better pair needs no such line.
+  SSL_CTX_set_security_level(&context, 1);
   const std::string pair = DefaultPair();
   if (SSL_CTX_use_certificate_chain_file(&context, (pair + ".cer").c_str()) != 1) {
     throw std::runtime_error("certificate " + pair + ".cer: " + LastOpensslError());
@@ -108,6 +145,7 @@ int Bind(httplib::Server& server, int port) {
 
 /// Serves until one of the signals arrives, which every thread must have blocked by then.
 void ServeUntil(const sigset_t& signals, int port) {
+  Connections connections;
   httplib::SSLServer server(UseDefaultPair);
   server.Get("/", [](const httplib::Request&, httplib::Response& response) {
     response.set_content("Served over HTTPS with the default certificate.\n", "text/plain");
@@ -130,6 +168,12 @@ void ServeUntil(const sigset_t& signals, int port) {
   int signal = 0;
   sigwait(&signals, &signal);
   server.stop();
+  // Who was connected is answered, if that takes no longer than this.
+  std::chrono::milliseconds patience = std::chrono::seconds(5);
+  while (served.wait_for(patience) == std::future_status::timeout) {
+    connections.shutDown();
+    patience = std::chrono::milliseconds(10);
+  }
   if (!served.get()) throw std::runtime_error("the server ended by itself");
 }
 
@@ -153,7 +197,7 @@ int main(int argc, char** argv) {
   pthread_sigmask(SIG_BLOCK, &signals, nullptr);  // before there are threads: they inherit it
   try {
     const int port = argc > 1 ? PortFrom(argv[1]) : 0;
-    const Library library(argc > 2 ? argv[2] : DefaultLibrary());
+    const Library library(argc > 2 ? argv[2] : "libqvsslinit.so.1");
     const ReadyOpenssl ready(library);
     ServeUntil(signals, port);
     return EXIT_SUCCESS;

@@ -21,7 +21,7 @@ APACHE = sys.argv.pop(1)
 APXS = sys.argv.pop(1)
 MODULE = pathlib.Path(sys.argv.pop(1)).resolve()
 PAGE = b"".join(b"Line %05d of a page of the site.\n" % number for number in range(250))
-LEVEL = "    SSLCipherSuite        DEFAULT@SECLEVEL=0\n"
+LEVEL = "    SSLCipherSuite        DEFAULT@SECLEVEL=1\n"
 
 # What Debian has below /etc and /var, for any user and for several servers at a time. Children end after
 # a few dozen connections, so that there are many of them.
@@ -148,6 +148,7 @@ class Apache(Site):
             apache = self.start(mpm)
             first = self.pair()
             self.assertEqual(self.fetch(self.address, self.client(), "/index.html"), (200, PAGE))
+            self.expect_nothing_old(self.address)
             self.stop(apache, signal.SIGTERM)
             self.assertTrue(self.records()[-1].endswith("refCount_=0\n"))
             self.assertEqual(self.pair(), first)

@@ -15,7 +15,7 @@ from server_site import Site, block
 Site.build = pathlib.Path(sys.argv.pop(1)).resolve()
 NGINX = sys.argv.pop(1)
 PAGE = b"A page of the site.\n"
-LEVEL = "    ssl_ciphers         DEFAULT@SECLEVEL=0;\n"
+LEVEL = "    ssl_ciphers         DEFAULT@SECLEVEL=1;\n"
 
 # What Debian has below /etc and /var, for any user and for several servers at a time.
 AROUND = """
@@ -23,7 +23,7 @@ daemon off;
 pid nginx.pid;
 events {{}}
 http {{
-    ssl_protocols TLSv1.2 TLSv1.3;
+    ssl_protocols TLSv1 TLSv1.1 TLSv1.2 TLSv1.3;
     access_log off;
     client_body_temp_path temporary;
     proxy_temp_path temporary;
@@ -76,6 +76,7 @@ class Nginx(Site):
             client = self.client()
             client.minimum_version = client.maximum_version = version
             self.assertEqual(self.fetch(self.address, client), (200, PAGE), version)
+        self.expect_nothing_old(self.address)
         self.stop(nginx)
 
     def test_refuses_that_pair_without_the_line_that_lowers_its_level(self):

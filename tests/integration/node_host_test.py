@@ -22,7 +22,7 @@ HEADERS = sys.argv.pop(1)
 ADDON = pathlib.Path(sys.argv.pop(1)).resolve()
 EXAMPLE = SOURCES / "examples" / "node"
 SERVED = (200, b"Served over HTTPS with the default certificate.\n")
-LEVEL = "SECLEVEL=0"
+LEVEL = "SECLEVEL=1"
 
 
 class NodeHost(Site):

@@ -13,7 +13,7 @@ import sys
 import unittest
 
 sys.dont_write_bytecode = True
-from server_site import SOURCES, Site, block
+from server_site import DEFAULT_STORE, SOURCES, Site, block
 
 Site.build = pathlib.Path(sys.argv.pop(1)).resolve()
 
@@ -26,11 +26,47 @@ class PythonHost(Site):
     def start(self):
         return self.launch_host(*self.command())
 
+    def script(self, text):
+        """Status and output of a script that has the host as a module."""
+        python, *_ = self.command()
+        self.environment["PYTHONPATH"] = str(SOURCES / "examples")
+        return self.run_to_its_end(python, "-B", "-c", f"import host\n{text}")
+
     def test_serves_a_page_with_the_pair_that_init_made(self):
         host, address = self.start()
         self.assertEqual(self.fetch(address, self.client()),
                          (200, b"Served over HTTPS with the default certificate.\n"))
         self.assertRegex(self.stop_host(host), r'\A127\.0\.0\.1 .* "GET / HTTP/1\.0" 200 -\n\Z')
+
+    def test_serves_on_the_loopback_interface_alone_and_nothing_older_than_tls_1_2(self):
+        host, address = self.start()
+        self.expect_loopback_alone(address)
+        self.expect_nothing_old(address)
+        self.assertNotIn("Traceback", self.stop_host(host))
+
+    def test_takes_by_default_the_library_that_the_dynamic_loader_finds(self):
+        self.environment["LD_LIBRARY_PATH"] = str(self.build / "lib")
+        python, program, *_ = self.command()
+        host, _ = self.launch_host(python, program)
+        self.assertIn(f"{self.build}/lib/libqvsslinit.so.1", pathlib.Path(f"/proc/{host.pid}/maps").read_text())
+        self.stop_host(host)
+
+    def test_looks_for_the_pair_where_the_library_does(self):
+        for variable, store in ((None, DEFAULT_STORE), ("", DEFAULT_STORE), ("kestrix", DEFAULT_STORE),
+                                ("/srv/kestrix", "/srv/kestrix")):
+            self.environment.pop("QVPUBAPPDATADIR", None)
+            if variable is not None:
+                self.environment["QVPUBAPPDATADIR"] = variable
+            pair = f"{store}/certstore/server_certs/server_0"
+            self.assertEqual(self.script("print(*host.default_pair())"), (0, f"{pair}.cer {pair}.key\n"))
+
+    def test_tells_ctypes_that_a_handle_is_a_pointer(self):
+        *_, library = self.command()
+        status, said = self.script(
+            f"library = host.load({library!r})\n"
+            "for function in library.QVSSLINIT_Init, library.QVSSLINIT_Uninit:\n"
+            "    print(*(kind and kind.__name__ for kind in [function.restype, *function.argtypes]))\n")
+        self.assertEqual((status, said), (0, "LP_QvSslInitHandle\nNone LP_QvSslInitHandle\n"))
 
     def test_keeps_the_pair_at_the_next_start(self):
         host, _ = self.start()
@@ -51,16 +87,31 @@ class PythonHost(Site):
             self.assertEqual(returned, "returning status=ok, handle=1, refCount_=0\n")
             self.trace.unlink()
 
-    def test_answers_who_is_connected_when_it_ends_and_waits_for_nobody_who_is_silent(self):
+    def test_answers_who_is_connected_when_it_ends_but_waits_for_nobody_who_is_silent_or_never_done(self):
         host, address = self.start()
-        with socket.create_connection(address, timeout=60) as silent, \
+        with socket.create_connection(address, timeout=60) as silent, self.dripping(address), \
              socket.create_connection(address, timeout=60) as late:
             self.assertEqual(self.fetch(address, self.client())[0], 200)
             host.send_signal(signal.SIGTERM)
             self.wait_for(lambda: not self.listens(address), "stopped listening", host)
             self.assertEqual(self.ask(late, self.client())[0], 200)
             self.assertEqual(silent.recv(1), b"")
-            self.stop_host(host)
+            self.assertNotIn("Traceback", self.stop_host(host))
+        self.assertTrue(self.records()[-1].endswith("refCount_=0\n"))
+
+    def test_ends_where_it_cannot_say_where_it_listens(self):
+        line = shlex.join(map(str, self.command()))
+        status, output = self.run_to_its_end("sh", "-c", f"exec {line} >/dev/full")
+        self.assertNotEqual(status, 0)
+        self.assertIn("host.py: [Errno 28] No space left on device\n", output)
+        self.assertTrue(self.records()[-1].endswith("refCount_=0\n"))
+
+    def test_ends_when_serving_does(self):
+        *_, library = self.command()
+        status, output = self.script("host.Server.service_actions = lambda self: 1 / 0\n"
+                                     f"host.main('0', {library!r})")
+        self.assertEqual(status, 1)
+        self.assertIn("ZeroDivisionError", output)
         self.assertTrue(self.records()[-1].endswith("refCount_=0\n"))
 
     def test_survives_a_client_that_speaks_no_tls(self):

@@ -1,6 +1,7 @@
 """What the tests of servers share: a site in a temporary directory, whose paths stand for those in
 docs/hosting.md, servers that end with their test, and a client."""
 
+import contextlib
 import http.client
 import os
 import pathlib
@@ -10,9 +11,12 @@ import socket
 import ssl
 import subprocess
 import tempfile
+import threading
 import time
 import unittest
 
+DEFAULT_STORE = "/var/lib/kestrix"
+END = 15  # seconds: the examples give their clients five
 SOURCES = pathlib.Path(__file__).resolve().parents[2]
 # The library's own engine writes lines like this one alone.
 RECORD = re.compile(r"\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{6}Z t=[0-9A-F]+ \| (ERROR \| )?qvsslinit \| .*\n")
@@ -49,7 +53,7 @@ class Site(unittest.TestCase):
 
     def here(self, text):
         """Lines of the document with this site's paths."""
-        for documented, own in {"/opt/server": self.build, "/var/lib/kestrix": self.data}.items():
+        for documented, own in {"/opt/server": self.build, DEFAULT_STORE: self.data}.items():
             text = text.replace(documented, str(own))
         return text
 
@@ -58,7 +62,7 @@ class Site(unittest.TestCase):
 
     def run_to_its_end(self, *command):
         """The status and all the output of a command that is to end by itself."""
-        done = self.launch(*command, stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
+        done = self.launch(*command, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
         output, _ = done.communicate(timeout=60)
         return done.returncode, output
 
@@ -87,9 +91,9 @@ class Site(unittest.TestCase):
         return host, ("127.0.0.1", int(match.group(1)))
 
     def stop_host(self, host, by=signal.SIGTERM):
-        """What the host has said on standard error when it ends."""
+        """What the host has said on standard error when it ends, which no client may hold up for long."""
         host.send_signal(by)
-        _, errors = host.communicate(timeout=60)
+        _, errors = host.communicate(timeout=END)
         self.assertEqual(host.returncode, 0, errors)
         return errors
 
@@ -127,7 +131,7 @@ class Site(unittest.TestCase):
         """A client that trusts the certificate in the store and no other, however small its key."""
         context = ssl.create_default_context(cafile=str(self.certificate))
         context.check_hostname = False  # the default certificate names this host as it calls itself
-        context.set_ciphers("DEFAULT@SECLEVEL=0")
+        context.set_ciphers("DEFAULT@SECLEVEL=1")
         return context
 
     @staticmethod
@@ -138,6 +142,54 @@ class Site(unittest.TestCase):
             with http.client.HTTPResponse(secured) as response:
                 response.begin()
                 return response.status, response.read()
+
+    @contextlib.contextmanager
+    def dripping(self, address):
+        """Has two clients say something that never ends, byte by byte: a request, and a handshake."""
+        over = threading.Event()
+
+        def drip(connections):
+            while not over.wait(0.2):
+                for connection in connections:
+                    with contextlib.suppress(OSError):
+                        connection.send(b"x")
+
+        with socket.create_connection(address, timeout=60) as greeting, \
+             socket.create_connection(address, timeout=60) as connection, \
+             self.client().wrap_socket(connection) as asking:
+            greeting.sendall(b"\x16\x03\x01\x40\x00")  # a record of 16 KiB
+            asking.sendall(b"GET / HTTP/1.1\r\nX: ")
+            dripper = threading.Thread(target=drip, args=[[greeting, asking]])
+            dripper.start()
+            try:
+                yield
+            finally:
+                over.set()
+                dripper.join()
+
+    def expect_nothing_old(self, address):
+        """The server refuses a client that knows nothing newer than TLS 1.1, or than signatures over SHA-1,
+        which the level of security 0 would bring back."""
+        def greet(*options):
+            return self.run_to_its_end("openssl", "s_client", "-connect", "%s:%d" % address,
+                                       "-cipher", "DEFAULT@SECLEVEL=0", *options)
+
+        status, output = greet("-tls1_2")
+        self.assertEqual(status, 0, output)
+        for old in (["-tls1_1"], ["-tls1_2", "-sigalgs", "RSA+SHA1"]):
+            status, output = greet(*old)
+            self.assertEqual(status, 1, (old, output))
+            self.assertRegex(output, r"\balert\b", old)
+
+    def expect_loopback_alone(self, address):
+        """Nobody listens at the port but on the loopback interface."""
+        listening = []
+        for table in ("tcp", "tcp6"):
+            for line in pathlib.Path("/proc/net", table).read_text().splitlines()[1:]:
+                (local, port), state = line.split()[1].split(":"), line.split()[3]
+                if state == "0A" and int(port, 16) == address[1]:
+                    listening.append(local)
+        self.assertEqual(listening, ["0100007F"])
 
     def fetch(self, address, context, path="/"):
         with socket.create_connection(address, timeout=60) as connection:
