@@ -25,6 +25,9 @@ BUILD = pathlib.Path(sys.argv.pop(1)).resolve()
 SITE_ENGINE = pathlib.Path(sys.argv.pop(1)).resolve()
 COMPILER = sys.argv.pop(1)
 SOURCES = pathlib.Path(sys.argv.pop(1)).resolve()
+sys.dont_write_bytecode = True
+sys.path.insert(0, str(SOURCES / "tests" / "tools"))
+from commands import run
 
 # What the installations here are made with, whoever runs the tests.
 os.umask(0o022)
@@ -38,15 +41,6 @@ SSL = "libssleay32.dylib"
 FUNCTIONS = re.findall(r"^QV_OPENSSL_FUNCTION\((\w+), (\w+)",
                        (SOURCES / "source" / "OpensslFunctions.def").read_text(), re.M)
 DEFAULT_TAGS = "RefCount : 1 : yes\nInitializer : 4 : yes\nCertificate : 5 : no\nCreator : 6 : yes\n"
-
-
-def run(*command, **options):
-    """The output of a command, which must succeed."""
-    done = subprocess.run([str(part) for part in command], capture_output=True, text=True,
-                          timeout=60, check=False, **options)
-    if done.returncode != 0:
-        raise AssertionError(f"{command} ended with {done.returncode}: {done.stdout}{done.stderr}")
-    return done.stdout
 
 
 class Report:

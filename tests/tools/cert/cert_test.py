@@ -23,20 +23,14 @@ import unittest
 BUILD = pathlib.Path(sys.argv.pop(1)).resolve()
 STAGED_CALLS = pathlib.Path(sys.argv.pop(1)).resolve()
 SOURCES = pathlib.Path(sys.argv.pop(1)).resolve()
+sys.dont_write_bytecode = True
+sys.path.insert(0, str(SOURCES / "tests" / "tools"))
+from commands import run
 CERT = BUILD / "bin" / "qvsslinit-cert"
 
 # A user without privileges, whatever his name is.
 NOBODY = 65534
 PROGRAM = "qvsslinit-cert"
-
-
-def run(*command, **options):
-    """The output of a command, which must succeed."""
-    done = subprocess.run([str(part) for part in command], capture_output=True, text=True,
-                          timeout=60, check=False, **options)
-    if done.returncode != 0:
-        raise AssertionError(f"{command} ended with {done.returncode}: {done.stdout}{done.stderr}")
-    return done.stdout
 
 
 class Site(unittest.TestCase):
