@@ -12,19 +12,20 @@
  * graceful or not, and each time it unloads its modules and loads them anew. Nothing of this module
  * lasts as long as the server does, and neither may any pointer into it: what has to last is what
  * the server retains for it. Each time takes a handle before it gives the former one back, so that
- * OpenSSL is not unloaded in between.
+ * OpenSSL is not unloaded in between; a restart that gets none keeps the former one.
  *
  * Children have the handles of their parent. Each takes one of its own as well, which shows in the
- * trace, and says in the error log whether OpenSSL is ready there. They give none back, for they
- * may end in a signal handler, where Uninit may not be called: their handles go with them.
+ * trace, and says so in the error log; without it OpenSSL is ready there all the same. They give
+ * none back, for they may end in a signal handler, where Uninit may not be called: their handles go
+ * with them.
  */
 #include <httpd.h>
 /* The server's other headers want that one first. */
-#include <apr_strings.h>
 #include <dlfcn.h>
 #include <http_config.h>
 #include <http_core.h>
 #include <http_log.h>
+#include <util_cfgtree.h>
 
 #include "qvsslinit.h"
 
@@ -41,7 +42,7 @@ struct Claim {
   struct QvSslInitHandle* handle;
 };
 
-static const char* library_file = "libqvsslinit.so.1";
+static const char kLibrary[] = "QvSslInitLibrary";
 static struct Claim* server_claim;
 
 static struct Claim* RetainedClaim(void) {
@@ -50,9 +51,26 @@ static struct Claim* RetainedClaim(void) {
   return claim != NULL ? claim : ap_retained_data_create(key, sizeof *claim);
 }
 
+/* What the directive says, which the server has read by now but not executed. */
+static const char* LibraryFile(apr_pool_t* pool) {
+  const char* file = NULL;
+  const ap_directive_t* line;
+  for (line = ap_conftree; line != NULL; line = line->next) {
+    if (ap_cstr_casecmp(line->directive, kLibrary) == 0) {
+      const char* arguments = line->args;
+      file = ap_getword_conf(pool, &arguments);
+    }
+  }
+  return file;
+}
+
 /* Takes a handle; why there is none, or null. */
-static const char* Take(struct Claim* claim) {
-  void* const library = dlopen(library_file, RTLD_NOW);
+static const char* Take(struct Claim* claim, apr_pool_t* temporary) {
+  const char* const file = LibraryFile(temporary);
+  void* library;
+  if (file != NULL && !ap_os_is_path_absolute(temporary, file))
+    return "QvSslInitLibrary: the path is not absolute";
+  library = dlopen(file != NULL ? file : "libqvsslinit.so.1", RTLD_NOW);
   if (library == NULL) return dlerror();
   /* C has no conversion from an object pointer to a function pointer; dlsym relies on this one. */
   *(void**)&claim->init = dlsym(library, "QVSSLINIT_Init");
@@ -72,14 +90,19 @@ static apr_status_t GiveBackAtTheEnd(void* data) {
   return APR_SUCCESS;
 }
 
-/* The directives are read by now but not executed: mod_ssl has not looked for its files yet. */
+/* mod_ssl has not looked for its files yet. */
 static int PreConfig(apr_pool_t* configuration, apr_pool_t* log, apr_pool_t* temporary) {
   struct Claim next = {NULL, NULL, NULL};
   const char* problem;
   (void)log;
   server_claim = RetainedClaim();
   apr_pool_cleanup_register(configuration, server_claim, GiveBackAtTheEnd, apr_pool_cleanup_null);
-  problem = Take(&next);
+  problem = Take(&next, temporary);
+  if (problem != NULL && server_claim->handle != NULL) {
+    ap_log_perror(APLOG_MARK, APLOG_CRIT, 0, temporary,
+                  "mod_qvsslinit: going on with the former handle: %s", problem);
+    return OK;
+  }
   if (problem != NULL) {
     ap_log_perror(APLOG_MARK, APLOG_EMERG, 0, temporary, "mod_qvsslinit: %s", problem);
     return HTTP_INTERNAL_SERVER_ERROR;
@@ -92,24 +115,22 @@ static int PreConfig(apr_pool_t* configuration, apr_pool_t* log, apr_pool_t* tem
 static void ChildInit(apr_pool_t* child, server_rec* server) {
   (void)child;
   if (server_claim->init() == NULL) {
-    ap_log_error(APLOG_MARK, APLOG_CRIT, 0, server, "mod_qvsslinit: OpenSSL is not ready");
+    ap_log_error(APLOG_MARK, APLOG_WARNING, 0, server,
+                 "mod_qvsslinit: no handle for this child, which goes on with its parent's");
   } else {
     ap_log_error(APLOG_MARK, APLOG_INFO, 0, server, "mod_qvsslinit: OpenSSL is ready");
   }
 }
 
-static const char* SetLibrary(cmd_parms* command, void* configuration, const char* file) {
+/* PreConfig has done what the line says, if it stands where it may. */
+static const char* CheckPlace(cmd_parms* command, void* configuration, const char* file) {
   (void)configuration;
-  if (!ap_os_is_path_absolute(command->pool, file))
-    return "QvSslInitLibrary: the path is not absolute";
-  library_file = apr_pstrdup(command->pool, file);
-  return NULL;
+  (void)file;
+  return ap_check_cmd_context(command, GLOBAL_ONLY);
 }
 
-/* Executed while it is read, which is before PreConfig. */
 static const command_rec kDirectives[] = {
-    AP_INIT_TAKE1("QvSslInitLibrary", SetLibrary, NULL, RSRC_CONF | EXEC_ON_READ,
-                  "the absolute path of libqvsslinit.so.1"),
+    AP_INIT_TAKE1(kLibrary, CheckPlace, NULL, RSRC_CONF, "the absolute path of libqvsslinit.so.1"),
     {.name = NULL}};
 
 static void RegisterHooks(apr_pool_t* pool) {
