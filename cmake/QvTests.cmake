@@ -45,7 +45,11 @@ function(qv_add_tests name)
     # The longest first, so that nobody waits for them at the end.
     set_tests_properties(${name} PROPERTIES LABELS ${ARG_LABEL} COST 100)
   else()
+    set(cost 0)
+    if(ARG_LABEL MATCHES "^(exhaustive|fault)$")
+      set(cost 90)
+    endif()
     gtest_discover_tests(${name} TEST_PREFIX "${name}." DISCOVERY_TIMEOUT 60
-      PROPERTIES LABELS ${ARG_LABEL})
+      PROPERTIES LABELS ${ARG_LABEL} COST ${cost})
   endif()
 endfunction()
