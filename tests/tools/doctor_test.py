@@ -524,9 +524,11 @@ class Library(Site):
             self.assertIn(f"Neither file is in '{directory}/': they belong beside the library",
                           report.texts("note", "openssl"))
         # One of them alone shows where the library was to be.
-        shutil.copy(self.lib / CRYPTO, elsewhere)
-        report = self.report("--library", str(elsewhere / "missing"), status=1)
-        self.assertIn(f"'{SSL}' is missing: Init gives null", report.texts("wrong", "openssl"))
+        for there, missing in ((CRYPTO, SSL), (SSL, CRYPTO)):
+            shutil.copy(self.lib / there, elsewhere)
+            report = self.report("--library", str(elsewhere / "missing"), status=1)
+            self.assertIn(f"'{missing}' is missing: Init gives null", report.texts("wrong", "openssl"))
+            (elsewhere / there).unlink()
 
     def test_is_no_library(self):
         self.library.write_text("This is not a library, but it is long enough to be read.\n" * 9)
@@ -591,6 +593,12 @@ class Openssl(Site):
             self.assertIn("Init gave null", report.everything("wrong", "trial"))
             (self.root / name).rename(self.lib / name)
 
+    def test_files_missing_both(self):
+        for name in (CRYPTO, SSL):
+            (self.lib / name).unlink()
+        self.assertEqual(self.look(1).texts("wrong"),
+                         [f"'{name}' is missing: Init gives null" for name in (CRYPTO, SSL)])
+
     def test_link_that_leads_nowhere(self):
         (self.lib / SSL).unlink()
         (self.lib / SSL).symlink_to("/nowhere/at/all")
@@ -636,6 +644,18 @@ class Openssl(Site):
         # As the advice has it.
         self.exchange_files()
         self.report(status=0)
+
+    def test_files_that_would_do_in_either_place_are_not_exchanged(self):
+        behind = self.root / "behind"
+        self.lib.rename(behind)
+        self.lib.mkdir()
+        shutil.copy(behind / self.library.name, self.lib)
+        for name in (CRYPTO, SSL):
+            self.compile(self.lib / name, "int QvNothing;\n", "-Wl,--no-as-needed", behind / CRYPTO,
+                         behind / SSL, f"-Wl,-rpath,{behind}", f"-Wl,-soname,both-{name}")
+        report = self.report(status=0)
+        self.assertIs(report.facts("openssl")["exchanged"], False)
+        self.assertEqual(report.facts("openssl")["functions_found"], 41)
 
     def test_file_that_would_do_no_better_in_the_place_of_the_other_is_judged_alone(self):
         shutil.copy(self.lib / CRYPTO, self.lib / SSL)

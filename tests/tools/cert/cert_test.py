@@ -385,6 +385,10 @@ class CertPlace(Site):
                     rf"\('{self.pairs}' has mode 0500, owner {owner}\){advice}", "--key", "p256",
                     "--replace", **options)
 
+    def test_that_is_no_directory_is_refused_for_that_alone(self):
+        self.store.write_text("")
+        self.refuse(f"Cannot enter '{self.store}': Not a directory$", "--key", "p256")
+
     def test_that_this_user_may_not_enter_is_refused_with_its_owner_and_advice(self):
         self.root.chmod(0o755)
         options = self.nobody()
