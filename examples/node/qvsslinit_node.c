@@ -6,9 +6,10 @@
  *     const handle = init();
  *     uninit(handle);
  *
- * init throws an Error when OpenSSL is not ready. uninit gives the handle back, and does nothing
- * when that was done before; so does the garbage collector with a handle that nobody holds any
- * more. A host calls uninit before it ends all the same: process.exit() collects nothing.
+ * init throws an Error when OpenSSL is not ready. uninit gives the handle back, does nothing when
+ * that was done before, and throws a TypeError when it is given anything but a handle. The garbage
+ * collector gives back what nobody holds any more. A host calls uninit before it ends all the same:
+ * process.exit() collects nothing.
  */
 #include <node_api.h>
 #include <stdlib.h>
@@ -19,6 +20,9 @@
 struct Claim {
   struct QvSslInitHandle* handle;
 };
+
+/* Tells these handles from the objects of other addons. */
+static const napi_type_tag kHandle = {0x9b1f6d0c52e84a73u, 0xa4c7e1385b0d29f6u};
 
 static void GiveBack(struct Claim* claim) {
   QVSSLINIT_Uninit(claim->handle);
@@ -47,7 +51,9 @@ static napi_value Init(napi_env environment, napi_callback_info call) {
     free(claim);
     return Throw(environment, "init: OpenSSL is not ready; qvsslinit-doctor tells why");
   }
-  if (napi_create_external(environment, claim, Collect, NULL, &result) != napi_ok) {
+  if (napi_create_object(environment, &result) != napi_ok ||
+      napi_type_tag_object(environment, result, &kHandle) != napi_ok ||
+      napi_wrap(environment, result, claim, Collect, NULL, NULL) != napi_ok) {
     Collect(environment, claim, NULL);
     return Throw(environment, "init: no memory");
   }
@@ -57,10 +63,16 @@ static napi_value Init(napi_env environment, napi_callback_info call) {
 static napi_value Uninit(napi_env environment, napi_callback_info call) {
   size_t count = 1;
   napi_value argument;
+  napi_valuetype type = napi_undefined;
+  bool ours = false;
   void* claim;
   napi_get_cb_info(environment, call, &count, &argument, NULL, NULL);
-  if (napi_get_value_external(environment, argument, &claim) != napi_ok) {
-    return Throw(environment, "uninit: that is no handle");
+  napi_typeof(environment, argument, &type);
+  if (type != napi_object ||
+      napi_check_object_type_tag(environment, argument, &kHandle, &ours) != napi_ok || !ours ||
+      napi_unwrap(environment, argument, &claim) != napi_ok) {
+    napi_throw_type_error(environment, NULL, "uninit: that is no handle");
+    return NULL;
   }
   GiveBack(claim);
   return NULL;
