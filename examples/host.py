@@ -57,6 +57,7 @@ def default_pair():
 
 def server_context():
     context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
+    context.minimum_version = ssl.TLSVersion.TLSv1_2
     # Debian's level of security, 2, refuses the default pair, whose RSA key has 1024 bits. The level counts
     # from here on, so it comes first. A better pair needs no such line.
     context.set_ciphers("DEFAULT@SECLEVEL=1")

@@ -44,7 +44,7 @@ class HttpsHost(Site):
         stored = ssl.PEM_cert_to_DER_cert(self.certificate.read_text())
         for version in (ssl.TLSVersion.TLSv1_2, ssl.TLSVersion.TLSv1_3):
             self.assertEqual(self.presented(address, version), stored, version)
-        self.expect_nothing_old(address)
+        self.expect_nothing_old(address, "protocol version")
         self.stop(host)
 
     def test_listens_on_the_loopback_interface_alone(self):

@@ -93,7 +93,7 @@ class NodeHost(Site):
     def test_serves_on_the_loopback_interface_alone_and_nothing_older_than_tls_1_2(self):
         host, address = self.start()
         self.expect_loopback_alone(address)
-        self.expect_nothing_old(address)
+        self.expect_nothing_old(address, "protocol version")
         self.stop(host)
 
     def test_looks_for_the_pair_where_the_library_does(self):

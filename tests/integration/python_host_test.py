@@ -41,7 +41,7 @@ class PythonHost(Site):
     def test_serves_on_the_loopback_interface_alone_and_nothing_older_than_tls_1_2(self):
         host, address = self.start()
         self.expect_loopback_alone(address)
-        self.expect_nothing_old(address)
+        self.expect_nothing_old(address, "protocol version")
         self.assertNotIn("Traceback", self.stop_host(host))
 
     def test_takes_by_default_the_library_that_the_dynamic_loader_finds(self):
