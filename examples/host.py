@@ -40,7 +40,7 @@ def ready_openssl(library):
     # to that one, and the library to its own.
     handle = library.QVSSLINIT_Init()
     if not handle:
-        raise OSError("QVSSLINIT_Init: OpenSSL is not ready")
+        raise OSError("QVSSLINIT_Init: OpenSSL is not ready; qvsslinit-doctor tells why")
     try:
         yield
     finally:

@@ -60,7 +60,8 @@ class ReadyOpenssl {
   explicit ReadyOpenssl(const Library& library)
       : uninit_(library.find<decltype(QVSSLINIT_Uninit)>("QVSSLINIT_Uninit")),
         handle_(library.find<decltype(QVSSLINIT_Init)>("QVSSLINIT_Init")()) {
-    if (handle_ == nullptr) throw std::runtime_error("QVSSLINIT_Init: OpenSSL is not ready");
+    if (handle_ == nullptr)
+      throw std::runtime_error("QVSSLINIT_Init: OpenSSL is not ready; qvsslinit-doctor tells why");
   }
   ReadyOpenssl(const ReadyOpenssl&) = delete;
   ReadyOpenssl& operator=(const ReadyOpenssl&) = delete;

@@ -25,7 +25,7 @@ int main(int argc, char** argv) {
   }
   handle = init();
   if (handle == NULL) {
-    fprintf(stderr, "minimal_host: OpenSSL is not ready\n");
+    fprintf(stderr, "minimal_host: OpenSSL is not ready; qvsslinit-doctor tells why\n");
     return 1;
   }
   printf("OpenSSL is ready, handle %p\n", (void*)handle);

@@ -21,6 +21,7 @@
  */
 #include <httpd.h>
 /* The server's other headers want that one first. */
+#include <apr_strings.h>
 #include <dlfcn.h>
 #include <http_config.h>
 #include <http_core.h>
@@ -71,7 +72,7 @@ static const char* Take(struct Claim* claim, apr_pool_t* temporary) {
   if (file != NULL && !ap_os_is_path_absolute(temporary, file))
     return "QvSslInitLibrary: the path is not absolute";
   library = dlopen(file != NULL ? file : "libqvsslinit.so.1", RTLD_NOW);
-  if (library == NULL) return dlerror();
+  if (library == NULL) return apr_pstrcat(temporary, "QvSslInitLibrary: ", dlerror(), NULL);
   /* C has no conversion from an object pointer to a function pointer; dlsym relies on this one. */
   *(void**)&claim->init = dlsym(library, "QVSSLINIT_Init");
   *(void**)&claim->uninit = dlsym(library, "QVSSLINIT_Uninit");

@@ -180,7 +180,7 @@ class Apache(Site):
         self.command(self.with_library(self.root / "missing.so"), mpm="event")
         for count, by in enumerate([signal.SIGUSR1, signal.SIGHUP], start=1):
             self.restart(apache, by)
-            self.assertEqual(self.logged("mod_qvsslinit: going on with the former handle: "
+            self.assertEqual(self.logged("mod_qvsslinit: going on with the former handle: QvSslInitLibrary: "
                                          f"{self.root}/missing.so: cannot open shared object file"), count)
             self.assertEqual(self.fetch(self.address, self.client(), "/index.html"), (200, PAGE))
         self.assertEqual(self.counts()[1], 1 + 1)
@@ -242,7 +242,7 @@ class Apache(Site):
     def test_does_not_start_without_the_library_and_says_why(self):
         # Nothing else is missing.
         self.make_better_pair()
-        for name, problem in (("missing.so", "cannot open shared object file"),
+        for name, problem in (("missing.so", "QvSslInitLibrary: .*cannot open shared object file"),
                               ("libqvsslinit.so", "OpenSSL is not ready; qvsslinit-doctor tells why")):
             shutil.copy(self.build / "lib" / "libqvsslinit.so", self.root / "libqvsslinit.so")
             status, output = self.run_to_its_end(*self.command(self.with_library(self.root / name), "-t"))

@@ -340,7 +340,8 @@ class Records(Site):
         (self.tags / "qvsslinit.cfg").unlink()
         self.assertEqual(self.init(), "")
         self.replace_crypto_library()
-        written = self.init(status=1).replace("minimal_host: OpenSSL is not ready\n", "")
+        written = self.init(status=1).replace(
+            "minimal_host: OpenSSL is not ready; qvsslinit-doctor tells why\n", "")
         self.assertEqual(normal(written), normal(block("text error")))
 
     def replace_crypto_library(self):
@@ -386,6 +387,8 @@ class Rotation(Site):
         stanza = self.root / "stanza"
         stanza.write_text(self.here(block("logrotate")))
         stanza.chmod(0o644)
+        # As the page has it made: where others may write, no file is rotated.
+        self.logs.chmod(0o700)
         return subprocess.run(["logrotate", "--force", "--state", self.root / "state", stanza], check=True,
                               capture_output=True, text=True,
                               env=self.environment | {"PATH": f"{os.environ['PATH']}:/usr/sbin"}).stderr
