@@ -497,6 +497,11 @@ class Library(Site):
         self.assertIn(f"'{self.library}' is no library but a directory, with no libqvsslinit.so or "
                       "libqvsslinit.so.1 in it", self.look(1).texts("wrong", "library"))
 
+    def test_is_neither_file_nor_directory(self):
+        self.library.unlink()
+        os.mkfifo(self.library)
+        self.assertIn(f"'{self.library}' is no library but a pipe", self.look(1).texts("wrong", "library"))
+
     def test_is_given_by_its_directory(self):
         for name in ("libqvsslinit.so", "libqvsslinit.so.1"):
             self.library = self.library.rename(self.lib / name)
@@ -1580,6 +1585,10 @@ class EngineVariables(Site):
         self.assertEqual(f"In this environment the trace goes to '{path}'"
                          in report.texts("ok", "engine"), not reason)
         return reason
+
+    def test_may_name_a_file_in_the_root_directory(self):
+        reason = self.lost("/qvsslinit-test-that-nobody-made.log")
+        self.assertEqual(bool(reason), os.geteuid() != 0, reason)
 
     def test_that_are_taken_are_worth_no_note(self):
         _, notes, facts = self.judged(QV_TRACE_OUTPUT=str(self.output), QV_TRACE_BLOCKS="65536",
