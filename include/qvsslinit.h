@@ -52,10 +52,10 @@ struct QvSslInitHandle;
  * of a process, if it succeeds, also sees to it that a default key and certificate exist,
  * "server_0.key" and "server_0.cer" in the directory certstore/server_certs below the one that the
  * environment variable QVPUBAPPDATADIR names, an absolute path, or else below /var/lib/kestrix.
- * That they could not be made does not fail the call. To make them takes the time of a 1024-bit
- * key, and up to ten seconds more where another process is making them. Load this library by its
- * name alone or by an absolute path: with a relative one, its directory is looked for from wherever
- * the process is when it calls.
+ * Set-user-ID and set-group-ID programs ignore the variable. That they could not be made does not
+ * fail the call. To make them takes the time of a 1024-bit key, and up to ten seconds more where
+ * another process is making them. Load this library by its name alone or by an absolute path: with
+ * a relative one, its directory is looked for from wherever the process is when it calls.
  *
  * A null result means that OpenSSL is not ready for this caller and that the caller owns nothing.
  * Calling again is allowed and tries to start OpenSSL again, so a repaired installation is noticed;
