@@ -5,6 +5,7 @@ usage: bench_test.py ROOT [Class.test]
 
 import json
 import re
+import subprocess
 import sys
 import unittest
 
@@ -208,6 +209,23 @@ class MemoryLine(unittest.TestCase):
     def test_may_have_no_limit(self):
         line = self.line([900] * 3, [1] * 3, Memory(3, "work", "program", "work", "peer", "work/peer"))
         self.assertEqual((line.wanted, line.reached), ("", True))
+
+
+class Refusals(unittest.TestCase):
+    """Before anything is built or measured."""
+
+    def refusal(self, *arguments):
+        done = subprocess.run([f"{ROOT}/scripts/bench", *arguments], check=False, capture_output=True,
+                              text=True, timeout=20)
+        self.assertEqual((done.returncode, done.stdout), (2, ""))
+        return done.stderr.splitlines()[-1]
+
+    def test_of_rows_that_there_are_not_name_them(self):
+        self.assertEqual(self.refusal("--row", "11", "--row", "99"), "bench: error: there is no row 99")
+
+    def test_of_a_single_repetition_say_why(self):
+        self.assertEqual(self.refusal("--repetitions", "1"),
+                         "bench: error: the spread of a ratio takes two repetitions")
 
 
 class Names(unittest.TestCase):
