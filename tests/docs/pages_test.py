@@ -1,6 +1,6 @@
 """The pages lead to one another, and each block of theirs is run by a test or held against what is real.
 
-usage: pages_test.py SOURCES BUILD_DIRECTORY [Class[.test]]
+usage: pages_test.py BUILD_DIRECTORY [Class[.test]]
 """
 
 import ast
@@ -12,89 +12,19 @@ import subprocess
 import sys
 import unittest
 
-SOURCES = pathlib.Path(sys.argv.pop(1)).resolve()
-BUILD = pathlib.Path(sys.argv.pop(1)).resolve()
 sys.dont_write_bytecode = True
+from pages import BLOCKS, LONG, PAGES, SOURCES, name_of, split
+
+BUILD = pathlib.Path(sys.argv.pop(1)).resolve()
 sys.path.insert(0, str(SOURCES / "scripts"))
 import check_floors
 
-PAGES = [SOURCES / name for name in ("README.md", "SECURITY.md", "CHANGELOG.md")]
-PAGES += sorted((SOURCES / "docs").glob("*.md"))
-
-INSTALL = "tests/install/install_test.py"
-DOCTOR = "tests/tools/doctor_test.py"
-LONG = "tests/docs/pages_test.py LongCommands.test_name_what_there_is_to_run"
-STORE = ("tests/tools/cert/cert_test.py "
-         "CertPages.test_commands_of_the_page_on_the_store_do_what_they_say")
-
-# By page the test that knows all of its blocks, or block by block what stands behind the fence and the
-# test that runs it.
-BLOCKS = {
-    "README.md": [
-        ("sh commands", LONG),
-        ("sh build", "tests/docs/pages_test.py Readme.test_shows_lines_of_the_hosting_guide"),
-        ("sh install", "tests/docs/pages_test.py Readme.test_shows_lines_of_the_hosting_guide"),
-        ("c", f"{INSTALL} Installation.test_gives_a_host_by_pkg_config"),
-        ("sh pkg-config", "tests/docs/pages_test.py Readme.test_shows_lines_of_the_hosting_guide"),
-    ],
-    "SECURITY.md": [
-        ("sh run", "tests/integration/default_certificate_test.py "
-                   "SecurityPage.test_commands_put_a_pair_in_place_that_init_keeps"),
-    ],
-    "CHANGELOG.md": [],
-    "docs/architecture.md": [
-        ("text folders", "tests/docs/pages_test.py Architecture.test_names_the_folders_that_there_are"),
-        ("sh", LONG),
-    ],
-    "docs/certificate-store.md": [("sh run", STORE), ("sh run", STORE), ("sh run", STORE)],
-    "docs/doctor.md": [
-        ("sh run", f"{DOCTOR} Documentation.test_lines_that_start_it_do"),
-        ("page", f"{DOCTOR} Documentation.test_shows_the_page_as_it_is"),
-        ("json", f"{DOCTOR} Documentation.test_shows_the_json_as_it_is"),
-    ],
-    "docs/glossary.md": [],
-    "docs/hosting.md":
-        f"{INSTALL} Document.test_holds_the_blocks_that_are_tried_and_no_others",
-    "docs/ini-format.md":
-        "tests/qvini/examples/examples_test.py Examples.test_programs_print_and_write_what_the_document_shows",
-    "docs/openssl.md": "tests/adapters/openssl/openssl_doc_test.py "
-                       "Document.test_every_block_is_run_or_held_against_something",
-    "docs/performance.md": [("sh", LONG)],
-    "docs/porting.md":
-        "tests/porting/porting_doc_test.py PortingDocument.test_has_no_other_blocks",
-    "docs/reliability.md": [("sh", LONG)] * 8,
-    "docs/text.md": [],
-    "docs/tracing.md": "tests/tracing/tracing_doc_test.py "
-                       "Document.test_holds_the_blocks_and_tables_that_are_tried_here_and_no_others",
-}
 # Lines that need a system of their own, and the script that has one.
 RUN_ELSEWHERE = {"dpkg-statoverride --add --update www-data www-data 0755 /var/lib/kestrix": "packaging/test",
                  "chown -R www-data:www-data /var/lib/kestrix": "packaging/test"}
 
 # A place of an installation, which has a test of its own.
 INSTALLED = "include/qvsslinit-engine"
-
-
-def name_of(page):
-    return str(page.relative_to(SOURCES))
-
-
-def split(page):
-    """The lines outside of fenced blocks, each block as an empty one; and the blocks: what stands behind
-    the fence, and the body."""
-    prose, blocks, body, fence = [], [], [], None
-    for line in page.read_text().splitlines():
-        if not line.startswith("```"):
-            (prose if fence is None else body).append(line)
-        elif fence is None:
-            fence, body = line[3:], []
-            prose.append("")
-        else:
-            blocks.append((fence, "\n".join(body) + "\n"))
-            fence = None
-    if fence is not None:
-        raise AssertionError(f"{name_of(page)}: a block without an end")
-    return prose, blocks
 
 
 def anchors(page):
@@ -243,7 +173,8 @@ class Blocks(unittest.TestCase):
                     self.assertEqual([kind for kind, _ in split(page)[1]], [kind for kind, _ in claims])
 
     def test_are_claimed_by_tests_that_there_are_and_that_read_the_page(self):
-        scripts = "".join(file.read_text() for file in (SOURCES / "tests").rglob("CMakeLists.txt"))
+        files = [*(SOURCES / "tests").rglob("CMakeLists.txt"), SOURCES / "scripts" / "test"]
+        scripts = "".join(file.read_text() for file in files)
         for page, claims in BLOCKS.items():
             for claim in {claims} if isinstance(claims, str) else {test for _, test in claims}:
                 with self.subTest(page=page, test=claim):
@@ -253,10 +184,12 @@ class Blocks(unittest.TestCase):
                                if isinstance(owner, ast.ClassDef) for method in owner.body
                                if isinstance(method, ast.FunctionDef)}
                     self.assertIn(test, methods)
-                    # Some are given the page by the build.
-                    self.assertIn(pathlib.Path(page).name,
-                                  text + (SOURCES / name).with_name("CMakeLists.txt").read_text())
-                    self.assertRegex(scripts, rf"qv_add_python_tests\(\w+ {pathlib.Path(name).name}\b")
+                    # Some are given the page by the build, or the blocks of all pages.
+                    if "import BLOCKS" not in text:
+                        self.assertIn(pathlib.Path(page).name,
+                                      text + (SOURCES / name).with_name("CMakeLists.txt").read_text())
+                    self.assertRegex(scripts, r"(?m)(qv_add_python_tests\(\w+ |\bpython3 tests/docs/)"
+                                              rf"{pathlib.Path(name).name}\b")
 
     def test_stand_between_fences(self):
         for page in PAGES:
@@ -277,7 +210,8 @@ class Changelog(unittest.TestCase):
 
 
 class LongCommands(unittest.TestCase):
-    """Commands that take minutes are not run here: what they name is there to be run."""
+    """Commands that take minutes are run by `scripts/test --long`. So that a slip shows earlier: what
+    they name is there to be run."""
 
     def expect_script(self, program, *arguments):
         file = SOURCES / program
