@@ -1,5 +1,5 @@
-"""What scripts/coverage and scripts/mutate make of what they measure, on figures made up here; and which
-scripts take no arguments.
+"""What scripts/coverage and scripts/mutate make of what they measure, on figures made up here; what
+scripts/check has the lint read; and which arguments scripts refuse.
 
 usage: scripts_test.py SCRIPTS [Class.test]
 """
@@ -8,8 +8,11 @@ import contextlib
 import importlib.machinery
 import importlib.util
 import io
+import json
+import pathlib
 import subprocess
 import sys
+import tempfile
 import unittest
 
 SCRIPTS = sys.argv.pop(1)
@@ -193,9 +196,61 @@ class Mutation(unittest.TestCase):
         self.assertNotEqual(self.objections(noticed=0), [])
 
 
+class Lint(unittest.TestCase):
+    """In a tree that compiles a batch of two sources, one beside a test, and one by itself."""
+
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory(prefix="qvsslinit-test-")
+        self.addCleanup(folder.cleanup)
+        self.home = pathlib.Path(folder.name).resolve()
+        for name, text in {".clang-tidy": "", "tools/.clang-tidy": "", "kit/a.cpp": "", "kit/b.cpp": "",
+                           "kit/c.cpp": "", "kit/c_test.cpp": "", "tools/d.cpp": " "}.items():
+            self.write(name, text)
+        self.batches = [self.batch(0, "kit/a.cpp", "kit/b.cpp"), self.batch(1, "kit/c.cpp", "kit/c_test.cpp")]
+        self.compile(*self.batches, self.home / "tools/d.cpp")
+
+    def write(self, name, text):
+        path = self.home / name
+        path.parent.mkdir(parents=True, exist_ok=True)
+        path.write_text(text)
+        return path
+
+    def batch(self, number, *names):
+        lines = [f'#include "{self.home / name}"\n' for name in names]
+        return self.write(f"build/unity_{number}_cxx.cxx", "".join(lines))
+
+    def compile(self, *units):
+        self.write("build/compile_commands.json", json.dumps([{"file": str(unit)} for unit in units]))
+
+    def read(self, *names):
+        """The status, what clang-tidy is given, and what is said to be missing."""
+        done = subprocess.run([sys.executable, f"{SCRIPTS}/lint_units.py", self.home / "build",
+                               *(self.home / name for name in names)], check=False, capture_output=True,
+                              text=True)
+        return done.returncode, done.stdout.splitlines(), done.stderr
+
+    def test_reads_a_batch_once_and_a_source_by_itself_with_the_settings_of_its_folder(self):
+        self.assertEqual(self.read("kit/a.cpp", "kit/b.cpp", "tools/d.cpp"), (0, [
+            f"--config-file={self.home}/tools/.clang-tidy {self.home}/tools/d.cpp",
+            f"--config-file={self.home}/.clang-tidy {self.batches[0]}"], ""))
+
+    def test_reads_no_batch_with_something_else_in_it_and_objects(self):
+        self.assertEqual(self.read("kit/c.cpp"), (1, [], f"not read: {self.home}/kit/c.cpp\n"))
+
+    def test_objects_to_a_source_that_is_not_compiled(self):
+        self.write("kit/e.cpp", "")
+        self.assertEqual(self.read("kit/e.cpp"), (1, [], f"not read: {self.home}/kit/e.cpp\n"))
+
+    def test_reads_no_source_by_itself_that_it_has_read_in_a_batch(self):
+        self.compile(self.home / "kit/a.cpp", self.batches[0], self.home / "kit/b.cpp")
+        self.assertEqual(self.read("kit/a.cpp", "kit/b.cpp")[1], [
+            f"--config-file={self.home}/.clang-tidy {self.home}/kit/a.cpp",
+            f"--config-file={self.home}/.clang-tidy {self.batches[0]}"])
+
+
 class Arguments(unittest.TestCase):
-    def test_of_scripts_that_take_none_are_refused_before_anything_is_done(self):
-        for script in ("demo", "test"):
+    def test_that_a_script_does_not_know_are_refused_before_anything_is_done(self):
+        for script in ("check", "demo", "test"):
             with self.subTest(script=script):
                 done = subprocess.run([f"{SCRIPTS}/{script}", "--help"], check=False, capture_output=True,
                                       text=True, timeout=20)

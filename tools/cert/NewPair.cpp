@@ -46,7 +46,7 @@ class Draft {
   }
 
   bool setSubject(const std::string& commonName) {
-    const Name name(X509_NAME_new());
+    const X509Name name(X509_NAME_new());
     return name != nullptr && add(name.get(), "O", kOrganization) &&
            (commonName.size() > kMostInCommonName || add(name.get(), "CN", commonName)) &&
            X509_set_subject_name(certificate_, name.get()) == 1 &&

@@ -21,7 +21,7 @@ struct Freer {
 using Key = std::unique_ptr<EVP_PKEY, Freer<EVP_PKEY_free>>;
 using Certificate = std::unique_ptr<X509, Freer<X509_free>>;
 using Bio = std::unique_ptr<BIO, Freer<BIO_free>>;
-using Name = std::unique_ptr<X509_NAME, Freer<X509_NAME_free>>;
+using X509Name = std::unique_ptr<X509_NAME, Freer<X509_NAME_free>>;
 using Extension = std::unique_ptr<X509_EXTENSION, Freer<X509_EXTENSION_free>>;
 using GeneralNames = std::unique_ptr<GENERAL_NAMES, Freer<GENERAL_NAMES_free>>;
 using GeneralName = std::unique_ptr<GENERAL_NAME, Freer<GENERAL_NAME_free>>;

@@ -47,7 +47,7 @@ enum : int {
   kName = 1,
   kAddress,
   kHostName,
-  kKey,
+  kKeyType,
   kDays,
   kImport,
   kReplace,
@@ -60,7 +60,7 @@ enum : int {
 constexpr option kLongOptions[] = {{"name", required_argument, nullptr, kName},
                                    {"address", required_argument, nullptr, kAddress},
                                    {"host-name", required_argument, nullptr, kHostName},
-                                   {"key", required_argument, nullptr, kKey},
+                                   {"key", required_argument, nullptr, kKeyType},
                                    {"days", required_argument, nullptr, kDays},
                                    {"import", no_argument, nullptr, kImport},
                                    {"replace", no_argument, nullptr, kReplace},
@@ -104,7 +104,7 @@ class Reader {
         if (!IsAddress(value)) return Refuse("no IPv4 or IPv6 address:", value);
         AddAddress(value, options_.names);
         break;
-      case kKey:
+      case kKeyType:
         if (!ReadKeyKind(value, options_.keyKind))
           return Refuse("no kind of key (there are rsa3072, rsa2048 and p256):", value);
         break;
