@@ -93,9 +93,7 @@ class LongCommands(unittest.TestCase):
                 self.expect_success(SHORTER.get(line, line))
 
     def test_do_what_they_say(self):
-        lines = in_blocks() + in_the_text()
-        self.assertEqual((set(SHORTER) | set(RUN_BEFORE)) - set(lines), set())
-        for line in dict.fromkeys(lines):
+        for line in dict.fromkeys(in_blocks() + in_the_text()):
             self.expect_command(line)
 
     def test_of_the_sweeps_run_what_their_lines_tell_of(self):

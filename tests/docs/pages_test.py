@@ -13,6 +13,7 @@ import sys
 import unittest
 
 sys.dont_write_bytecode = True
+import long_commands
 from pages import BLOCKS, LONG, PAGES, SOURCES, name_of, split
 
 BUILD = pathlib.Path(sys.argv.pop(1)).resolve()
@@ -269,6 +270,11 @@ class LongCommands(unittest.TestCase):
                             self.expect_script(*words)
                         count += 1
         self.assertGreaterEqual(count, 12)
+
+    def test_that_are_run_shorter_or_have_been_run_before_are_on_the_pages(self):
+        lines = long_commands.in_blocks() + long_commands.in_the_text()
+        self.assertGreaterEqual(len(lines), 20)
+        self.assertEqual((set(long_commands.SHORTER) | set(long_commands.RUN_BEFORE)) - set(lines), set())
 
     def test_of_the_sweeps_have_filters_that_select_tests(self):
         page = (SOURCES / "docs" / "reliability.md").read_text()
