@@ -3,7 +3,12 @@
 #include <cstddef>
 #include <cstdint>
 
-/// What every file NAME_fuzzer.cpp defines: tries the properties of its target on these bytes, and
-/// says with a failed GoogleTest assertion which one they break. Gives 0. In the replay, which
-/// holds all fuzzers in one program, the name is that of the file.
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
+/// The function that every file NAME_fuzzer.cpp defines, QV_FUZZER(NAME): tries the properties of
+/// its target on these bytes, and says with a failed GoogleTest assertion which one they break.
+/// Gives 0. A fuzzer is a program, in which libFuzzer looks for its name for it; the replay holds
+/// all of them.
+#if defined(QV_FUZZ_REPLAY)
+#define QV_FUZZER(name) qv_fuzz_##name
+#else
+#define QV_FUZZER(name) LLVMFuzzerTestOneInput
+#endif

@@ -228,7 +228,7 @@ class Program {
 
 }  // namespace
 
-int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+extern "C" int QV_FUZZER(auto_buffer)(const std::uint8_t* data, std::size_t size) {
   Input input(data, size);
   Program(input).run();
   return 0;

@@ -199,7 +199,7 @@ void CheckToNarrow(const Named& encoding, const std::wstring& text, std::size_t 
 
 }  // namespace
 
-int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+extern "C" int QV_FUZZER(iconv)(const std::uint8_t* data, std::size_t size) {
   Input input(data, size);
   std::string name;
   const Named encoding = AnyEncoding(input, name);

@@ -32,7 +32,7 @@ IniReference AnySettings(Input& input) {
 
 }  // namespace
 
-int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+extern "C" int QV_FUZZER(ini)(const std::uint8_t* data, std::size_t size) {
   Input input(data, size);
   IniReference reference = AnySettings(input);
   SCOPED_TRACE(SettingsOf(reference));

@@ -197,12 +197,12 @@ void CheckStrings(Input& input) {
   }
 }
 
-constexpr qv::fuzz::Check kChecks[] = {&CheckEscapes, &CheckNumbers, &CheckTypedPuts,
-                                       &CheckStrings};
+constexpr qv::fuzz::Check kItemChecks[] = {&CheckEscapes, &CheckNumbers, &CheckTypedPuts,
+                                           &CheckStrings};
 
 }  // namespace
 
-int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  qv::fuzz::RunOneOf(kChecks, data, size);
+extern "C" int QV_FUZZER(ini_text)(const std::uint8_t* data, std::size_t size) {
+  qv::fuzz::RunOneOf(kItemChecks, data, size);
   return 0;
 }

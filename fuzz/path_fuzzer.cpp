@@ -84,7 +84,7 @@ void CheckAbsolute(const std::wstring& text) {
 
 }  // namespace
 
-int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+extern "C" int QV_FUZZER(path)(const std::uint8_t* data, std::size_t size) {
   Input input(data, size);
   const std::wstring path = AnyPath(input);
   const std::wstring other = AnyPath(input);

@@ -289,7 +289,7 @@ void WriteRing(Input& input) {
   EXPECT_EQ(ring, fits ? reference::RingWith(size, start, text) : Bytes(size + 1, 0xAA));
 }
 
-constexpr qv::fuzz::Check kChecks[] = {
+constexpr qv::fuzz::Check kFormChecks[] = {
     &ReadAll<Chain>,
     &ReadAll<WideString>,
     &ReadAll<PlainString<String>>,
@@ -307,7 +307,7 @@ constexpr qv::fuzz::Check kChecks[] = {
 
 }  // namespace
 
-int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  qv::fuzz::RunOneOf(kChecks, data, size);
+extern "C" int QV_FUZZER(serialization)(const std::uint8_t* data, std::size_t size) {
+  qv::fuzz::RunOneOf(kFormChecks, data, size);
   return 0;
 }

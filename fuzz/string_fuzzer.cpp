@@ -25,12 +25,12 @@ void RunProgram(Input& input) {
   }
 }
 
-constexpr qv::fuzz::Check kChecks[] = {&RunProgram<WString>, &RunProgram<String>,
-                                       &RunProgram<CountedString>, &RunProgram<Utf8String>};
+constexpr qv::fuzz::Check kStringChecks[] = {&RunProgram<WString>, &RunProgram<String>,
+                                             &RunProgram<CountedString>, &RunProgram<Utf8String>};
 
 }  // namespace
 
-int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  qv::fuzz::RunOneOf(kChecks, data, size);
+extern "C" int QV_FUZZER(string)(const std::uint8_t* data, std::size_t size) {
+  qv::fuzz::RunOneOf(kStringChecks, data, size);
   return 0;
 }

@@ -58,7 +58,7 @@ void CheckFile(std::string contents) {
 
 }  // namespace
 
-int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+extern "C" int QV_FUZZER(tag_line)(const std::uint8_t* data, std::size_t size) {
   const std::string text(reinterpret_cast<const char*>(data), size);
   CheckLine(text);
   // A stream over no memory is not to be had everywhere.

@@ -45,17 +45,17 @@ struct Decoded {
   bool isBroken = false;
 };
 
-enum class Outcome { done, invalid, full };
+enum class DecodingOutcome { done, invalid, full };
 
 template <typename Attempt>
-Outcome OutcomeOf(Attempt attempt) {
+DecodingOutcome DecodingOutcomeOf(Attempt attempt) {
   try {
     attempt();
-    return Outcome::done;
+    return DecodingOutcome::done;
   } catch (const exception::InvalidSequence&) {
-    return Outcome::invalid;
+    return DecodingOutcome::invalid;
   } catch (const exception::BufferOverflow&) {
-    return Outcome::full;
+    return DecodingOutcome::full;
   }
 }
 
@@ -64,24 +64,24 @@ void CheckDecodingInto(std::size_t room, const ExactBuffer<unsigned char>& bytes
   SCOPED_TRACE("into room for " + std::to_string(room));
   const std::size_t fit = std::min(room, expected.values.size());
   const bool isFull = fit == room && (expected.isBroken || fit < expected.values.size());
-  const Outcome failure = isFull ? Outcome::full : Outcome::invalid;
+  const DecodingOutcome failure = isFull ? DecodingOutcome::full : DecodingOutcome::invalid;
   const bool isWhole = !isFull && !expected.isBroken;
 
   ExactBuffer<wchar_t> out(room);
   std::uint32_t count = 0;
-  EXPECT_EQ(
-      OutcomeOf([&] { count = Utf8ToWide(bytes.begin(), bytes.end(), out.begin(), out.end()); }),
-      isWhole ? Outcome::done : failure);
+  EXPECT_EQ(DecodingOutcomeOf(
+                [&] { count = Utf8ToWide(bytes.begin(), bytes.end(), out.begin(), out.end()); }),
+            isWhole ? DecodingOutcome::done : failure);
   EXPECT_EQ(count, isWhole ? fit : 0);
   EXPECT_EQ(
       Values(out.begin(), out.begin() + fit),
       Values(expected.values.begin(), expected.values.begin() + static_cast<std::ptrdiff_t>(fit)));
 
   ExactBuffer<wchar_t> cut(room);
-  EXPECT_EQ(OutcomeOf([&] {
+  EXPECT_EQ(DecodingOutcomeOf([&] {
               count = Utf8ToWideNoOverflow(bytes.begin(), bytes.end(), cut.begin(), cut.end());
             }),
-            isWhole || isFull ? Outcome::done : failure);
+            isWhole || isFull ? DecodingOutcome::done : failure);
   EXPECT_EQ(count, isWhole || isFull ? fit : 0);
   EXPECT_EQ(cut.vector(), out.vector());
 }
@@ -89,13 +89,15 @@ void CheckDecodingInto(std::size_t room, const ExactBuffer<unsigned char>& bytes
 void CheckDecoding(const Bytes& input, std::size_t room) {
   const ExactBuffer<unsigned char> bytes(input);
   const Decoded expected(input);
-  const Outcome outcome = expected.isBroken ? Outcome::invalid : Outcome::done;
+  const DecodingOutcome outcome =
+      expected.isBroken ? DecodingOutcome::invalid : DecodingOutcome::done;
   std::uint32_t length = 0;
-  EXPECT_EQ(OutcomeOf([&] { length = GetUtf8StringLength(bytes.begin(), bytes.end()); }), outcome);
+  EXPECT_EQ(DecodingOutcomeOf([&] { length = GetUtf8StringLength(bytes.begin(), bytes.end()); }),
+            outcome);
   EXPECT_EQ(length, expected.isBroken ? 0 : expected.values.size());
   std::unique_ptr<wchar_t[]> text;
   const auto size = static_cast<std::uint32_t>(bytes.size());
-  EXPECT_EQ(OutcomeOf([&] { text = Utf8ToWide(bytes.begin(), size); }), outcome);
+  EXPECT_EQ(DecodingOutcomeOf([&] { text = Utf8ToWide(bytes.begin(), size); }), outcome);
   if (text != nullptr) {
     EXPECT_EQ(Values(text.get(), text.get() + length), expected.values);
     EXPECT_EQ(text[length], L'\0');
@@ -149,9 +151,9 @@ void CheckUtf8Order(const Bytes& a, const Bytes& b, Compare compare, bool ignore
   const ExactBuffer<unsigned char> second(b);
   const auto expected = reference::Utf8Order(a, b, ignoresCase);
   std::int32_t order = 0;
-  EXPECT_EQ(
-      OutcomeOf([&] { order = compare(first.begin(), first.end(), second.begin(), second.end()); }),
-      expected ? Outcome::done : Outcome::invalid);
+  EXPECT_EQ(DecodingOutcomeOf(
+                [&] { order = compare(first.begin(), first.end(), second.begin(), second.end()); }),
+            expected ? DecodingOutcome::done : DecodingOutcome::invalid);
   EXPECT_EQ(order, expected.value_or(0));
 }
 
@@ -176,7 +178,7 @@ void CheckComparisons(const std::string& first, const std::string& second) {
 
 }  // namespace
 
-int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+extern "C" int QV_FUZZER(utf8)(const std::uint8_t* data, std::size_t size) {
   Input input(data, size);
   const std::size_t room = input.byte();
   const std::string first = input.text(input.byte());
