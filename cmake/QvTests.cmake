@@ -5,6 +5,8 @@ else()
   # Debian's library is built for the machine's own width; its sources are packaged for any other.
   set(INSTALL_GTEST OFF)
   add_subdirectory(/usr/src/googletest "${PROJECT_BINARY_DIR}/googletest" EXCLUDE_FROM_ALL)
+  target_compile_options(gtest PRIVATE -O0)
+  target_compile_options(gmock PRIVATE -O0)
 endif()
 
 # Precompiled once, for it is most of what compiling a test costs.

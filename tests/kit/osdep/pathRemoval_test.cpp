@@ -229,13 +229,13 @@ TEST(RemoveDirForce, ThrowsNonexistentExceptionForAnythingButADirectory) {
 TEST(RemoveDirForce, NeedsLittleStackForEachLevelOfADeepTree) {
   const TemporaryDirectory directory;
   WString deep = directory.wide("d/");
-  for (int level = 0; level < 1000; ++level)
+  for (int level = 0; level < 500; ++level)
     deep += L"x/";
   CreateDir(deep);
 
   pthread_attr_t attributes;
   ASSERT_EQ(pthread_attr_init(&attributes), 0);
-  ASSERT_EQ(pthread_attr_setstacksize(&attributes, 2048 * 1024), 0);
+  ASSERT_EQ(pthread_attr_setstacksize(&attributes, 1024 * 1024), 0);
   WString top = directory.wide("d");
   pthread_t thread;
   const auto remove = [](void* path) -> void* {

@@ -8,7 +8,7 @@
 using qv::tests::Document;
 
 // Each of these takes hours or minutes when look-ups, duplicates or removals cost more the larger
-// the document is; as it should be, it takes seconds even under a sanitizer.
+// the document is; as it should be, it takes a second or two.
 
 namespace {
 
