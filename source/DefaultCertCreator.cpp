@@ -76,10 +76,10 @@ int OpenForReading(const String& file) noexcept {
       [&] { return ::open(file.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC); });
 }
 
-/// Whether it was for want of something in this process or system, and not because of the file,
-/// that it could not be opened.
-bool IsShortage(int error) noexcept {
-  return error == EMFILE || error == ENFILE || error == ENOMEM;
+/// Whether it was for a reason that passes that a file could not be opened: want of something in
+/// this process or system, or a lease on it, such as a server of files has (EAGAIN).
+bool IsPassing(int error) noexcept {
+  return error == EMFILE || error == ENFILE || error == ENOMEM || error == EAGAIN;
 }
 
 bool IsThere(const String& file) noexcept {
@@ -90,7 +90,7 @@ bool IsThere(const String& file) noexcept {
 /// Whether file can be read. Where that cannot be told, what is there must not be written over.
 bool Exists(const String& file) noexcept {
   const int descriptor = OpenForReading(file);
-  if (descriptor == -1) return IsShortage(errno) && IsThere(file);
+  if (descriptor == -1) return IsPassing(errno) && IsThere(file);
   ::close(descriptor);
   return true;
 }

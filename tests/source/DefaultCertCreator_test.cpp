@@ -1,5 +1,6 @@
 #include "source/DefaultCertCreator.h"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -7,7 +8,9 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <stdexcept>
 #include <string>
@@ -39,6 +42,30 @@ using testing::IsEmpty;
 struct Outcome {
   std::int32_t code;
   std::string detail;
+};
+
+/// What a server of files has on a file while one of its clients writes it: the system asks it to
+/// let go when somebody else opens the file, and meanwhile refuses those who do not wait.
+class WriteLease {
+ public:
+  explicit WriteLease(const std::string& file)
+      : formerHandler_(std::signal(SIGIO, SIG_IGN)),
+        descriptor_(::open(file.c_str(), O_RDWR | O_CLOEXEC)),
+        error_(::fcntl(descriptor_, F_SETLEASE, F_WRLCK) == 0 ? 0 : errno) {}
+  WriteLease(const WriteLease&) = delete;
+  WriteLease& operator=(const WriteLease&) = delete;
+  ~WriteLease() {
+    ::close(descriptor_);
+    std::signal(SIGIO, formerHandler_);
+  }
+
+  /// 0, or why there is none.
+  int error() const { return error_; }
+
+ private:
+  void (*formerHandler_)(int);
+  int descriptor_;
+  int error_;
 };
 
 class DefaultCertCreatorTest : public testing::Test {
@@ -252,7 +279,7 @@ TEST_F(DefaultCertCreatorTest, ACertificateIsNotTakenForMissingForWantOfDescript
   EXPECT_FALSE(creator.defaultCertificateExists());
 }
 
-TEST_F(DefaultCertCreatorTest, ACertificateIsTakenForMissingForNoShortageOfTheSystem) {
+TEST_F(DefaultCertCreatorTest, ACertificateIsTakenForMissingForNothingThatPasses) {
   directory_.write(kCertificate, "there");
   const auto existsWhenOpenFailsWith = [this](int error) {
     return InChild([&] {
@@ -260,10 +287,28 @@ TEST_F(DefaultCertCreatorTest, ACertificateIsTakenForMissingForNoShortageOfTheSy
       return creator_->defaultCertificateExists() ? 1 : 0;
     });
   };
-  for (const int error : {EMFILE, ENFILE, ENOMEM}) {
+  for (const int error : {EMFILE, ENFILE, ENOMEM, EAGAIN}) {
     EXPECT_EQ(existsWhenOpenFailsWith(error), 1) << error;
   }
   EXPECT_EQ(existsWhenOpenFailsWith(EACCES), 0);
+}
+
+TEST_F(DefaultCertCreatorTest, APairWhoseCertificateSomebodyHoldsALeaseOnStays) {
+  directory_.write(kKey, "their key");
+  directory_.write(kCertificate, "their certificate");
+  {
+    const WriteLease lease(directory_.path(kCertificate));
+    if (lease.error() != 0) {
+      GTEST_SKIP() << "no lease on a file in " << directory_.path("") << ": "
+                   << std::strerror(lease.error());
+    }
+    const DefaultCertCreator other(openssl_.table(), openssl_.objects(), status_);
+  }
+  EXPECT_EQ(directory_.read(kKey), "their key");
+  EXPECT_EQ(directory_.read(kCertificate), "their certificate");
+  EXPECT_THAT(records_.under("5"),
+              Contains("5 | DefaultCertCreator::DefaultCertCreator | Default certificate already "
+                       "existed"));
 }
 
 TEST_F(DefaultCertCreatorTest, ACertificateThatIsAPipeIsThereAndNotWaitedFor) {
