@@ -14,6 +14,7 @@ target_compile_definitions(qv_options INTERFACE
 target_compile_options(qv_options INTERFACE
   -Wall -Wextra -Wpedantic -Wconversion $<$<BOOL:${QV_WARNINGS_AS_ERRORS}>:-Werror>
   $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Woverloaded-virtual>
+  $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wunused-const-variable=1>
   # Exceptions carry __FILE__: relative to the root, builds are the same wherever they are made.
   "-fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=")
 set(CMAKE_CXX_EXTENSIONS OFF)

@@ -1,6 +1,6 @@
-"""What to give to clang-tidy, line by line, so that it reads certain sources and no others:
-lint_units.py TREE SOURCE... Fails when no file that is compiled in the tree has one of them without
-others beside it."""
+"""What to give to clang-tidy, two arguments at a time and a zero byte behind each, so that it reads
+certain sources and no others: lint_units.py TREE SOURCE... Fails when no file that is compiled in the
+tree has one of them without others beside it."""
 
 import pathlib
 import sys
@@ -24,7 +24,7 @@ units = sources_by_unit(sys.argv[1])
 for unit in sorted(units, key=size, reverse=True):
     if wanted.issuperset(units[unit]) and unread.intersection(units[unit]):
         unread.difference_update(units[unit])
-        print(f"--config-file={config_of(units[unit][0])} {unit}")
+        print(f"--config-file={config_of(units[unit][0])}", unit, sep="\0", end="\0")
 for source in sorted(unread):
     print(f"not read: {source}", file=sys.stderr)
 sys.exit(1 if unread else 0)

@@ -271,10 +271,16 @@ class LongCommands(unittest.TestCase):
                         count += 1
         self.assertGreaterEqual(count, 12)
 
+    def test_in_the_text_name_what_there_is_to_run(self):
+        for line in long_commands.in_the_text():
+            with self.subTest(line=line):
+                self.expect_script(*line.split())
+
     def test_that_are_run_shorter_or_have_been_run_before_are_on_the_pages(self):
         lines = long_commands.in_blocks() + long_commands.in_the_text()
         self.assertGreaterEqual(len(lines), 20)
-        self.assertEqual((set(long_commands.SHORTER) | set(long_commands.RUN_BEFORE)) - set(lines), set())
+        self.assertEqual({long_commands.CALLER, *long_commands.SHORTER, *long_commands.RUN_BEFORE,
+                          *long_commands.JUDGES} - set(lines), set())
 
     def test_of_the_sweeps_have_filters_that_select_tests(self):
         page = (SOURCES / "docs" / "reliability.md").read_text()

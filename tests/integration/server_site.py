@@ -15,6 +15,9 @@ import threading
 import time
 import unittest
 
+# What files are made with here, whoever runs the tests: servers that root starts read them as somebody else.
+os.umask(0o022)
+
 DEFAULT_STORE = "/var/lib/kestrix"
 END = 15  # seconds: the examples give their clients five
 SOURCES = pathlib.Path(__file__).resolve().parents[2]

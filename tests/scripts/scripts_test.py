@@ -9,6 +9,7 @@ import importlib.machinery
 import importlib.util
 import io
 import json
+import os
 import pathlib
 import subprocess
 import sys
@@ -227,12 +228,14 @@ class Lint(unittest.TestCase):
         done = subprocess.run([sys.executable, f"{SCRIPTS}/lint_units.py", self.home / "build",
                                *(self.home / name for name in names)], check=False, capture_output=True,
                               text=True)
-        return done.returncode, done.stdout.splitlines(), done.stderr
+        arguments = done.stdout.split("\0")
+        self.assertEqual(arguments.pop(), "")
+        return done.returncode, list(zip(arguments[::2], arguments[1::2], strict=True)), done.stderr
 
     def test_reads_a_batch_once_and_a_source_by_itself_with_the_settings_of_its_folder(self):
         self.assertEqual(self.read("kit/a.cpp", "kit/b.cpp", "tools/d.cpp"), (0, [
-            f"--config-file={self.home}/tools/.clang-tidy {self.home}/tools/d.cpp",
-            f"--config-file={self.home}/.clang-tidy {self.batches[0]}"], ""))
+            (f"--config-file={self.home}/tools/.clang-tidy", f"{self.home}/tools/d.cpp"),
+            (f"--config-file={self.home}/.clang-tidy", f"{self.batches[0]}")], ""))
 
     def test_reads_no_batch_with_something_else_in_it_and_objects(self):
         self.assertEqual(self.read("kit/c.cpp"), (1, [], f"not read: {self.home}/kit/c.cpp\n"))
@@ -244,8 +247,8 @@ class Lint(unittest.TestCase):
     def test_reads_no_source_by_itself_that_it_has_read_in_a_batch(self):
         self.compile(self.home / "kit/a.cpp", self.batches[0], self.home / "kit/b.cpp")
         self.assertEqual(self.read("kit/a.cpp", "kit/b.cpp")[1], [
-            f"--config-file={self.home}/.clang-tidy {self.home}/kit/a.cpp",
-            f"--config-file={self.home}/.clang-tidy {self.batches[0]}"])
+            (f"--config-file={self.home}/.clang-tidy", f"{self.home}/kit/a.cpp"),
+            (f"--config-file={self.home}/.clang-tidy", f"{self.batches[0]}")])
 
 
 class Arguments(unittest.TestCase):
@@ -256,6 +259,16 @@ class Arguments(unittest.TestCase):
                                       text=True, timeout=20)
                 self.assertEqual((done.returncode, done.stdout), (2, ""))
                 self.assertTrue(done.stderr.startswith(f"usage: scripts/{script}"), done.stderr)
+
+    def test_that_take_root_are_refused_to_others_before_anything_is_done(self):
+        with tempfile.TemporaryDirectory(prefix="qvsslinit-test-") as folder:
+            somebody = pathlib.Path(folder, "id")
+            somebody.write_text("#!/bin/sh\necho 1000\n")
+            somebody.chmod(0o755)
+            done = subprocess.run([f"{SCRIPTS}/test", "--long"], check=False, capture_output=True, text=True,
+                                  timeout=20, env=os.environ | {"PATH": f"{folder}:{os.environ['PATH']}"})
+        self.assertEqual((done.returncode, done.stdout), (2, ""))
+        self.assertTrue(done.stderr.startswith("scripts/test --long needs root"), done.stderr)
 
 
 if __name__ == "__main__":

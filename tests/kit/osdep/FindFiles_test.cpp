@@ -96,7 +96,7 @@ TEST(GetFilenames, RefusesAPatternWithANullCharacter) {
   EXPECT_THROW(FindFiles::getFilenames(WString(L"/\0*", 3)), exception::InvalidArgument);
 }
 
-TEST(GetFilenames, FindsMoreFilesThanOneReadOfADirectoryGives) {
+TEST(GetFilenames, FindsMoreFilesThanTheCLibraryReadsAtOnce) {
   const TemporaryDirectory directory;
   for (int number = 0; number < 1500; ++number)
     directory.write("file" + std::to_string(number));

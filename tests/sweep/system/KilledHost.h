@@ -32,15 +32,8 @@ class KilledHost : public Sweep {
   /// of them there are.
   static bool leavesNoTrace(std::uint64_t call) {
     static const std::set<std::uint64_t> kCalls{
-        SYS_brk,          SYS_mmap,   SYS_munmap, SYS_mprotect,     SYS_madvise,
-        SYS_getrandom,    SYS_getpid, SYS_futex,  SYS_rt_sigaction, SYS_rt_sigprocmask,
-#ifdef SYS_mmap2
-        SYS_mmap2,
-#endif
-#ifdef SYS_futex_time64
-        SYS_futex_time64,
-#endif
-    };
+        SYS_brk,       SYS_mmap,   SYS_munmap, SYS_mprotect,     SYS_madvise,
+        SYS_getrandom, SYS_getpid, SYS_futex,  SYS_rt_sigaction, SYS_rt_sigprocmask};
     return kCalls.count(call) != 0;
   }
 

@@ -38,9 +38,6 @@ class TwoProcesses : public Sweep {
     switch (stop.number) {
       case SYS_nanosleep:
       case SYS_clock_nanosleep:
-#ifdef SYS_clock_nanosleep_time64
-      case SYS_clock_nanosleep_time64:
-#endif
         return stop.entry;
       default:
         return false;

@@ -12,7 +12,12 @@ using qv::tests::Document;
 
 namespace {
 
+/// What takes too long shows by its time, of which a sanitizer tells nothing.
+#if defined(QV_SANITIZED)
+constexpr int kMany = 10000;
+#else
 constexpr int kMany = 100000;
+#endif
 
 std::string Name(int number) {
   return "name " + std::to_string(number);
@@ -34,7 +39,7 @@ int Count(const Document& document, const std::string& section) {
 
 }  // namespace
 
-TEST(Growth, AHundredThousandEntriesOfOneSectionArePutFoundWrittenAndRead) {
+TEST(Growth, ManyEntriesOfOneSectionArePutFoundWrittenAndRead) {
   const Document document;
   for (int number = 0; number < kMany; ++number)
     ASSERT_EQ(document.put("s", Name(number), std::to_string(number), kIniUnquoted), 1);
@@ -57,7 +62,7 @@ TEST(Growth, AHundredThousandEntriesOfOneSectionArePutFoundWrittenAndRead) {
   }
 }
 
-TEST(Growth, AHundredThousandSectionsArePutFoundWrittenAndRead) {
+TEST(Growth, ManySectionsArePutFoundWrittenAndRead) {
   const Document document;
   for (int number = 0; number < kMany; ++number)
     ASSERT_EQ(document.put(Name(number), "a", std::to_string(number), kIniUnquoted), 1);
@@ -93,7 +98,7 @@ TEST(Growth, NamesThatDifferInTheirCaseAloneAreManyOrOne) {
     ASSERT_EQ(sensitive.value("s", CaseOf(number)), "0");
 }
 
-TEST(Growth, DuplicatesAreAddedByTheHundredThousandAndTheFirstIsFound) {
+TEST(Growth, ManyDuplicatesAreAddedAndTheFirstIsFound) {
   const Document document;
   document->mergeDuplicates = 0;
   for (int number = 0; number < kMany; ++number)
@@ -117,7 +122,7 @@ TEST(Growth, DuplicatesAreAddedByTheHundredThousandAndTheFirstIsFound) {
   EXPECT_EQ(merged.value("s", "same"), std::to_string(kMany - 1));
 }
 
-TEST(Growth, DuplicateSectionsAreReadByTheHundredThousandAndTheFirstIsFound) {
+TEST(Growth, ManyDuplicateSectionsAreReadAndTheFirstIsFound) {
   std::string text;
   for (int number = 0; number < kMany; ++number)
     text += "[same]\na=" + std::to_string(number) + "\n";
@@ -133,7 +138,7 @@ TEST(Growth, DuplicateSectionsAreReadByTheHundredThousandAndTheFirstIsFound) {
   EXPECT_TRUE(document.written() == text);
 }
 
-TEST(Growth, LongNamesWithALongCommonBeginningAreTenThousand) {
+TEST(Growth, LongNamesWithALongCommonBeginningAreMany) {
   const std::string beginning(1000, 'x');
   const Document document;
   document->maxLineLength = kIniNoLineLimit;
@@ -146,7 +151,7 @@ TEST(Growth, LongNamesWithALongCommonBeginningAreTenThousand) {
     ASSERT_EQ(IniItemExists(back.get(), "s", (beginning + std::to_string(number)).c_str()), 1);
 }
 
-TEST(Growth, AHundredThousandWrappedValuesAndOneOfAHundredThousandLinesAreJoined) {
+TEST(Growth, ManyWrappedValuesAndOneOfManyLinesAreJoined) {
   std::string text = "[many]\n";
   for (int number = 0; number < kMany; ++number)
     text += Name(number) + " Line1=a\n" + Name(number) + " Line2=b\n";
