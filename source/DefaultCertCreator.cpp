@@ -11,6 +11,7 @@
 #include "kit/osdep/GetCertStoreDir.h"
 #include "kit/osdep/GetHostName.h"
 #include "kit/osdep/RepeatWhileInterrupted.h"
+#include "kit/osdep/WriteSignalGuard.h"
 #include "kit/osdep/path.h"
 #include "source/CallUnderWay.h"
 #include "source/CertificateDraft.h"
@@ -28,6 +29,7 @@ using qv::kit::StatusChain;
 using qv::kit::String;
 using qv::kit::WString;
 using qv::kit::osdep::GetCertStoreDir;
+using qv::kit::osdep::WriteSignalGuard;
 using qv::traceengine::TraceTagEE;
 
 namespace {
@@ -424,6 +426,7 @@ void DefaultCertCreator::saveKeyToFile(EVP_PKEY* key, StatusChain& status) {
   }
   if (Failed(status)) return;
   const String file = KeyFile();
+  const WriteSignalGuard guard;
   OpenFile bio(IsPipe(file) ? nullptr : pTable_.BIO_new_file(file.c_str(), "w"), pTable_.BIO_free);
   if (bio == nullptr) {
     XTraceError(g_pGLogger, kFunctionName, "Could not create '%s' to write key to disk",
@@ -465,6 +468,7 @@ void DefaultCertCreator::saveX509ToFile(X509* x, StatusChain& status) {
   if (Failed(status)) return;
   const String file = CertificateFile();
   const String secondName = DraftFile();
+  const WriteSignalGuard guard;
   CertificateDraft draft(file, secondName);
   // Somebody was faster by a moment.
   if (!draft.isMade() && Exists(file)) {

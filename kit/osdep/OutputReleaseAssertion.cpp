@@ -5,9 +5,9 @@
 #include <cerrno>
 #include <cstdio>
 
-#include "kit/osdep/BrokenPipeGuard.h"
 #include "kit/osdep/CancellationDeferral.h"
 #include "kit/osdep/INIFileManager.h"
+#include "kit/osdep/WriteSignalGuard.h"
 
 namespace qv::kit::osdep {
 namespace {
@@ -45,7 +45,7 @@ void OutputReleaseAssertion(const char* expression, const char* message, const c
                             unsigned line) noexcept {
   if (!g_showReleaseAsserts) return;
   const CancellationDeferral deferral;
-  const BrokenPipeGuard guard;
+  const WriteSignalGuard guard;
   const int error = errno;
   const char* const text = *message != '\0' ? message : expression;
   std::fprintf(stderr, "%s(%d): Release Assertion failed: %s\a\n", file, static_cast<int>(line),

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <linux/capability.h>
 #include <pthread.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -120,10 +121,25 @@ void BreakStandardError() {
   ::close(ends[1]);
 }
 
+/// Lets no file of this process grow, as LimitFSIZE=0 does to a service.
+void LetNoFileGrow() {
+  const rlimit none{0, 0};
+  if (::setrlimit(RLIMIT_FSIZE, &none) != 0) ::_exit(5);
+}
+
 bool IsPending(int signal) {
   sigset_t pending;
   ::sigpending(&pending);
   return ::sigismember(&pending, signal) == 1;
+}
+
+/// An assertion neither ends the process by the signal that its write raises nor leaves it behind.
+void AssertOnceWithout(int signal, const Library& library) {
+  AssertOnce(library);
+  if (IsPending(signal)) ::_exit(6);
+  sigset_t mask;
+  pthread_sigmask(SIG_BLOCK, nullptr, &mask);
+  if (::sigismember(&mask, signal) == 1) ::_exit(7);
 }
 
 TEST(OutputReleaseAssertion, PrintsFileLineMessageAndABell) {
@@ -187,27 +203,34 @@ TEST(OutputReleaseAssertion, ReturnsWhereNobodyReadsStandardError) {
   EXPECT_EQ(ErrorsWith(kOn,
                        [](const Library& library) {
                          BreakStandardError();
-                         AssertOnce(library);
-                         if (IsPending(SIGPIPE)) ::_exit(6);
-                         sigset_t mask;
-                         pthread_sigmask(SIG_BLOCK, nullptr, &mask);
-                         if (::sigismember(&mask, SIGPIPE) == 1) ::_exit(7);
+                         AssertOnceWithout(SIGPIPE, library);
                        }),
             "");
 }
 
-TEST(OutputReleaseAssertion, LeavesABrokenPipeOfTheHostToTheHost) {
+TEST(OutputReleaseAssertion, ReturnsWhereStandardErrorMayNotGrow) {
   EXPECT_EQ(ErrorsWith(kOn,
                        [](const Library& library) {
-                         sigset_t brokenPipe;
-                         ::sigemptyset(&brokenPipe);
-                         ::sigaddset(&brokenPipe, SIGPIPE);
-                         pthread_sigmask(SIG_BLOCK, &brokenPipe, nullptr);
-                         ::raise(SIGPIPE);
-                         AssertOnce(library);
-                         if (!IsPending(SIGPIPE)) ::_exit(6);
+                         LetNoFileGrow();
+                         AssertOnceWithout(SIGXFSZ, library);
                        }),
-            kReported);
+            "");
+}
+
+TEST(OutputReleaseAssertion, LeavesTheHostsOwnSignalsToTheHost) {
+  for (const int signal : {SIGPIPE, SIGXFSZ}) {
+    EXPECT_EQ(ErrorsWith(kOn,
+                         [&](const Library& library) {
+                           sigset_t own;
+                           ::sigemptyset(&own);
+                           ::sigaddset(&own, signal);
+                           pthread_sigmask(SIG_BLOCK, &own, nullptr);
+                           ::raise(signal);
+                           AssertOnce(library);
+                           if (!IsPending(signal)) ::_exit(6);
+                         }),
+              kReported);
+  }
 }
 
 TEST(OutputReleaseAssertion, LeavesErrnoAlone) {
