@@ -53,9 +53,10 @@ struct QvSslInitHandle;
  * "server_0.key" and "server_0.cer" in the directory certstore/server_certs below the one that the
  * environment variable QVPUBAPPDATADIR names, an absolute path, or else below /var/lib/kestrix.
  * Set-user-ID and set-group-ID programs ignore the variable. That they could not be made does not
- * fail the call. To make them takes the time of a 1024-bit key, and up to ten seconds more where
- * another process is making them. Load this library by its name alone or by an absolute path: with
- * a relative one, its directory is looked for from wherever the process is when it calls.
+ * fail the call, but may leave errors in the calling thread's error queue of OpenSSL. To make them
+ * takes the time of a 1024-bit key, and up to ten seconds more where another process is making
+ * them. Load this library by its name alone or by an absolute path: with a relative one, its
+ * directory is looked for from wherever the process is when it calls.
  *
  * A null result means that OpenSSL is not ready for this caller and that the caller owns nothing.
  * Calling again is allowed and tries to start OpenSSL again, so a repaired installation is noticed;

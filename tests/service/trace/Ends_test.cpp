@@ -329,6 +329,37 @@ TEST_F(Ends, OfAThreadMayComeAfterItsOwnLastUninitAndTheClosingOfTheLibrary) {
   });
 }
 
+/// A thread that is to end at the first call at which a thread can, and calls the library before
+/// that.
+struct CancelledThread {
+  Installation& installation;
+  QvSslInitHandle* second = nullptr;
+
+  static void* Run(void* argument) {
+    auto& self = *static_cast<CancelledThread*>(argument);
+    pthread_cancel(pthread_self());
+    self.installation.uninit(self.installation.init());
+    self.second = self.installation.init();
+    pthread_testcancel();
+    return nullptr;
+  }
+};
+
+TEST_F(Ends, OfAThreadThatIsCancelledWaitForItsCalls) {
+  expectGoodEnd([this] {
+    CancelledThread cancelled{installation_};
+    pthread_t thread{};
+    Require(pthread_create(&thread, nullptr, &CancelledThread::Run, &cancelled) == 0,
+            "a thread starts");
+    void* result = nullptr;
+    pthread_join(thread, &result);
+    Require(result == PTHREAD_CANCELED, "the thread is cancelled");
+    Require(cancelled.second != nullptr, "its calls were finished first");
+    Require(installation_.storeHas("server_certs/server_0.cer"), "there is a certificate");
+    installation_.uninit(cancelled.second);
+  });
+}
+
 TEST_F(Ends, OfTheHostsInterestLeaveOpensslAtWorkAndTheHandlesGood) {
   expectGoodEnd([this] {
     QvSslInitHandle* first = initSurely();
