@@ -26,28 +26,20 @@ int AboveStandardStreams(int descriptor) noexcept {
   return above;
 }
 
-/// Opens path for appending; -1 when that fails. A pipe without a reader fails instead of waiting
-/// for one.
+/// Opens path for appending; -1 when that fails. A pipe neither waits for a reader nor, when it is
+/// full, for room.
 int Open(const char* path) noexcept {
   constexpr int kFlags = O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
-  const int descriptor = AboveStandardStreams(
+  return AboveStandardStreams(
       RepeatWhileInterrupted([path] { return ::open(path, kFlags, S_IRUSR | S_IWUSR); }));
-  if (descriptor != -1) ::fcntl(descriptor, F_SETFL, O_APPEND);
-  return descriptor;
 }
 
-/// Waits until a descriptor that its owner made non-blocking takes more.
-void WaitForRoom(int descriptor) noexcept {
-  pollfd entry{descriptor, POLLOUT, 0};
-  ::poll(&entry, 1, -1);
-}
-
-ssize_t Write(int descriptor, const char* bytes, std::size_t size) noexcept {
-  while (true) {
-    const ssize_t result = RepeatWhileInterrupted([&] { return ::write(descriptor, bytes, size); });
-    if (result != -1 || errno != EAGAIN) return result;
-    WaitForRoom(descriptor);
-  }
+/// The time from now on, as poll() wants it.
+int MillisecondsUntil(OutputFile::Time time) noexcept {
+  using std::chrono::milliseconds;
+  if (time == OutputFile::kNever) return -1;
+  const auto left = std::chrono::ceil<milliseconds>(time - OutputFile::Time::clock::now());
+  return static_cast<int>(std::clamp<milliseconds::rep>(left.count(), 0, INT_MAX));
 }
 
 /// How many of the bytes make whole lines.
@@ -116,11 +108,27 @@ void OutputFile::openFile() noexcept {
   if (former != -1) ::close(former);
 }
 
+/// Whether the file takes more, or fails to, before the time to give up.
+bool OutputFile::waitForRoom() const noexcept {
+  pollfd entry{descriptor_, POLLOUT, 0};
+  const auto wait = [&] { return ::poll(&entry, 1, MillisecondsUntil(deadline_)); };
+  return RepeatWhileInterrupted(wait) != 0;
+}
+
+ssize_t OutputFile::write(const char* bytes, std::size_t size) const noexcept {
+  while (waitForRoom()) {
+    const ssize_t result =
+        RepeatWhileInterrupted([&] { return ::write(descriptor_, bytes, size); });
+    if (result != -1 || errno != EAGAIN) return result;
+  }
+  return -1;
+}
+
 /// Writes until the file takes no more; gives what it took.
 std::size_t OutputFile::writeAll(const char* bytes, std::size_t size) const noexcept {
   std::size_t done = 0;
   while (done < size) {
-    const ssize_t result = Write(descriptor_, bytes + done, size - done);
+    const ssize_t result = write(bytes + done, size - done);
     if (result <= 0) break;
     done += static_cast<std::size_t>(result);
   }

@@ -3,6 +3,7 @@
 #include <sys/types.h>
 
 #include <atomic>
+#include <chrono>
 #include <cstddef>
 #include <string>
 #include <utility>
@@ -16,6 +17,9 @@ class OutputFile {
   /// As much as one write puts into a file or a pipe in one piece, whoever else writes to it.
   static constexpr std::size_t kMostAtOnce = 4096;
 
+  using Time = std::chrono::steady_clock::time_point;
+  static constexpr Time kNever = Time::max();
+
   /// The file is opened with the first lines. An empty path means standard error, which stays open.
   explicit OutputFile(std::string path) noexcept : path_(std::move(path)) {}
   OutputFile(const OutputFile&) = delete;
@@ -24,9 +28,10 @@ class OutputFile {
 
   /// Appends lines, up to kMostAtOnce bytes with a line end as the last, in one write. Returns how
   /// many bytes of them, whole lines always, are in the file afterwards: fewer than size when it
-  /// cannot be opened or is full. Half a line that a full disk took is taken back, or, where others
-  /// have written behind it, ended before the next line. (Others that find room between the look at
-  /// the end of the file and its cutting lose their line.)
+  /// cannot be opened, is full, or takes nothing until the time to give up. Half a line
+  /// that a full disk took is taken back, or, where others have written behind it, ended before the
+  /// next line. (Others that find room between the look at the end of the file and its cutting lose
+  /// their line.)
   ///
   /// Lines go to the file that has the path now: when it was renamed or removed, one is made in its
   /// place, readable by the owner only. While that fails, lines still go to the former file. A host
@@ -34,6 +39,11 @@ class OutputFile {
   /// then, neither loses lines nor finds them there, unless it does so at that very moment. Of
   /// standard error nothing is known but its number.
   std::size_t append(const char* lines, std::size_t size) noexcept;
+
+  /// How long to wait for a pipe or a terminal that is full: until then, at first forever. Only
+  /// what others write to the same standard error at the very moment can make it longer: unlike a
+  /// file of our own it stays one that waits, for it is theirs as well.
+  void giveUpAt(Time deadline) noexcept { deadline_ = deadline; }
 
   /// In a new child process: the file is shared with the parent, half a line is the parent's
   /// affair.
@@ -45,6 +55,8 @@ class OutputFile {
   bool isOurs(int descriptor) const noexcept;
   bool pathLeadsToFile() const noexcept;
   void openFile() noexcept;
+  bool waitForRoom() const noexcept;
+  ssize_t write(const char* bytes, std::size_t size) const noexcept;
   std::size_t writeAll(const char* bytes, std::size_t size) const noexcept;
   bool endHalfLine() noexcept;
   bool takeBack(const char* bytes, std::size_t size) const noexcept;
@@ -56,6 +68,7 @@ class OutputFile {
   dev_t device_ = 0;
   ino_t node_ = 0;
   bool endsInHalfLine_ = false;
+  Time deadline_ = kNever;
 };
 
 }  // namespace qv::traceengine

@@ -11,6 +11,7 @@
 #include "engine/TimeText.h"
 #include "kit/osdep/CancellationDeferral.h"
 #include "kit/osdep/CurrentSystemTime.h"
+#include "kit/osdep/WriteSignalGuard.h"
 
 namespace qv::traceengine {
 namespace {
@@ -49,7 +50,7 @@ bool Writer::finish(std::chrono::milliseconds patience) noexcept {
   const kit::osdep::CancellationDeferral deferral;
   std::unique_lock<std::mutex> lock(mutex_);
   queue_.close();
-  if (!runs_) writeHere(lock);
+  if (!runs_) writeHere(lock, OutputFile::Time::clock::now() + patience);
   if (!runs_) {
     queue_.open();
     return true;
@@ -62,12 +63,16 @@ bool Writer::finish(std::chrono::milliseconds patience) noexcept {
   return true;
 }
 
-/// Writes what was left for want of a thread. No thread starts meanwhile.
-void Writer::writeHere(std::unique_lock<std::mutex>& lock) noexcept {
+/// Writes what was left for want of a thread. No thread starts meanwhile. The thread is the host's,
+/// in which no signal is blocked.
+void Writer::writeHere(std::unique_lock<std::mutex>& lock, OutputFile::Time deadline) noexcept {
   runs_ = true;
   hasEnded_ = false;
   lock.unlock();
-  writeUntilClosed();
+  {
+    const kit::osdep::WriteSignalGuard guard;
+    writeUntilClosed(deadline);
+  }
   lock.lock();
   runs_ = false;
   hasEnded_ = true;
@@ -93,13 +98,14 @@ void Writer::becomeChild() noexcept {
 }
 
 void* Writer::Run(void* writer) noexcept {
-  static_cast<Writer*>(writer)->writeUntilClosed();
+  static_cast<Writer*>(writer)->writeUntilClosed(OutputFile::kNever);
   // An abandoned writer goes here.
   static_cast<Writer*>(writer)->end();
   return nullptr;
 }
 
-void Writer::writeUntilClosed() noexcept {
+void Writer::writeUntilClosed(OutputFile::Time deadline) noexcept {
+  file_.giveUpAt(deadline);
   LineBatch lines(file_);
   for (bool isLast = false; !isLast;) {
     const RecordQueue::Batch batch = queue_.take();

@@ -38,7 +38,8 @@ class Writer {
   /// Lets the thread write all that is in the queue, and the count of dropped records, and waits
   /// for its end. False when patience is over before that: then the thread is stuck in a file that
   /// takes nothing, and still needs the writer and all that this refers to. What was left because
-  /// the system had no thread to give is written here, for as long as that takes.
+  /// the system had no thread to give is written here, with the same patience: what the file has
+  /// not taken then is dropped.
   bool finish(std::chrono::milliseconds patience) noexcept;
   /// After finish() gave false: hands the thread what the writer is part of. It goes when the
   /// thread ends.
@@ -49,8 +50,8 @@ class Writer {
 
  private:
   static void* Run(void* writer) noexcept;
-  void writeUntilClosed() noexcept;
-  void writeHere(std::unique_lock<std::mutex>& lock) noexcept;
+  void writeUntilClosed(OutputFile::Time deadline) noexcept;
+  void writeHere(std::unique_lock<std::mutex>& lock, OutputFile::Time deadline) noexcept;
   Owner end() noexcept;
   void writeBlocks(PooledBlock* first, LineBatch& lines) noexcept;
   void writeDropCount(std::uint64_t dropped, LineBatch& lines) noexcept;

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -220,6 +221,47 @@ TEST_F(OutputFileTest, DoesNotWaitForAReaderOfAPipe) {
   ::close(reader);
 }
 
+/// Writes to a pipe until it takes no more.
+void Fill(int writer) {
+  const int flags = ::fcntl(writer, F_GETFL);
+  ::fcntl(writer, F_SETFL, flags | O_NONBLOCK);
+  const std::string filling(4096, 'x');
+  while (::write(writer, filling.data(), filling.size()) > 0)
+    continue;
+  ::fcntl(writer, F_SETFL, flags);
+}
+
+OutputFile::Time Soon() {
+  return OutputFile::Time::clock::now() + std::chrono::milliseconds(20);
+}
+
+TEST_F(OutputFileTest, GivesUpAPipeThatTakesNothingAtTheTimeToldAndTriesAgain) {
+  const std::string pipe = directory_.path("pipe");
+  ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+  const int reader = ::open(pipe.c_str(), O_RDONLY | O_NONBLOCK);
+  const int writer = ::open(pipe.c_str(), O_WRONLY);
+  Fill(writer);
+  OutputFile file(pipe);
+  const OutputFile::Time end = Soon();
+  file.giveUpAt(end);
+  EXPECT_EQ(file.append("one\n", 4), 0u);
+  EXPECT_GE(OutputFile::Time::clock::now(), end);
+  char bytes[4096];
+  while (::read(reader, bytes, sizeof(bytes)) > 0)
+    continue;
+  EXPECT_EQ(file.append("two\n", 4), 4u);
+  EXPECT_EQ(::read(reader, bytes, sizeof(bytes)), 4);
+  ::close(writer);
+  ::close(reader);
+}
+
+TEST_F(OutputFileTest, TakesLinesWholeAfterTheTimeToGiveUpWhereItNeedsNoWaiting) {
+  file_.giveUpAt(OutputFile::Time::clock::now());
+  EXPECT_TRUE(append("one\n"));
+  EXPECT_TRUE(append("two\n"));
+  EXPECT_EQ(contents(), "one\ntwo\n");
+}
+
 TEST(StandardError, TakesLinesAndStaysOpen) {
   testing::internal::CaptureStderr();
   {
@@ -256,6 +298,23 @@ TEST(StandardError, KeepsTheNextLineApartFromHalfALine) {
   EXPECT_EQ(directory.read("log"), "abc\nghi\n");
 }
 
+TEST(StandardError, IsGivenUpAtTheTimeToldWhenItTakesNothing) {
+  int pipe[2];
+  ASSERT_EQ(::pipe(pipe), 0);
+  Fill(pipe[1]);
+  const int former = ::dup(STDERR_FILENO);
+  ::dup2(pipe[1], STDERR_FILENO);
+  OutputFile file("");
+  const OutputFile::Time end = Soon();
+  file.giveUpAt(end);
+  const std::size_t written = file.append("one\n", 4);
+  ::dup2(former, STDERR_FILENO);
+  for (const int descriptor : {former, pipe[0], pipe[1]})
+    ::close(descriptor);
+  EXPECT_EQ(written, 0u);
+  EXPECT_GE(OutputFile::Time::clock::now(), end);
+}
+
 /// Whether the thread waits whose state the system keeps in that file.
 bool IsAsleep(const std::string& file) {
   std::string text;
@@ -267,9 +326,7 @@ bool IsAsleep(const std::string& file) {
 TEST(StandardError, IsWaitedForWhereTheHostMadeItNonBlocking) {
   int pipe[2];
   ASSERT_EQ(::pipe2(pipe, O_NONBLOCK), 0);
-  const std::string filling(4096, 'x');
-  while (::write(pipe[1], filling.data(), filling.size()) > 0)
-    continue;
+  Fill(pipe[1]);
   const int former = ::dup(STDERR_FILENO);
   ::dup2(pipe[1], STDERR_FILENO);
 

@@ -1,3 +1,4 @@
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <pthread.h>
@@ -6,6 +7,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <chrono>
 #include <cstdlib>
 #include <string>
 #include <thread>
@@ -210,6 +212,67 @@ TEST_F(Fork, IntoAChildThatMayStartNoThreadsLosesNothingAtItsEnd) {
   })));
   EXPECT_THAT(file_.records(), SizeIs(10));
   EXPECT_EQ(file_.dropped(), 5u);
+}
+
+/// A pipe that is to become standard error, with room for one write.
+class SmallPipe {
+ public:
+  SmallPipe() {
+    if (::pipe(ends_) != 0 || ::fcntl(ends_[0], F_SETPIPE_SZ, 4096) == -1) ::_exit(4);
+  }
+  SmallPipe(const SmallPipe&) = delete;
+  SmallPipe& operator=(const SmallPipe&) = delete;
+  ~SmallPipe() {
+    ::close(ends_[0]);
+    ::close(ends_[1]);
+  }
+
+  void becomeStandardError() const { ::dup2(ends_[1], STDERR_FILENO); }
+  /// All that is in it.
+  std::string read() const {
+    ::fcntl(ends_[0], F_SETFL, O_NONBLOCK);
+    char bytes[4096];
+    const ssize_t size = ::read(ends_[0], bytes, sizeof(bytes));
+    return size > 0 ? std::string(bytes, static_cast<std::size_t>(size)) : std::string();
+  }
+
+ private:
+  int ends_[2];
+};
+
+TEST_F(Fork, IntoAChildThatMayStartNoThreadsSurvivesItsExitWhenNobodyReadsItsTrace) {
+  ::setenv("QV_TRACE_OUTPUT", "", 1);
+  EXPECT_EXIT(
+      {
+        SmallPipe().becomeStandardError();
+        AllowNoThreads();
+        LoadedEngine engine;
+        engine.send("record");
+        engine.forget();
+        std::exit(0);
+      },
+      testing::ExitedWithCode(0), "");
+}
+
+TEST_F(Fork, IntoAChildThatMayStartNoThreadsWaitsOnlyAWhileForAFileThatTakesNothing) {
+  ::setenv("QV_TRACE_OUTPUT", "", 1);
+  const SmallPipe pipe;
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_EXIT(
+      {
+        ::alarm(20);
+        pipe.becomeStandardError();
+        AllowNoThreads();
+        LoadedEngine engine;
+        for (int i = 0; i < 1000; ++i)
+          engine.send("record");
+        engine.forget();
+        std::exit(0);
+      },
+      testing::ExitedWithCode(0), "");
+  EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(1900));
+  EXPECT_THAT(file_.recordsIn(pipe.read()),
+              testing::AllOf(testing::Not(SizeIs(0)), Each("record")));
 }
 
 TEST_F(Fork, IntoAChildThatTracesNothingAndExitsWritesNothingOfItsParent) {
