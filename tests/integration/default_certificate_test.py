@@ -182,6 +182,12 @@ class FullDisk(Store):
         self.assertTrue(self.certificate.parent.is_dir())
         self.assertFalse(self.certificate.exists())
 
+    def test_that_has_room_for_the_key_alone_does_not_fail_init_either(self):
+        self.key.parent.mkdir(parents=True)
+        self.key.symlink_to("/dev/null")  # which no limit concerns
+        self.assertIn("ready", self.init_on_full_disk())
+        self.assertFalse(self.certificate.exists())
+
     def test_is_made_up_for_by_the_next_init_with_room(self):
         self.init_on_full_disk()
         init(self.data)
