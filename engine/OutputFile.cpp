@@ -115,13 +115,16 @@ bool OutputFile::waitForRoom() const noexcept {
   return RepeatWhileInterrupted(wait) != 0;
 }
 
+/// Standard error, which is the host's, may be one that waits for room itself: where that must not
+/// last for ever, it is asked for before.
 ssize_t OutputFile::write(const char* bytes, std::size_t size) const noexcept {
-  while (waitForRoom()) {
+  if (deadline_ != kNever && !waitForRoom()) return -1;
+  while (true) {
     const ssize_t result =
         RepeatWhileInterrupted([&] { return ::write(descriptor_, bytes, size); });
     if (result != -1 || errno != EAGAIN) return result;
+    if (!waitForRoom()) return -1;
   }
-  return -1;
 }
 
 /// Writes until the file takes no more; gives what it took.
