@@ -127,13 +127,18 @@ TEST_F(Fork, OfATracingHostAgainAndAgainNeverHangsOrRepeats) {
     EXPECT_EQ(counts.count("child " + std::to_string(i)), 1u);
 }
 
+/// That of the test that has a handler, which stays for all that come after it.
 LoadedEngine* g_handlersEngine = nullptr;
+
+void TraceInChild() {
+  if (g_handlersEngine != nullptr) g_handlersEngine->sendSurely("handler");
+}
 
 // A host may trace in a handler that it had for its children before there was an engine: that one
 // is called before any handler of the engine's.
 TEST_F(Fork, LetsTheHostsOwnHandlerInTheChildTrace) {
   constexpr int kChildren = 100;
-  ASSERT_EQ(pthread_atfork(nullptr, nullptr, [] { g_handlersEngine->sendSurely("handler"); }), 0);
+  ASSERT_EQ(pthread_atfork(nullptr, nullptr, &TraceInChild), 0);
   LoadedEngine engine;
   g_handlersEngine = &engine;
   std::atomic<bool> isOver{false};
@@ -153,6 +158,7 @@ TEST_F(Fork, LetsTheHostsOwnHandlerInTheChildTrace) {
   isOver = true;
   for (std::thread& thread : threads)
     thread.join();
+  g_handlersEngine = nullptr;
   engine.release();
   const auto counts = Counts(file_.records());
   EXPECT_EQ(counts.at("handler"), kChildren);
