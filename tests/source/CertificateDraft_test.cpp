@@ -138,6 +138,23 @@ TEST_F(CertificateDraftTest, LeavesWhatSomebodyPutsInPlaceOfItsSecondName) {
   EXPECT_EQ(directory_.read("temp/second"), "somebody else's");
 }
 
+TEST_F(CertificateDraftTest, LeavesNoSecondNameOfAFileThatSomebodyRemoves) {
+  {
+    const CertificateDraft draft(file_, secondName_);
+    std::filesystem::remove(file_.c_str());
+  }
+  EXPECT_FALSE(hasSecondName());
+}
+
+TEST_F(CertificateDraftTest, LeavesItsSecondNameWhereItCannotTellWhetherTheFileIsGone) {
+  {
+    const CertificateDraft draft(file_, secondName_);
+    std::filesystem::rename(file_.c_str(), directory_.path("elsewhere"));
+    std::filesystem::create_symlink("certificate", file_.c_str());
+  }
+  EXPECT_TRUE(hasSecondName());
+}
+
 TEST_F(CertificateDraftTest, IsNotMadeWhereItCouldNotBeOpenedAgain) {
   for (const std::string name : {"certificate", "elsewhere"}) {
     if (name == "elsewhere") directory_.makeLink("elsewhere", "certificate");
