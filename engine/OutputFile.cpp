@@ -118,13 +118,14 @@ bool OutputFile::waitForRoom() const noexcept {
 /// Standard error, which is the host's, may be one that waits for room itself: where that must not
 /// last for ever, it is asked for before.
 ssize_t OutputFile::write(const char* bytes, std::size_t size) const noexcept {
-  if (deadline_ != kNever && !waitForRoom()) return -1;
-  while (true) {
+  bool isAskedBefore = deadline_ != kNever;
+  while (!isAskedBefore || waitForRoom()) {
     const ssize_t result =
         RepeatWhileInterrupted([&] { return ::write(descriptor_, bytes, size); });
     if (result != -1 || errno != EAGAIN) return result;
-    if (!waitForRoom()) return -1;
+    isAskedBefore = true;
   }
+  return -1;
 }
 
 /// Writes until the file takes no more; gives what it took.

@@ -28,10 +28,10 @@ class OutputFile {
 
   /// Appends lines, up to kMostAtOnce bytes with a line end as the last, in one write. Returns how
   /// many bytes of them, whole lines always, are in the file afterwards: fewer than size when it
-  /// cannot be opened, is full, or takes nothing until the time to give up. Half a line
-  /// that a full disk took is taken back, or, where others have written behind it, ended before the
-  /// next line. (Others that find room between the look at the end of the file and its cutting lose
-  /// their line.)
+  /// cannot be opened, is full, or takes nothing until the time to give up. Half a line that a full
+  /// disk took is taken back, or, where others have written behind it, ended before the next line.
+  /// (Others that find room between the look at the end of the file and its cutting lose their
+  /// line.)
   ///
   /// Lines go to the file that has the path now: when it was renamed or removed, one is made in its
   /// place, readable by the owner only. While that fails, lines still go to the former file. A host
